@@ -1,0 +1,60 @@
+# Quorva: build, demo, tests and benchmarks.
+#
+#   make demo    build the library and run the Asia example
+#   make test    Debug build with AddressSanitizer + UBSan, run every test
+#   make tsan    ThreadSanitizer build, run the Quorva-area tests (the multi-threaded ones)
+#   make bench   Release build, run every benchmark
+#   make clean   remove the build directories
+#
+# Every target first installs the Debian packages it needs when they are missing.
+
+DEB_PACKAGES := cmake g++ make libgtest-dev libbenchmark-dev
+SUDO := $(if $(filter 0,$(shell id -u)),,sudo)
+APT := $(SUDO) env DEBIAN_FRONTEND=noninteractive apt-get
+JOBS := -j2
+
+.PHONY: all deps build demo test tsan bench clean
+
+all: build
+
+deps:
+	@missing=""; \
+	for p in $(DEB_PACKAGES); do \
+	  dpkg -s $$p >/dev/null 2>&1 || missing="$$missing $$p"; \
+	done; \
+	if [ -n "$$missing" ]; then \
+	  echo "Installing:$$missing"; \
+	  $(APT) update && $(APT) install -y --no-install-recommends $$missing; \
+	fi
+
+build: deps
+	cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo
+	cmake --build build $(JOBS)
+
+demo: build
+	./build/asia_demo
+
+test: deps
+	cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=Debug \
+	  -DQUORVA_SANITIZE=address,undefined -DQUORVA_BENCH=OFF
+	cmake --build build-asan $(JOBS)
+	ctest --test-dir build-asan --output-on-failure $(JOBS)
+
+tsan: deps
+	cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=Debug \
+	  -DQUORVA_SANITIZE=thread -DQUORVA_BENCH=OFF
+	cmake --build build-tsan $(JOBS)
+	TSAN_OPTIONS=halt_on_error=1 ctest --test-dir build-tsan --output-on-failure -L Quorva $(JOBS)
+
+bench: deps
+	cmake -S . -B build-release -DCMAKE_BUILD_TYPE=Release -DQUORVA_TESTS=OFF
+	cmake --build build-release $(JOBS)
+	@set -e; found=0; \
+	for b in build-release/bench/bench_*; do \
+	  [ -x "$$b" ] && [ -f "$$b" ] || continue; \
+	  found=1; echo "== $$b"; "$$b"; \
+	done; \
+	[ $$found = 1 ] || echo "No benchmarks in build-release/bench."
+
+clean:
+	rm -rf build build-asan build-tsan build-release

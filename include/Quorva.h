@@ -1,0 +1,326 @@
+/* Quorva: the public C interface of the belief-network and decision-network engine.
+ *
+ * Conventions that hold for every function below:
+ * - Every call runs in the frame of its environment: it takes the environment's lock, names itself
+ *   for the calling thread, checks its arguments at the environment's checking level, and on a
+ *   failure leaves an error record in the environment (read it with GetError_vq) and returns the
+ *   failure value given in its description (NULL, -1 or a negative number; void functions just
+ *   return).  A failed call leaves every object as it was before the call.
+ * - Strings returned as `const char*` are owned by the engine; they stay valid until the object
+ *   they describe changes or is deleted.  Strings passed in are copied.
+ * - A second API call from the same thread while one is running is refused (error 5114), except
+ *   from inside a listener callback.
+ * - Any change to a net's structure (nodes, states, links, kinds) drops its compiled form.
+ */
+#ifndef QUORVA_H
+#define QUORVA_H
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ===================================================================== types and constants */
+
+typedef struct environ_vq environ_vq;   /* the environment: owns nets, streams and error records */
+typedef struct report_vq report_vq;     /* one error record */
+typedef struct net_bn net_bn;           /* a belief or decision net */
+typedef struct node_bn node_bn;         /* a node of a net */
+typedef struct nodelist_bn nodelist_bn; /* an ordered list of nodes of one net */
+typedef struct stream_vq stream_vq;     /* a byte stream over a file or a memory buffer */
+typedef struct randgen_vq randgen_vq;   /* a seeded random generator */
+
+typedef int state_bn;       /* a state index 0..n-1, or one of the special values below */
+typedef double level_bn;    /* a state level or a discretization threshold */
+typedef float prob_bn;      /* a probability as stored in tables */
+typedef unsigned char bool_vq;
+
+#define QUORVA_VERSION 100 /* version 1.00, as returned by GetQuorvaVersion_bn */
+#define NAME_MAX_vq 30     /* the longest name of a net, node, state, link input or node set */
+#define MESG_LEN_vq 600    /* the size of the message buffers of InitQuorva2_bn and CloseQuorva_bn */
+
+typedef enum {
+  NATURE_NODE = 1,
+  CONSTANT_NODE = 2,
+  DECISION_NODE = 3,
+  UTILITY_NODE = 4,
+  DISCONNECTED_NODE = 5,
+  ADVERSARY_NODE = 6
+} nodekind_bn;
+
+typedef enum { CONTINUOUS_TYPE = 1, DISCRETE_TYPE = 2 } nodetype_bn;
+
+/* Special state values. */
+#define EVERY_STATE (-5)
+#define IMPOSS_STATE (-4)
+#define UNDEF_STATE (-3)
+#define UNIFORM_STATE (-2)
+#define LIKELIHOOD_FINDING (-6)
+#define NEGATIVE_FINDING (-7)
+
+/* Severities of error records, from least to most serious. */
+typedef enum {
+  NOTHING_ERR = 0,
+  FALSE_ALERT_ERR = 1,
+  REPORT_ERR = 2,
+  NOTICE_ERR = 3,
+  WARNING_ERR = 4,
+  ERROR_ERR = 5,
+  INTERNAL_ERR = 6
+} errseverity_vq;
+
+/* Added to the severity given to ClearErrors_vq to clear the records of every thread. */
+#define ALL_THREADS 0x20
+
+/* Conditions that ErrorCategory_vq tests a record for. */
+typedef enum {
+  OUT_OF_MEMORY_CND = 0x08,  /* an allocation failed or the memory limit was reached */
+  USER_ABORTED_CND = 0x20,   /* the operation was halted */
+  FROM_WRAPPER_CND = 0x40,   /* raised by the API frame while checking an argument */
+  FROM_DEVELOPER_CND = 0x80, /* recorded by the application with NewError_vq */
+  INCONS_FINDING_CND = 0x200 /* findings that cannot hold together */
+} errcond_vq;
+
+/* Argument-checking levels (ArgumentChecking_vq). */
+#define QUERY_CHECK (-1)  /* only report the present level */
+#define NO_CHECK 1        /* check nothing */
+#define QUICK_CHECK 2     /* nulls, object types, deleted objects, ranges */
+#define REGULAR_CHECK 3   /* as QUICK_CHECK (the default) */
+#define COMPLETE_CHECK 4  /* also the internal consistency of every node passed */
+
+/* The undefined double (a NaN); test for it with x != x. */
+double GetUndefDbl_vq(void);
+#define UNDEF_DBL (GetUndefDbl_vq())
+
+/* ===================================================================== environment */
+
+/* Creates an environment.  `license` and `locn` may be NULL; `prev` must be NULL.
+ * Nothing else works until InitQuorva2_bn has initialised it.  Returns NULL on failure. */
+environ_vq* NewQuorvaEnviron_vq(const char* license, environ_vq* prev, const char* locn);
+
+/* Initialises the environment and writes a start-up message of at most MESG_LEN_vq bytes into
+ * `mesg` (may be NULL).  Returns 0 or more on success, a negative number on failure. */
+int InitQuorva2_bn(environ_vq* env, char* mesg);
+
+/* Ends the environment: deletes its nets, streams and error records.  Every later call on it fails
+ * with "memory system (or environment) is uninitialized or has been closed".  Writes a closing
+ * message into `mesg` (may be NULL).  Returns 0 on success, negative on failure. */
+int CloseQuorva_bn(environ_vq* env, char* mesg);
+
+/* Returns the version times 100 (100 for 1.00) and, through `version` (may be NULL), a string
+ * "1.00 L64,Quorva (features)".  Returns -1 on failure. */
+int GetQuorvaVersion_bn(environ_vq* env, const char** version);
+
+/* Sets the argument-checking level (NO_CHECK..COMPLETE_CHECK) and returns the previous one;
+ * QUERY_CHECK (or any negative level) only reports it.  Returns -1 on failure (a level above 4). */
+int ArgumentChecking_vq(int setting, environ_vq* env);
+
+/* Sets the most bytes that tables may take (a negative `max_mem` only queries) and returns the
+ * limit in force before the call.  A request past the limit fails with error 3364.
+ * Returns -1 on failure. */
+double LimitMemoryUsage_vq(double max_mem, environ_vq* env);
+
+/* Sets the language in which API names are quoted in messages: "C" (the default, names such as
+ * CloseQuorva_bn) or "Java" / "C#" (object names such as Environ.finalize); NULL or "?" only
+ * queries.  Returns the previous language, or NULL on failure. */
+const char* SetLanguage_vq(environ_vq* env, const char* language);
+
+/* Controls how calls are serialised.  Commands and their values:
+ *   "ExternalThreads": "MultiThread" (default; each call locks the environment of its object) or
+ *                      "SingleThread" (every call locks one global environment);
+ *   "InternalThreads": "MultiThread" (default; the engine may use worker threads) or "SingleThread";
+ *   "Serialize":       "NormalBlocking" (default; wait on the lock), "Sleep" (poll the lock,
+ *                      sleeping between tries) or "CallerAssuresSafety" (the caller guarantees that
+ *                      handles are valid; the environment is found without the extra tag checks).
+ * A value of "?" or NULL only queries.  Returns the previous value, or NULL on failure. */
+const char* ControlConcurrency_vq(environ_vq* env, const char* command, const char* value);
+
+/* Raises error 5197 "this is test # N, an API param error generated deliberately to check
+ * recovery" so that an application can exercise its recovery path.  Always returns -1. */
+int TestFaultRecovery_vq(environ_vq* env, int test_num);
+
+/* ===================================================================== error records */
+
+/* Returns the next live record of the calling thread, after `after` (NULL: the first), whose
+ * severity is at least `severity`; NULL when there is none. */
+report_vq* GetError_vq(environ_vq* env, errseverity_vq severity, const report_vq* after);
+
+/* The error number (its magnitude; the record stores it negated).  -1 on failure. */
+int ErrorNumber_vq(const report_vq* error);
+
+/* The message, with its glossary marks (">-word").  NULL on failure. */
+const char* ErrorMessage_vq(const report_vq* error);
+
+/* The message as a person should read it: glossary marks removed, ">-cr-" a line break. */
+const char* ErrorDisplayMessage_vq(const report_vq* error);
+
+/* The severity; NOTHING_ERR on failure. */
+errseverity_vq ErrorSeverity_vq(const report_vq* error);
+
+/* Whether the record belongs to the given condition; 0 on failure. */
+bool_vq ErrorCategory_vq(errcond_vq cond, const report_vq* error);
+
+/* Deletes one record (the environment's shared records are never deleted). */
+void ClearError_vq(report_vq* error);
+
+/* Deletes the calling thread's records of severity up to `severity`; with ALL_THREADS added,
+ * those of every thread. */
+void ClearErrors_vq(environ_vq* env, errseverity_vq severity);
+
+/* Records an application's own error: `number` 1..999, `severity` NOTHING_ERR..INTERNAL_ERR.
+ * Returns the record, or NULL on failure. */
+report_vq* NewError_vq(environ_vq* env, int number, errseverity_vq severity, const char* mesg);
+
+/* ===================================================================== nets */
+
+/* Creates an empty net named `name` (the name rule: 1 to 30 letters, digits or underscores, not
+ * starting with a digit).  Returns NULL on failure. */
+net_bn* NewNet_bn(const char* name, environ_vq* env);
+
+/* Duplicates a net into `new_env` under `new_name`.  `options` is NULL or a comma-separated list
+ * of "no_node_sets", "no_nodes", "no_links", "no_tables", "no_visual", "no_window".
+ * Returns NULL on failure. */
+net_bn* CopyNet_bn(const net_bn* net, const char* new_name, environ_vq* new_env, const char* options);
+
+/* Deletes a net with its nodes, tables and compiled form; its handles become invalid. */
+void DeleteNet_bn(net_bn* net);
+
+void SetNetName_bn(net_bn* net, const char* name);
+const char* GetNetName_bn(const net_bn* net);
+void SetNetTitle_bn(net_bn* net, const char* title);
+const char* GetNetTitle_bn(const net_bn* net);
+void SetNetComment_bn(net_bn* net, const char* comment);
+const char* GetNetComment_bn(const net_bn* net);
+environ_vq* GetNetEnviron_bn(const net_bn* net);
+
+/* User fields: named values of `length` bytes (-1: `data` is a NUL-terminated string).  A NULL
+ * `data` removes the field.  `kind` is reserved and must be 0. */
+void SetNetUserField_bn(net_bn* net, const char* name, const void* data, int length, int kind);
+/* The value of the named field (NUL-terminated) and its length, or NULL and -1 when absent. */
+const char* GetNetUserField_bn(const net_bn* net, const char* name, int* length, int kind);
+/* The index-th field (0-based) in the order first set; name and value NULL past the end. */
+void GetNetNthUserField_bn(const net_bn* net, int index, const char** name, const char** value,
+                           int* length, int kind);
+
+/* The net's nodes in creation order: a constant list managed by the net. */
+const nodelist_bn* GetNetNodes_bn(const net_bn* net);
+
+/* The node of that name, or NULL when the net has none (not an error). */
+node_bn* GetNodeNamed_bn(const char* name, const net_bn* net);
+
+/* ===================================================================== nodes */
+
+/* Creates a node: `num_states` > 0 gives a discrete node with that many states, 0 a continuous
+ * node without states.  Returns NULL on failure. */
+node_bn* NewNode_bn(const char* name, int num_states, net_bn* net);
+
+/* Removes the node's links to its children (their tables lose that dimension), then the node. */
+void DeleteNode_bn(node_bn* node);
+
+/* Duplicates `nodes` with the links among them into `new_net` (which may be their own net).
+ * A copied node whose parent is not copied keeps that parent when copied within its own net, and
+ * gets a disconnected node in its place when copied into another net.  Names are made unique.
+ * `options`: NULL or a comma-separated list of "no_links", "no_tables", "no_nodesets",
+ * "existing_nodesets", "new_nodesets_too", "all_nodesets", "dont_return_list", "shift_x",
+ * "shift_y".  Returns a new list of the copies that the caller deletes with DeleteNodeList_bn
+ * (NULL with "dont_return_list"), or NULL on failure. */
+nodelist_bn* CopyNodes_bn(const nodelist_bn* nodes, net_bn* new_net, const char* options);
+
+void SetNodeName_bn(node_bn* node, const char* name);
+const char* GetNodeName_bn(const node_bn* node);
+void SetNodeTitle_bn(node_bn* node, const char* title);
+const char* GetNodeTitle_bn(const node_bn* node);
+void SetNodeComment_bn(node_bn* node, const char* comment);
+const char* GetNodeComment_bn(const node_bn* node);
+net_bn* GetNodeNet_bn(const node_bn* node);
+
+/* Sets the kind to NATURE_NODE, CONSTANT_NODE, DECISION_NODE or UTILITY_NODE. */
+void SetNodeKind_bn(node_bn* node, nodekind_bn kind);
+nodekind_bn GetNodeKind_bn(const node_bn* node); /* 0 on failure */
+nodetype_bn GetNodeType_bn(const node_bn* node); /* 0 on failure */
+
+void SetNodeUserField_bn(node_bn* node, const char* name, const void* data, int length, int kind);
+const char* GetNodeUserField_bn(const node_bn* node, const char* name, int* length, int kind);
+void GetNodeNthUserField_bn(const node_bn* node, int index, const char** name, const char** value,
+                            int* length, int kind);
+
+/* The number of states (0 for a continuous node that is not discretized); -1 on failure. */
+int GetNodeNumberStates_bn(const node_bn* node);
+
+/* ===================================================================== states */
+
+void SetNodeStateName_bn(node_bn* node, state_bn state, const char* state_name);
+/* Names every state at once: a comma-separated list of one name per state; NULL removes them. */
+void SetNodeStateNames_bn(node_bn* node, const char* state_names);
+/* The state's name, or "" when the node's states have no names; NULL on failure. */
+const char* GetNodeStateName_bn(const node_bn* node, state_bn state);
+/* The index of the state of that name, or UNDEF_STATE when none has it. */
+state_bn GetStateNamed_bn(const char* name, const node_bn* node);
+void SetNodeStateTitle_bn(node_bn* node, state_bn state, const char* state_title);
+const char* GetNodeStateTitle_bn(const node_bn* node, state_bn state);
+void SetNodeStateComment_bn(node_bn* node, state_bn state, const char* state_comment);
+const char* GetNodeStateComment_bn(const node_bn* node, state_bn state);
+
+/* Inserts `num_states` states before `first_state` (-1 or the number of states: at the end).
+ * `state_names` is NULL/"" or, when the states have names, a comma-separated list of names for
+ * the new ones.  New table entries get `cpt_fill`: -1, 0 or UNDEF_DBL. */
+void AddNodeStates_bn(node_bn* node, state_bn first_state, const char* state_names, int num_states,
+                      double cpt_fill);
+/* Removes the state and its slice from the node's tables and its children's tables. */
+void RemoveNodeState_bn(node_bn* node, state_bn state);
+/* new_order[i] is the old index of the state that becomes state i; one entry per state
+ * (a negative entry ends a short list). */
+void ReorderNodeStates_bn(node_bn* node, const state_bn* new_order);
+
+/* For a discrete node: one level per state (`num_points` = number of states; NULL `levels` removes
+ * them).  For a continuous node: `num_points`+1 increasing thresholds discretize it into
+ * `num_points` states; 0 removes the discretization. */
+void SetNodeLevels_bn(node_bn* node, int num_points, const level_bn* levels);
+/* The levels (one per state, or number of states + 1 thresholds), or NULL when there are none. */
+const level_bn* GetNodeLevels_bn(const node_bn* node);
+
+/* ===================================================================== links */
+
+/* Adds `parent` as the last parent of `child`; returns the link's index, or -1 on failure.
+ * A link that closes a cycle without time delay, or repeats a link, is made with a warning. */
+int AddLink_bn(node_bn* parent, node_bn* child);
+/* Removes the link_index-th parent of `child`; its table keeps the slice at that parent's finding
+ * state (state 0 when it has none). */
+void DeleteLink_bn(int link_index, node_bn* child);
+/* Replaces the link_index-th parent with `new_parent` (which must have as many states); NULL
+ * disconnects the link and puts a new disconnected node in the parent's place. */
+void SwitchNodeParent_bn(int link_index, node_bn* node, node_bn* new_parent);
+
+/* The parents in table order and the children in the order linked: constant lists. */
+const nodelist_bn* GetNodeParents_bn(const node_bn* node);
+const nodelist_bn* GetNodeChildren_bn(const node_bn* node);
+
+/* The input name of a link (NULL or "" removes it); "" when it has none. */
+void SetNodeInputName_bn(node_bn* node, int link_index, const char* link_name);
+const char* GetNodeInputName_bn(const node_bn* node, int link_index);
+
+/* Sets the time delay of a link in a dimension (0 or greater) and returns the delay in force;
+ * the value "~query_only~" only reads it.  A link whose delay is neither empty nor "0" does
+ * not count toward cycles.  NULL on failure. */
+const char* SetNodeInputDelay_bn(node_bn* node, int link_index, int dimension, const char* delay);
+/* Sets the node's persistence in a dimension and returns the value in force; "~query_only~"
+ * only reads it.  NULL on failure. */
+const char* SetNodePersistence_bn(node_bn* node, int dimension, const char* persistence);
+
+/* ===================================================================== node lists */
+
+/* A new list of `length` empty entries for nodes of `net`.  NULL on failure. */
+nodelist_bn* NewNodeList2_bn(int length, const net_bn* net);
+/* Frees a list made by the application (not its nodes); constant lists are refused. */
+void DeleteNodeList_bn(nodelist_bn* nodes);
+/* The number of entries, empty ones included; -1 on failure. */
+int LengthNodeList_bn(const nodelist_bn* nodes);
+/* The index-th entry (may be NULL for an empty entry); NULL on failure. */
+node_bn* GetNthNode_bn(const nodelist_bn* nodes, int index);
+/* Inserts `node` at `index` (-1 or the length: at the end). */
+void AddNodeToList_bn(node_bn* node, nodelist_bn* nodes, int index);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* QUORVA_H */

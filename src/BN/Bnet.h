@@ -1,0 +1,70 @@
+// A net: its nodes in creation order, the name index, node sets and the unique-label counter.
+#pragma once
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "BN/Bnode.h"
+#include "BN/NodeList.h"
+#include "Basic/Tagged.h"
+#include "Basic/UserFields.h"
+
+namespace quorva {
+
+class EnvCore;
+
+// A user node set; its place in Bnet::nodesets is its priority (first is highest).
+struct Nodeset {
+  std::string name;
+  uint32_t color = 0;  // 8 bits each of red, green, blue
+};
+
+inline constexpr uint64_t FIRST_UNIQUE_LABEL = 100;
+inline constexpr uint64_t UNIQUE_LABEL_WARNING = 999'999'999'990'000'000ULL;
+inline constexpr uint64_t UNIQUE_LABEL_WRAP = 999'999'999'999'999'000ULL;
+
+class Bnet : public Tagged {
+ public:
+  Bnet(EnvCore* env, std::string name);
+  ~Bnet();
+  Bnet(const Bnet&) = delete;
+  Bnet& operator=(const Bnet&) = delete;
+
+  std::string name, title, comment;
+  UserFields userFields;
+  EnvCore* env;
+  std::vector<Bnode*> nodes;  // live nodes, in creation order
+  bool autoUpdate = true;
+  std::vector<Bnode*> elimOrder;
+  std::string fileName;
+  uint64_t uniqueLabel = FIRST_UNIQUE_LABEL;
+  int juncStep = 0;  // 0: not compiled
+  std::vector<Nodeset> nodesets;
+  bool hasVisual = false;
+  mutable NodeList nodeList{this, true};
+
+  // A fresh label for a graph search; warns before the counter recycles and wraps it.
+  uint64_t newLabel();
+
+  Bnode* find(const std::string& name) const;
+  bool nameTaken(const std::string& name) const { return find(name) != nullptr; }
+  // Adds a node whose name has been checked and is free.
+  Bnode& addNode(std::string name, int numStates);
+  // Takes a node without links out of the net, leaving its deleted shell behind.
+  void removeNode(Bnode& node);
+  void renameNode(Bnode& node, std::string name);
+  Nodeset* findNodeset(const std::string& name);
+
+  // Drops the compiled form; called by every structural change.
+  void uncompile() { juncStep = 0; }
+  // Deletes every node (not just to shells), leaving an empty deleted net.
+  void becomeDeleted();
+
+ private:
+  std::vector<std::unique_ptr<Bnode>> storage_;  // live nodes and deleted shells
+  std::unordered_map<std::string, Bnode*> byName_;
+};
+
+}  // namespace quorva

@@ -1,0 +1,83 @@
+// A node: one variable of a net, with its states, links, finding and user data.
+#pragma once
+#include <cstdint>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "BN/NodeList.h"
+#include "Basic/Tagged.h"
+#include "Basic/UserFields.h"
+
+namespace quorva {
+
+class Bnet;
+
+enum NodeKind : int {
+  UNKNOWN_KIND = 0,
+  NATURE = 1,
+  CONSTANT = 2,
+  DECISION = 3,
+  UTILITY = 4,
+  DISCONNECTED = 5,
+  ADVERSARY = 6,
+};
+const char* nodeKindWord(int kind);  // "NATURE", ... "UNKNOWN_KIND"
+
+enum NodeType : int { UNKNOWN_TYPE = 0, CONTINUOUS = 1, DISCRETE = 2 };
+const char* nodeTypeWord(int type);  // "CONTINUOUS", "DISCRETE", "UNKNOWN_DISCRETE"
+
+inline constexpr int UNDEF_STATE_VALUE = -3;
+double undefDouble();
+inline bool isUndefDouble(double x) { return x != x; }
+
+// A link into a node: its parent, the input name, and its time delay per dimension.
+struct Link {
+  Bnode* parent = nullptr;
+  std::string inputName;
+  std::vector<std::string> delays;
+
+  bool hasDelay() const;
+};
+
+// What is known of a node's value in the case at hand.
+struct Finding {
+  int state = UNDEF_STATE_VALUE;
+  double value = std::numeric_limits<double>::quiet_NaN();
+  std::vector<float> likelihood;
+};
+
+class Bnode : public Tagged {
+ public:
+  Bnode(Bnet* net, std::string name, int numStates);
+
+  Bnet* net;
+  std::string name, title, comment;
+  UserFields userFields;
+  int kind = NATURE;
+  int type;
+  int measure = 0;
+  int numStates;
+  std::vector<std::string> stateNames, stateTitles, stateComments;  // empty, or one per state
+  std::vector<double> levels;  // one per state, or numStates + 1 thresholds, or none
+  std::vector<Link> parents;   // in table-dimension order
+  std::vector<Bnode*> children;  // one entry per link into a child
+  Finding finding;
+  uint64_t mark = 0;           // the last unique label a graph search gave it
+  double visX = 0, visY = 0;
+  std::vector<std::string> nodesets;
+  std::vector<std::string> persistence;  // per dimension
+
+  // Lists handed to the application; refreshed on each request.
+  mutable NodeList parentList{nullptr, true};
+  mutable NodeList childList{nullptr, true};
+
+  // Discrete, or continuous and discretized: it has states to index.
+  bool hasStates() const { return numStates > 0; }
+  // The state the node's finding fixes, or -1 when it fixes none.
+  int findingState() const { return finding.state >= 0 ? finding.state : -1; }
+  // Empties a node that has been deleted, keeping only the shell that marks it so.
+  void becomeDeleted();
+};
+
+}  // namespace quorva

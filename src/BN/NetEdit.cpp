@@ -1,0 +1,13 @@
+// Closing an edit: drop what the change made stale.
+#include "BN/NetEdit.h"
+
+#include "BN/Bnet.h"
+
+namespace quorva {
+
+void NetEdit::commit() {
+  // The undo history records the edit here once the net keeps one.
+  if (kind_ == EditKind::Structure || kind_ == EditKind::Tables) net_.uncompile();
+}
+
+}  // namespace quorva

@@ -1,0 +1,108 @@
+// Checking names and making legal and unique ones.
+#include "Basic/IdName.h"
+
+#include <algorithm>
+#include <cctype>
+#include <set>
+
+#include "Basic/Format.h"
+
+namespace quorva {
+
+namespace {
+
+bool isNameChar(unsigned char c) { return std::isalnum(c) || c == '_'; }
+bool isAsciiLetterOrDigit(unsigned char c) { return c < 0x80 && isNameChar(c); }
+
+std::string characterMessage(std::string_view name, unsigned char c) {
+  std::string n(name);
+  switch (c) {
+    case ' ': return format("'%.30s' contains a space", n);
+    case '\t': return format("'%.30s' contains a tab", n);
+    case '\r': return format("'%.30s' contains a 'return' character", n);
+    case '\n': return format("'%.30s' contains a 'new-line' character", n);
+    default: break;
+  }
+  if (c < 0x20 || c >= 0x7F) return format("'%.30s' contains an illegal character (ascii code %u)", n, unsigned{c});
+  return format("'%.30s' contains the illegal character '%c'", n, int{c});
+}
+
+}  // namespace
+
+int checkName(std::string_view name, int flags, std::string* message) {
+  int failed = 0;
+  auto fail = [&](int bit, std::string text) {
+    if (message && failed == 0) *message = std::move(text);
+    failed |= bit;
+  };
+  if (name.empty()) {
+    if (flags & NAME_NOT_EMPTY) fail(NAME_NOT_EMPTY, "is empty (contains no characters)");
+    return failed;
+  }
+  if (name == "*") {
+    if (flags & NAME_NO_ASTERISK) fail(NAME_NO_ASTERISK, "'*' (meaning every one) can't be used here");
+    return failed;
+  }
+  if ((flags & NAME_LENGTH) && name.size() > MAX_NAME_LENGTH)
+    fail(NAME_LENGTH, format("'%.31s...' is too long (%d characters, maximum is %d)",
+                             std::string(name), static_cast<int>(name.size()), MAX_NAME_LENGTH));
+  if (flags & NAME_CHARS) {
+    auto bad = std::find_if(name.begin(), name.end(),
+                            [](char c) { return !isAsciiLetterOrDigit(static_cast<unsigned char>(c)); });
+    if (bad != name.end()) fail(NAME_CHARS, characterMessage(name, static_cast<unsigned char>(*bad)));
+  }
+  unsigned char first = static_cast<unsigned char>(name[0]);
+  if ((flags & NAME_FIRST_CHAR) && std::isdigit(first))
+    fail(NAME_FIRST_CHAR, format("'%.30s' starts with non-alphabetic character '%c'",
+                                 std::string(name), int{first}));
+  return failed;
+}
+
+std::string legalName(std::string_view text) {
+  std::string out;
+  for (char c : text.substr(0, MAX_NAME_LENGTH))
+    out += isAsciiLetterOrDigit(static_cast<unsigned char>(c)) ? c : '_';
+  if (out.empty()) return "_";
+  if (std::isdigit(static_cast<unsigned char>(out[0]))) out[0] = '_';
+  return out;
+}
+
+std::string uniqueName(std::string_view text, const std::function<bool(const std::string&)>& taken) {
+  std::string name = legalName(text);
+  if (!taken(name)) return name;
+  std::string stem = name.substr(0, std::min<size_t>(name.size(), 20));
+  for (unsigned long i = 0;; ++i) {
+    std::string candidate = stem + std::to_string(i);
+    if (!taken(candidate)) return candidate;
+  }
+}
+
+std::vector<std::string> splitNameList(std::string_view text) {
+  std::vector<std::string> out;
+  auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; };
+  if (std::all_of(text.begin(), text.end(), blank)) return out;
+  size_t start = 0;
+  while (true) {
+    size_t comma = text.find(',', start);
+    std::string_view item = text.substr(start, comma == std::string_view::npos ? text.npos : comma - start);
+    while (!item.empty() && blank(item.front())) item.remove_prefix(1);
+    while (!item.empty() && blank(item.back())) item.remove_suffix(1);
+    out.emplace_back(item);
+    if (comma == std::string_view::npos) break;
+    start = comma + 1;
+  }
+  return out;
+}
+
+std::string checkNameList(const std::vector<std::string>& names) {
+  std::set<std::string> seen;
+  for (const std::string& n : names) {
+    if (n.empty()) return "names are missing";
+    std::string why;
+    if (checkName(n, NAME_ALL | NAME_NO_ASTERISK, &why)) return why;
+    if (!seen.insert(n).second) return format("name '%.30s' is repeated", n);
+  }
+  return "";
+}
+
+}  // namespace quorva

@@ -1,0 +1,85 @@
+// The environment's ownership of nets and lists, its closing, and the process-wide settings.
+#include "Quorva/Environ.h"
+
+#include <algorithm>
+
+namespace quorva {
+
+namespace {
+std::mutex& registryLock() {
+  static std::mutex m;
+  return m;
+}
+Environ* gDefault = nullptr;
+// Shells of deleted nets and closed environments, kept so that stale handles are recognised.
+std::vector<std::unique_ptr<Bnet>>& netShells() {
+  static std::vector<std::unique_ptr<Bnet>> shells;
+  return shells;
+}
+std::vector<std::unique_ptr<Environ>>& envShells() {
+  static std::vector<std::unique_ptr<Environ>> shells;
+  return shells;
+}
+}  // namespace
+
+Concurrency& concurrency() {
+  static Concurrency c;
+  return c;
+}
+
+Environ* defaultEnviron() {
+  std::lock_guard<std::mutex> g(registryLock());
+  return gDefault;
+}
+
+void setDefaultEnviron(Environ* env) {
+  std::lock_guard<std::mutex> g(registryLock());
+  gDefault = env;
+}
+
+void buryEnviron(std::unique_ptr<Environ> env) {
+  std::lock_guard<std::mutex> g(registryLock());
+  envShells().push_back(std::move(env));
+}
+
+Bnet& Environ::adoptNet(Bnet* net) {
+  nets.emplace_back(net);
+  return *net;
+}
+
+void Environ::deleteNet(Bnet& net) {
+  auto it = std::find_if(nets.begin(), nets.end(), [&](const auto& p) { return p.get() == &net; });
+  if (it == nets.end()) return;
+  std::unique_ptr<Bnet> owned = std::move(*it);
+  nets.erase(it);
+  lists.erase(std::remove_if(lists.begin(), lists.end(), [&](const auto& l) { return l->net == &net; }),
+              lists.end());
+  owned->becomeDeleted();
+  std::lock_guard<std::mutex> g(registryLock());
+  netShells().push_back(std::move(owned));
+}
+
+NodeList& Environ::newList(Bnet* net) {
+  lists.push_back(std::make_unique<NodeList>(net, false));
+  return *lists.back();
+}
+
+void Environ::deleteList(NodeList& list) {
+  list.tag = 0;
+  lists.erase(std::remove_if(lists.begin(), lists.end(), [&](const auto& l) { return l.get() == &list; }),
+              lists.end());
+}
+
+bool Environ::ownsList(const NodeList* list) const {
+  return std::any_of(lists.begin(), lists.end(), [&](const auto& l) { return l.get() == list; });
+}
+
+void Environ::close() {
+  lists.clear();
+  while (!nets.empty()) deleteNet(*nets.back());
+  errors.clearAll();
+  state = -1;
+  if (defaultEnviron() == this) setDefaultEnviron(nullptr);
+}
+
+}  // namespace quorva

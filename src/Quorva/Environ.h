@@ -1,0 +1,56 @@
+// The environment: the engine's part plus the API's lock, checking level, language and the
+// objects it owns.
+#pragma once
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "BN/Bnet.h"
+#include "BN/NodeList.h"
+#include "Basic/EnvCore.h"
+
+namespace quorva {
+
+inline constexpr int NO_CHECK_LEVEL = 1;
+inline constexpr int QUICK_CHECK_LEVEL = 2;
+inline constexpr int REGULAR_CHECK_LEVEL = 3;
+inline constexpr int COMPLETE_CHECK_LEVEL = 4;
+
+class Environ : public EnvCore {
+ public:
+  std::recursive_mutex lock;
+  int checkingLevel = REGULAR_CHECK_LEVEL;
+  std::string language = "C";
+  std::vector<std::unique_ptr<Bnet>> nets;
+  std::vector<std::unique_ptr<NodeList>> lists;  // lists the application made
+
+  static Environ* of(EnvCore* core) { return static_cast<Environ*>(core); }
+
+  Bnet& adoptNet(Bnet* net);
+  // Deletes a net, keeping its shell so that later use of its handle is recognised.
+  void deleteNet(Bnet& net);
+  NodeList& newList(Bnet* net);
+  void deleteList(NodeList& list);
+  bool ownsList(const NodeList* list) const;
+  // Frees everything the environment owns and marks it closed.
+  void close();
+};
+
+// How calls find and take an environment's lock; process-wide.
+struct Concurrency {
+  std::string externalThreads = "MultiThread";  // "SingleThread": one global environment
+  std::string internalThreads = "MultiThread";
+  std::string serialize = "NormalBlocking";     // or "Sleep", "CallerAssuresSafety"
+};
+Concurrency& concurrency();
+
+// The environment used when none can be found from a call's arguments: the one most recently
+// initialised and not closed.
+Environ* defaultEnviron();
+void setDefaultEnviron(Environ* env);
+
+// Keeps a closed environment's shell for the life of the process.
+void buryEnviron(std::unique_ptr<Environ> env);
+
+}  // namespace quorva

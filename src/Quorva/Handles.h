@@ -1,0 +1,30 @@
+// Conversions between the public opaque handles and the engine's objects.
+#pragma once
+#include "BN/Bnet.h"
+#include "BN/Bnode.h"
+#include "BN/NodeList.h"
+#include "Basic/ErrorRecord.h"
+#include "Quorva.h"
+#include "Quorva/Environ.h"
+
+namespace quorva {
+
+template <class T, class H>
+inline T* engine(const H* h) {
+  return reinterpret_cast<T*>(const_cast<H*>(h));
+}
+
+inline Environ* asEnv(const environ_vq* h) { return engine<Environ>(h); }
+inline Bnet* asNet(const net_bn* h) { return engine<Bnet>(h); }
+inline Bnode* asNode(const node_bn* h) { return engine<Bnode>(h); }
+inline NodeList* asList(const nodelist_bn* h) { return engine<NodeList>(h); }
+inline ErrorRecord* asReport(const report_vq* h) { return engine<ErrorRecord>(h); }
+
+inline environ_vq* handle(Environ* e) { return reinterpret_cast<environ_vq*>(e); }
+inline net_bn* handle(Bnet* n) { return reinterpret_cast<net_bn*>(n); }
+inline node_bn* handle(Bnode* n) { return reinterpret_cast<node_bn*>(n); }
+inline nodelist_bn* handle(NodeList* l) { return reinterpret_cast<nodelist_bn*>(l); }
+inline const nodelist_bn* handle(const NodeList* l) { return reinterpret_cast<const nodelist_bn*>(l); }
+inline report_vq* handle(ErrorRecord* r) { return reinterpret_cast<report_vq*>(r); }
+
+}  // namespace quorva
