@@ -67,9 +67,12 @@ static void print_net(const net_bn* net) {
     const nodelist_bn* parents = GetNodeParents_bn(node);
     int num_states = GetNodeNumberStates_bn(node);
     int num_parents = LengthNodeList_bn(parents);
-    printf("  %-12s states:", GetNodeName_bn(node));
-    for (s = 0; s < num_states; ++s) printf("%s%s", s ? ", " : " ", GetNodeStateName_bn(node, s));
-    printf("   parents:");
+    char states[4 * (NAME_MAX_vq + 2)] = "";
+    for (s = 0; s < num_states && s < 4; ++s) {
+      if (s) strcat(states, ", ");
+      strcat(states, GetNodeStateName_bn(node, s));
+    }
+    printf("  %-12s states: %-20s parents:", GetNodeName_bn(node), states);
     if (num_parents == 0) printf(" (none)");
     for (p = 0; p < num_parents; ++p)
       printf("%s%s", p ? ", " : " ", GetNodeName_bn(GetNthNode_bn(parents, p)));

@@ -64,6 +64,7 @@ class Bnode : public Tagged {
   std::vector<Bnode*> children;  // one entry per link into a child
   Finding finding;
   uint64_t mark = 0;           // the last unique label a graph search gave it
+  int curState = 0;            // the state table kernels fix this node at when it is not iterated
   double visX = 0, visY = 0;
   std::vector<std::string> nodesets;
   std::vector<std::string> persistence;  // per dimension

@@ -1,0 +1,348 @@
+// Potential tables: storage, element access, and the whole-table operations.
+#include "BN/PotTable.h"
+
+#include <bit>
+#include <climits>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+
+#include "BN/Bnode.h"
+#include "BN/PotErrors.h"
+#include "Basic/BasicErrors.h"
+#include "Basic/EnvCore.h"
+#include "Basic/Raise.h"
+
+namespace quorva {
+
+float undefFloat() { return std::bit_cast<float>(UNDEF_FLT_BITS); }
+float unspecifiedRowFloat() { return std::bit_cast<float>(UNSPEC_ROW_BITS); }
+bool isUndefFloat(float v) { return std::bit_cast<uint32_t>(v) == UNDEF_FLT_BITS; }
+bool isReservedFloat(float v) {
+  uint32_t b = std::bit_cast<uint32_t>(v);
+  return b == UNDEF_FLT_BITS || b == UNSPEC_ROW_BITS;
+}
+
+double sizeOfSpace(const std::vector<int>& dims) {
+  double s = 1.0;
+  for (int d : dims) {
+    if (d == 0) return 0.0;
+    s *= d;
+    if (s > SIZE_CAP) s = SIZE_CAP;
+  }
+  return s;
+}
+
+namespace {
+size_t entriesOf(const std::vector<int>& dims) {
+  double s = sizeOfSpace(dims);
+  return s > 2147483647.0 ? TOO_LARGE : static_cast<size_t>(s);
+}
+}  // namespace
+
+std::shared_ptr<const PotTable::NodeVec> PotTable::emptyNodes() {
+  static const auto empty = std::make_shared<const NodeVec>();
+  return empty;
+}
+
+std::shared_ptr<const std::vector<int>> PotTable::emptyDims() {
+  static const auto empty = std::make_shared<const std::vector<int>>();
+  return empty;
+}
+
+PotTable::PotTable(EnvCore* env, NodeVec nodes) : env_(env) { setNodes(std::move(nodes)); }
+
+PotTable::~PotTable() { releaseOwned(); }
+
+PotTable::PotTable(const PotTable& o)
+    : mayHaveNeg(o.mayHaveNeg), env_(o.env_), nodes_(o.nodes_), dims_(o.dims_), size_(o.size_), factor_(o.factor_) {
+  if (o.data_) {
+    allocate();
+    std::memcpy(data_, o.data_, size_ * sizeof(float));
+    factor_ = o.factor_;
+  }
+}
+
+PotTable& PotTable::operator=(const PotTable& o) {
+  if (this != &o) {
+    PotTable copy(o);
+    *this = std::move(copy);
+  }
+  return *this;
+}
+
+PotTable::PotTable(PotTable&& o) noexcept
+    : mayHaveNeg(o.mayHaveNeg), env_(o.env_), nodes_(std::move(o.nodes_)), dims_(std::move(o.dims_)),
+      size_(o.size_), data_(o.data_), capacity_(o.capacity_), factor_(o.factor_) {
+  o.data_ = nullptr;
+  o.capacity_ = 0;
+  o.nodes_ = emptyNodes();
+  o.dims_ = emptyDims();
+  o.size_ = 1;
+}
+
+PotTable& PotTable::operator=(PotTable&& o) noexcept {
+  if (this != &o) {
+    releaseOwned();
+    mayHaveNeg = o.mayHaveNeg;
+    env_ = o.env_;
+    nodes_ = std::move(o.nodes_);
+    dims_ = std::move(o.dims_);
+    size_ = o.size_;
+    data_ = o.data_;
+    capacity_ = o.capacity_;
+    factor_ = o.factor_;
+    o.data_ = nullptr;
+    o.capacity_ = 0;
+    o.nodes_ = emptyNodes();
+    o.dims_ = emptyDims();
+    o.size_ = 1;
+  }
+  return *this;
+}
+
+void PotTable::setNodes(NodeVec nodes) {
+  freeData();
+  std::vector<int> dims;
+  dims.reserve(nodes.size());
+  for (const Bnode* n : nodes) dims.push_back(n->numStates);
+  size_ = entriesOf(dims);
+  nodes_ = std::make_shared<const NodeVec>(std::move(nodes));
+  dims_ = std::make_shared<const std::vector<int>>(std::move(dims));
+}
+
+void PotTable::shareNodes(const PotTable& other) {
+  freeData();
+  nodes_ = other.nodes_;
+  dims_ = other.dims_;
+  size_ = other.size_;
+}
+
+void PotTable::allocate() {
+  QASSERT(env_, size_ != 0);  // sizespace != 0
+  auto refuse = [&] {
+    engError(env_, err::NotEnoughMemory, format("to make full %d dimensional table", static_cast<int>(numNodes())),
+             formatBytes(4.0 * sizeOfSpace(dims())));
+  };
+  if (size_ == TOO_LARGE || size_ >= MAX_ALLOC_ENTRIES) refuse();
+  if (capacity_ == size_) {
+    factor_ = 1.0;
+    return;
+  }
+  freeData();
+  size_t bytes = size_ * sizeof(float);
+  float* p = nullptr;
+  if (env_) {
+    try {
+      p = static_cast<float*>(env_->memory.allocate(bytes, "to make a table"));
+    } catch (const QuorvaError&) {
+      refuse();
+    }
+  } else {
+    p = static_cast<float*>(std::malloc(bytes ? bytes : 1));
+    if (!p) refuse();
+  }
+  data_ = p;
+  capacity_ = size_;
+  factor_ = 1.0;
+}
+
+void PotTable::attach(float* data) {
+  freeData();
+  data_ = data;
+  factor_ = 1.0;
+}
+
+void PotTable::releaseOwned() {
+  if (data_ && capacity_) {
+    if (env_) env_->memory.release(data_, capacity_ * sizeof(float));
+    else std::free(data_);
+  }
+}
+
+void PotTable::freeData() {
+  releaseOwned();
+  data_ = nullptr;
+  capacity_ = 0;
+}
+
+void PotTable::requireAllocated(const char* cond) const {
+  if (!data_) internalCheckFailed(env_, __FILE__, __LINE__, cond);
+}
+
+size_t PotTable::indexOf(const int* states) const {
+  size_t r = 0;
+  const std::vector<int>& d = dims();
+  for (size_t i = 0; i < d.size(); ++i) r = r * static_cast<size_t>(d[i]) + static_cast<size_t>(states[i]);
+  return r;
+}
+
+void PotTable::setRow(const int* leadingStates, const float* row) {
+  requireAllocated("isAllocated()");
+  size_t n = rowLength(), at = 0;
+  const std::vector<int>& d = dims();
+  for (size_t i = 0; i + 1 < d.size(); ++i) at = at * static_cast<size_t>(d[i]) + static_cast<size_t>(leadingStates[i]);
+  at *= n;
+  double scale = factor_ == 1.0 ? 1.0 : 1.0 / factor_;
+  for (size_t i = 0; i < n; ++i)
+    data_[at + i] = isReservedFloat(row[i]) || scale == 1.0 ? row[i] : static_cast<float>(row[i] * scale);
+}
+
+float PotTable::addOn(size_t index, float v, int* status) {
+  requireAllocated("isAllocated()");
+  float prev = data_[index];
+  float r = prev + v;
+  *status = 0;
+  if (r < 0) {
+    if (r < -2e-6f) {
+      *status = -2458;
+      return prev;
+    }
+    r = 0;
+  } else if (v > 0 && r == prev) {
+    *status = -2457;
+    return prev;
+  }
+  data_[index] = r;
+  return prev;
+}
+
+void PotTable::fill(double v) {
+  requireAllocated("isAllocated()");
+  factor_ = 1.0;
+  double total = std::fabs(static_cast<double>(size_) * v);
+  float entry = static_cast<float>(v);
+  if (total < 1e-10 && v != 0) {
+    factor_ = total;
+    entry = static_cast<float>((v < 0 ? -1.0 : 1.0) / static_cast<double>(size_));
+  }
+  std::fill(data_, data_ + size_, entry);
+}
+
+void PotTable::multiplyScalar(double k) {
+  if (k == 1.0) return;
+  double f = factor_ * k;
+  if (f != 0.0) {
+    factor_ = f;
+    return;
+  }
+  requireAllocated("isAllocated()");
+  for (size_t i = 0; i < size_; ++i)
+    if (!isReservedFloat(data_[i])) data_[i] = static_cast<float>(data_[i] * k);
+}
+
+void PotTable::setFactorRaw(double f) {
+  if (!(f > 0)) {
+    raiseRecord(env_, NOT_DISPLAYED, INTERNAL_SEV, 0, -err::InternalCheck.number,
+                format("new_factor > 0 (%g)", f));
+    throwRecord(nullptr);
+  }
+  factor_ = f;
+}
+
+void PotTable::setFactor(double f) {
+  if (f == factor_) return;
+  requireAllocated("isAllocated()");
+  double ratio = factor_ / f;
+  setFactorRaw(f);
+  for (size_t i = 0; i < size_; ++i)
+    if (!isReservedFloat(data_[i])) data_[i] = static_cast<float>(data_[i] * ratio);
+}
+
+void makeFactorsSame(PotTable& a, PotTable& b) {
+  double f = a.factor() > b.factor() ? a.factor() : b.factor();
+  a.setFactor(f);
+  b.setFactor(f);
+}
+
+namespace {
+// Divides the non-reserved entries by s.
+void divideEntries(float* d, size_t n, double s) {
+  double inv = 1.0 / s;
+  for (size_t i = 0; i < n; ++i)
+    if (!isReservedFloat(d[i])) d[i] = static_cast<float>(d[i] * inv);
+}
+}  // namespace
+
+void PotTable::guardOverflow() {
+  requireAllocated("isAllocated()");
+  double s = 0;
+  for (size_t i = 0; i < size_; ++i)
+    if (!isReservedFloat(data_[i])) s += data_[i];
+  if (s > 1e10) {
+    divideEntries(data_, size_, s);
+    setFactorRaw(factor_ * s);
+  }
+}
+
+void PotTable::guardUnderflow() {
+  requireAllocated("isAllocated()");
+  double s = 0;
+  for (size_t i = 0; i < size_ && s < 1e-10; ++i) {
+    float v = data_[i];
+    if (isReservedFloat(v)) continue;
+    s += mayHaveNeg ? std::fabs(v) : v;
+  }
+  if (s > 0 && s < 1e-10) {
+    divideEntries(data_, size_, s);
+    setFactorRaw(factor_ * s);
+  }
+}
+
+void PotTable::normalizeRows() {
+  size_t n = rowLength();
+  if (!data_) {
+    allocate();
+    std::fill(data_, data_ + size_, static_cast<float>(1.0 / static_cast<double>(n)));
+    return;
+  }
+  factor_ = 1.0;
+  for (size_t at = 0; at + n <= size_; at += n) {
+    double s = 0;
+    bool plain = true;
+    for (size_t i = 0; i < n; ++i) {
+      float v = data_[at + i];
+      if (isReservedFloat(v) || !(v >= 0)) plain = false;
+      s += v;
+    }
+    if (plain && s > 0)
+      for (size_t i = 0; i < n; ++i) data_[at + i] = static_cast<float>(data_[at + i] / s);
+  }
+}
+
+void PotTable::zeroUndefined() {
+  if (!data_) {
+    allocate();
+    std::fill(data_, data_ + size_, 0.0f);
+    return;
+  }
+  for (size_t i = 0; i < size_; ++i)
+    if (isUndefFloat(data_[i])) data_[i] = 0;
+}
+
+void PotTable::clipNegatives() {
+  requireAllocated("isAllocated()");
+  for (size_t i = 0; i < size_; ++i)
+    if (!(data_[i] >= 0)) data_[i] = 0;
+}
+
+double PotTable::sum() const {
+  requireAllocated("isAllocated()");
+  double s0 = 0, s1 = 0, s2 = 0, s3 = 0;
+  size_t i = 0;
+  for (; i + 4 <= size_; i += 4) {
+    s0 += data_[i];
+    s1 += data_[i + 1];
+    s2 += data_[i + 2];
+    s3 += data_[i + 3];
+  }
+  for (; i < size_; ++i) s0 += data_[i];
+  return (s0 + s1 + s2 + s3) * factor_;
+}
+
+void PotTable::copyOut(double* out) const {
+  requireAllocated("isAllocated()");
+  for (size_t i = 0; i < size_; ++i) out[i] = data_[i] * factor_;
+}
+
+}  // namespace quorva

@@ -1,0 +1,98 @@
+// The name rule, and the routines that repair, uniquify, split and check names.
+#include "Basic/IdName.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+using namespace quorva;
+
+namespace {
+int check(const std::string& name, std::string* why, int flags = NAME_ALL | NAME_NO_ASTERISK) {
+  why->clear();
+  return checkName(name, flags, why);
+}
+}  // namespace
+
+TEST(IdName, ThirtyCharactersPassAndLongerNamesShowTheirFirst31) {
+  std::string why;
+  EXPECT_EQ(check(std::string(30, 'a'), &why), 0);
+  EXPECT_EQ(why, "");
+  std::string longName = "abcdefghijklmnopqrstuvwxyz0123456789ABCD";  // 40 characters
+  EXPECT_EQ(check(longName, &why), NAME_LENGTH);
+  EXPECT_EQ(why, "'" + longName.substr(0, 31) + "...' is too long (40 characters, maximum is 30)");
+}
+
+TEST(IdName, UnderscoreMayStartANameButADigitMayNot) {
+  std::string why;
+  EXPECT_EQ(check("_a", &why), 0);
+  EXPECT_EQ(check("1a", &why), NAME_FIRST_CHAR);
+  EXPECT_EQ(why, "'1a' starts with non-alphabetic character '1'");
+}
+
+TEST(IdName, BadCharacterIsDescribedByKind) {
+  struct Case {
+    std::string name, why;
+  } cases[] = {
+      {"a b", "'a b' contains a space"},
+      {"a\tb", "'a\tb' contains a tab"},
+      {"a\rb", "'a\rb' contains a 'return' character"},
+      {"a\nb", "'a\nb' contains a 'new-line' character"},
+      {"a-b", "'a-b' contains the illegal character '-'"},
+      {"a\x01" "b", "'a\x01" "b' contains an illegal character (ascii code 1)"},
+      {"a\xE9" "b", "'a\xE9" "b' contains an illegal character (ascii code 233)"},
+      {"caf\x7F", "'caf\x7F' contains an illegal character (ascii code 127)"},
+  };
+  for (const Case& c : cases) {
+    std::string why;
+    EXPECT_EQ(check(c.name, &why), NAME_CHARS) << c.why;
+    EXPECT_EQ(why, c.why);
+  }
+}
+
+TEST(IdName, EveryFailedTestIsReturnedButOnlyTheFirstIsDescribed) {
+  std::string why;
+  EXPECT_EQ(check("", &why), NAME_NOT_EMPTY);
+  EXPECT_EQ(check("*", &why), NAME_NO_ASTERISK);
+  EXPECT_EQ(check("*", &why, NAME_ALL), 0);
+  std::string bad = "9" + std::string(30, 'x') + "-";
+  EXPECT_EQ(check(bad, &why), NAME_LENGTH | NAME_CHARS | NAME_FIRST_CHAR);
+  EXPECT_EQ(why, "'" + bad.substr(0, 31) + "...' is too long (32 characters, maximum is 30)");
+  // Tests that were not asked for do not fail.
+  EXPECT_EQ(check("1-", &why, NAME_LENGTH), 0);
+  EXPECT_EQ(check("1-", &why, NAME_FIRST_CHAR), NAME_FIRST_CHAR);
+}
+
+TEST(IdName, LegalNameRepairsAnyText) {
+  EXPECT_EQ(legalName("1a"), "_a");
+  EXPECT_EQ(legalName(""), "_");
+  EXPECT_EQ(legalName("a b-c\xE9"), "a_b_c_");
+  EXPECT_EQ(legalName(std::string(29, 'q') + "xyz"), std::string(29, 'q') + "x");
+  std::string why;
+  EXPECT_EQ(check(legalName("7 up!"), &why), 0) << why;
+}
+
+TEST(IdName, UniqueNameKeepsTwentyCharactersAndCountsUp) {
+  std::set<std::string> taken;
+  auto isTaken = [&](const std::string& n) { return taken.count(n) > 0; };
+  EXPECT_EQ(uniqueName("Free", isTaken), "Free");
+  std::string name25 = "Temperature_of_the_room_X";
+  ASSERT_EQ(name25.size(), 25u);
+  taken.insert(name25);
+  EXPECT_EQ(uniqueName(name25, isTaken), name25.substr(0, 20) + "0");
+  taken.insert(name25.substr(0, 20) + "0");
+  EXPECT_EQ(uniqueName(name25, isTaken), name25.substr(0, 20) + "1");
+  taken.insert("_a");
+  EXPECT_EQ(uniqueName("1a", isTaken), "_a0");
+}
+
+TEST(IdName, NameListsAreSplitTrimmedAndChecked) {
+  using V = std::vector<std::string>;
+  EXPECT_EQ(splitNameList(" lo , mid,hi\t"), (V{"lo", "mid", "hi"}));
+  EXPECT_EQ(splitNameList("  "), V{});
+  EXPECT_EQ(splitNameList("a,,b"), (V{"a", "", "b"}));
+  EXPECT_EQ(checkNameList({"lo", "mid", "hi"}), "");
+  EXPECT_EQ(checkNameList({"lo", "mid", "lo"}), "name 'lo' is repeated");
+  EXPECT_EQ(checkNameList({"lo", "2x"}), "'2x' starts with non-alphabetic character '2'");
+  EXPECT_NE(checkNameList({"a", "", "b"}), "");
+}

@@ -1,0 +1,110 @@
+// Nets through the C API: names, texts and user fields (of nets and of nodes).
+#include <cstring>
+
+#include "BN/NetErrors.h"
+#include "Basic/BasicErrors.h"
+#include "NetSnapshot.h"
+
+namespace err = quorva::err;
+
+TEST_F(NetTest, NewNetRefusesBadNames) {
+  struct Case {
+    const char* name;
+    int number;
+    const char* text;
+  } cases[] = {
+      {"", err::EmptyName.number, "empty string passed for name"},
+      {nullptr, err::EmptyName.number, "empty string passed for name"},
+      {"1net", err::BadName.number, "in argument 'name', '1net' starts with non-alphabetic character '1'"},
+      {"my net", err::BadName.number, "in argument 'name', 'my net' contains a space"},
+  };
+  for (const Case& c : cases) {
+    clearErrors();
+    EXPECT_EQ(NewNet_bn(c.name, env), nullptr);
+    report_vq* r = lastError();
+    ASSERT_NE(r, nullptr) << c.text;
+    EXPECT_EQ(ErrorNumber_vq(r), c.number);
+    EXPECT_STREQ(ErrorMessage_vq(r), c.text);
+  }
+  net_bn* net = NewNet_bn("_Weather2", env);
+  ASSERT_NE(net, nullptr);
+  EXPECT_STREQ(GetNetName_bn(net), "_Weather2");
+  EXPECT_EQ(GetNetEnviron_bn(net), env);
+}
+
+TEST_F(NetTest, RefusedNetRenameKeepsOldName) {
+  net_bn* net = NewNet_bn("Old", env);
+  SetNetName_bn(net, "has-dash");
+  EXPECT_STREQ(GetNetName_bn(net), "Old");
+  ASSERT_NE(lastError(), nullptr);
+  SetNetName_bn(net, "New");
+  EXPECT_STREQ(GetNetName_bn(net), "New");
+}
+
+TEST_F(NetTest, TitleAndCommentAreKeptAndNullClearsThem) {
+  net_bn* net = NewNet_bn("N", env);
+  node_bn* a = NewNode_bn("A", 2, net);
+  EXPECT_STREQ(GetNetTitle_bn(net), "");
+  SetNetTitle_bn(net, "Weather model");
+  SetNetComment_bn(net, "any text, even: commas\nand lines");
+  SetNodeTitle_bn(a, "Rain today");
+  SetNodeComment_bn(a, "measured at 9am");
+  EXPECT_STREQ(GetNetTitle_bn(net), "Weather model");
+  EXPECT_STREQ(GetNetComment_bn(net), "any text, even: commas\nand lines");
+  EXPECT_STREQ(GetNodeTitle_bn(a), "Rain today");
+  EXPECT_STREQ(GetNodeComment_bn(a), "measured at 9am");
+  SetNetTitle_bn(net, nullptr);
+  SetNodeComment_bn(a, nullptr);
+  EXPECT_STREQ(GetNetTitle_bn(net), "");
+  EXPECT_STREQ(GetNodeComment_bn(a), "");
+  EXPECT_EQ(errorCount(ERROR_ERR), 0);
+}
+
+TEST_F(NetTest, UserFieldsAreFoundByNameAndByIndexInOrderFirstSet) {
+  net_bn* net = NewNet_bn("N", env);
+  const char binary[] = {'a', '\0', 'b', '\xFF'};
+  SetNetUserField_bn(net, "text", "hello", -1, 0);
+  SetNetUserField_bn(net, "bytes", binary, 4, 0);
+  int length = 0;
+  const char* value = GetNetUserField_bn(net, "bytes", &length, 0);
+  ASSERT_EQ(length, 4);
+  EXPECT_EQ(std::memcmp(value, binary, 4), 0);
+  EXPECT_STREQ(GetNetUserField_bn(net, "text", &length, 0), "hello");
+  EXPECT_EQ(length, 5);
+
+  // A new value replaces the old one in its place; NULL data removes the field.
+  SetNetUserField_bn(net, "text", "hi", -1, 0);
+  SetNetUserField_bn(net, "third", "3", -1, 0);
+  SetNetUserField_bn(net, "bytes", nullptr, 0, 0);
+  EXPECT_EQ(GetNetUserField_bn(net, "bytes", &length, 0), nullptr);
+  EXPECT_EQ(length, -1);
+  const char *name = nullptr, *val = nullptr;
+  GetNetNthUserField_bn(net, 0, &name, &val, &length, 0);
+  EXPECT_STREQ(name, "text");
+  EXPECT_STREQ(val, "hi");
+  GetNetNthUserField_bn(net, 1, &name, &val, &length, 0);
+  EXPECT_STREQ(name, "third");
+  GetNetNthUserField_bn(net, 2, &name, &val, &length, 0);
+  EXPECT_EQ(name, nullptr);
+  EXPECT_EQ(val, nullptr);
+  EXPECT_EQ(errorCount(ERROR_ERR), 0);
+
+  // Node fields are kept apart from the net's.
+  node_bn* a = NewNode_bn("A", 2, net);
+  SetNodeUserField_bn(a, "text", "node", -1, 0);
+  EXPECT_STREQ(GetNodeUserField_bn(a, "text", &length, 0), "node");
+  EXPECT_STREQ(GetNetUserField_bn(net, "text", &length, 0), "hi");
+  GetNodeNthUserField_bn(a, 0, &name, &val, &length, 0);
+  EXPECT_STREQ(name, "text");
+
+  // Refusals leave the fields alone.
+  SetNodeUserField_bn(a, "bad name", "x", -1, 0);
+  EXPECT_EQ(ErrorNumber_vq(lastError()), err::BadName.number);
+  SetNodeUserField_bn(a, "text", "x", -1, 1);
+  EXPECT_EQ(ErrorNumber_vq(lastError()), err::UserFieldKind.number);
+  SetNodeUserField_bn(a, "text", "x", -2, 0);
+  EXPECT_EQ(ErrorNumber_vq(lastError()), err::UserFieldLength.number);
+  EXPECT_STREQ(GetNodeUserField_bn(a, "text", &length, 0), "node");
+  GetNodeNthUserField_bn(a, 1, &name, &val, &length, 0);
+  EXPECT_EQ(name, nullptr);
+}

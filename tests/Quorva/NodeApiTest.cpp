@@ -1,0 +1,101 @@
+// Nodes through the C API: creation, renaming, kinds and deletion.
+#include "BN/NetErrors.h"
+#include "Basic/BasicErrors.h"
+#include "NetSnapshot.h"
+#include "Quorva/ApiErrors.h"
+
+namespace err = quorva::err;
+
+class NodeApiTest : public NetTest {
+ protected:
+  void SetUp() override {
+    NetTest::SetUp();
+    net = NewNet_bn("N", env);
+    a = NewNode_bn("A", 2, net);
+    b = NewNode_bn("B", 3, net);
+  }
+  net_bn* net = nullptr;
+  node_bn *a = nullptr, *b = nullptr;
+};
+
+TEST_F(NodeApiTest, NumberOfStatesDecidesTheType) {
+  node_bn* c = NewNode_bn("C", 0, net);
+  EXPECT_EQ(GetNodeType_bn(c), CONTINUOUS_TYPE);
+  EXPECT_EQ(GetNodeNumberStates_bn(c), 0);
+  EXPECT_EQ(GetNodeType_bn(b), DISCRETE_TYPE);
+  EXPECT_EQ(GetNodeNumberStates_bn(b), 3);
+  EXPECT_EQ(GetNodeKind_bn(b), NATURE_NODE);
+  EXPECT_EQ(GetNodeNet_bn(b), net);
+  EXPECT_EQ(listNames(GetNetNodes_bn(net)), "A,B,C");
+}
+
+TEST_F(NodeApiTest, RefusedNewNodeLeavesNetUnchanged) {
+  auto add = [&](const char* name, int states) {
+    return [=, this] { EXPECT_EQ(NewNode_bn(name, states, net), nullptr); };
+  };
+  expectRefused(net, add("", 2), err::EmptyName.number, "empty string passed for name");
+  expectRefused(net, add("a b", 2), err::BadName.number, "in argument 'name', 'a b' contains a space");
+  expectRefused(net, add("A", 2), err::NameUsed.number,
+                "name 'A' is already used by another >-Bnode in >-Bnet 'N'");
+  expectRefused(net, add("D", -1), err::NegativeNumStates.number,
+                "argument 'num_states' is negative (=-1), trying to add new >-Bnode to >-Bnet 'N'");
+}
+
+TEST_F(NodeApiTest, RenamedNodeIsFoundOnlyByItsNewName) {
+  SetNodeName_bn(a, "Z");
+  EXPECT_STREQ(GetNodeName_bn(a), "Z");
+  EXPECT_EQ(GetNodeNamed_bn("Z", net), a);
+  EXPECT_EQ(GetNodeNamed_bn("A", net), nullptr);
+  // The old name is free again.
+  node_bn* again = NewNode_bn("A", 2, net);
+  ASSERT_NE(again, nullptr);
+  EXPECT_EQ(GetNodeNamed_bn("A", net), again);
+}
+
+TEST_F(NodeApiTest, RefusedRenameLeavesNetUnchanged) {
+  expectRefused(net, [&] { SetNodeName_bn(a, "B"); }, err::NameUsed.number,
+                "name 'B' is already used by another >-Bnode in >-Bnet 'N'");
+  expectRefused(net, [&] { SetNodeName_bn(a, "2A"); }, err::BadName.number,
+                "in argument 'name', '2A' starts with non-alphabetic character '2'");
+  expectRefused(net, [&] { SetNodeName_bn(a, ""); }, err::EmptyName.number, "empty string passed for name");
+  EXPECT_EQ(GetNodeNamed_bn("A", net), a);
+  EXPECT_EQ(GetNodeNamed_bn("B", net), b);
+}
+
+TEST_F(NodeApiTest, OnlyTheFourOrdinaryKindsCanBeSet) {
+  SetNodeKind_bn(a, DECISION_NODE);
+  EXPECT_EQ(GetNodeKind_bn(a), DECISION_NODE);
+  expectRefused(net, [&] { SetNodeKind_bn(a, DISCONNECTED_NODE); }, err::KindDisconnected.number,
+                "argument 'kind' passed for >-Bnode 'A' is DISCONNECTED_NODE, but link disconnection "
+                "should be done with >-SwitchNodeParent_bn or >-CopyNodes_bn");
+  expectRefused(net, [&] { SetNodeKind_bn(a, ADVERSARY_NODE); }, err::KindAdversary.number,
+                "argument 'kind' passed for >-Bnode 'A' is ADVERSARY_NODE, but that is not supported yet");
+  for (int kind : {7, -1})
+    expectRefused(net, [&] { SetNodeKind_bn(a, static_cast<nodekind_bn>(kind)); }, err::KindRange.number,
+                  "argument 'kind' passed for >-Bnode 'A' is " + std::to_string(kind) +
+                      ", but it should be between 0 and 4 inclusive");
+  EXPECT_EQ(GetNodeKind_bn(a), DECISION_NODE);
+}
+
+TEST_F(NodeApiTest, DeletedNodeTakesItsLinksAndItsHandleIsRefused) {
+  node_bn* c = NewNode_bn("C", 2, net);
+  node_bn* d = NewNode_bn("D", 2, net);
+  AddLink_bn(a, b);
+  AddLink_bn(c, b);
+  AddLink_bn(b, d);
+  AddLink_bn(a, d);
+  DeleteNode_bn(b);
+  EXPECT_EQ(errorCount(ERROR_ERR), 0);
+  EXPECT_EQ(listNames(GetNetNodes_bn(net)), "A,C,D");
+  EXPECT_EQ(listNames(GetNodeChildren_bn(a)), "D");
+  EXPECT_EQ(listNames(GetNodeChildren_bn(c)), "");
+  EXPECT_EQ(listNames(GetNodeParents_bn(d)), "A");
+  EXPECT_EQ(GetNodeNamed_bn("B", net), nullptr);
+
+  clearErrors();
+  EXPECT_EQ(GetNodeName_bn(b), nullptr);
+  ASSERT_NE(lastError(), nullptr);
+  EXPECT_EQ(ErrorNumber_vq(lastError()), 5184);
+  EXPECT_STREQ(ErrorMessage_vq(lastError()), "deleted >-Bnode passed");
+  expectRefused(net, [&] { AddLink_bn(a, b); }, 5184, "deleted >-Bnode passed");
+}
