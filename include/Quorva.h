@@ -77,7 +77,7 @@ typedef enum {
   USER_ABORTED_CND = 0x20,   /* the operation was halted */
   FROM_WRAPPER_CND = 0x40,   /* raised by the API frame while checking an argument */
   FROM_DEVELOPER_CND = 0x80, /* recorded by the application with NewError_vq */
-  INCONS_FINDING_CND = 0x200 /* findings that cannot hold together */
+  INCONS_FINDING_CND = 0x200  /* findings that cannot hold together */
 } errcond_vq;
 
 /* Argument-checking levels (ArgumentChecking_vq). */
@@ -162,9 +162,9 @@ bool_vq ErrorCategory_vq(errcond_vq cond, const report_vq* error);
 /* Deletes one record (the environment's shared records are never deleted). */
 void ClearError_vq(report_vq* error);
 
-/* Deletes the calling thread's records of severity up to `severity`; with ALL_THREADS added,
- * those of every thread. */
-void ClearErrors_vq(environ_vq* env, errseverity_vq severity);
+/* Deletes the calling thread's records of severity up to `severity` (an errseverity_vq); with
+ * ALL_THREADS added, those of every thread.  It is an int so that it can carry ALL_THREADS. */
+void ClearErrors_vq(environ_vq* env, int severity);
 
 /* Records an application's own error: `number` 1..999, `severity` NOTHING_ERR..INTERNAL_ERR.
  * Returns the record, or NULL on failure. */
@@ -318,6 +318,59 @@ int LengthNodeList_bn(const nodelist_bn* nodes);
 node_bn* GetNthNode_bn(const nodelist_bn* nodes, int index);
 /* Inserts `node` at `index` (-1 or the length: at the end). */
 void AddNodeToList_bn(node_bn* node, nodelist_bn* nodes, int index);
+
+
+/* ===================================================================== node tables */
+/* A node's table has the node's parents as its first dimensions, in parent order, then the node:
+ * the row for parent states (s0..sm-1) starts at ((s0*n1 + s1)*n2 + ... + sm-1) * (states of the
+ * node), the last parent varying fastest.  `parent_states` holds one state per parent; where a
+ * function says so, EVERY_STATE in it stands for every state of that parent.  Entries that have
+ * not been given read as the undefined float (UNDEF_FLT_vq).  Editing a table drops compiled
+ * potentials; it never changes the net's structure. */
+
+/* The undefined probability marker (-3.3960315e38). */
+#define UNDEF_FLT_vq (-3.3960315e38f)
+
+/* Sets the row of the CPT at `parent_states` (EVERY_STATE allowed: every matching row) to the
+ * node's number of states probabilities; makes the CPT first if the node has none. */
+void SetNodeProbs_bn(node_bn* node, const state_bn* parent_states, const prob_bn* probs);
+/* The CPT row at `parent_states`, or with NULL the whole CPT; NULL when the node has no CPT.
+ * Valid until the table changes. */
+const prob_bn* GetNodeProbs_bn(const node_bn* node, const state_bn* parent_states);
+
+/* Function tables: one state (discrete or discretized nodes) or one real value per row. */
+void SetNodeFuncState_bn(node_bn* node, const state_bn* parent_states, state_bn state);
+void SetNodeFuncReal_bn(node_bn* node, const state_bn* parent_states, double value);
+/* UNDEF_STATE (or UNDEF_DBL) when the row holds none. */
+state_bn GetNodeFuncState_bn(const node_bn* node, const state_bn* parent_states);
+double GetNodeFuncReal_bn(const node_bn* node, const state_bn* parent_states);
+
+/* Experience (0 or more) of the row at `parent_states` (EVERY_STATE allowed when setting). */
+void SetNodeExperience_bn(node_bn* node, const state_bn* parent_states, double experience);
+/* UNDEF_DBL when the node has no experience table. */
+double GetNodeExperience_bn(const node_bn* node, const state_bn* parent_states);
+
+/* Whether the node has a CPT or function table; `complete` (may be NULL) gets whether every entry
+ * is defined. */
+bool_vq HasNodeTable_bn(const node_bn* node, bool_vq* complete);
+/* Whether the node's value follows from its parents: a function table, or a CPT every defined row
+ * of which holds a single 1. */
+bool_vq IsNodeDeterministic_bn(const node_bn* node);
+/* Removes the node's CPT, function and experience tables. */
+void DeleteNodeTables_bn(node_bn* node);
+
+/* Reads a table, or the sub-table at `parent_states` (EVERY_STATE entries vary, in parent order,
+ * rows of the CPT whole), as doubles.  `which_table`: "cpt", "exper", "function_state" or
+ * "function_real".  `size_parent_states` is the number of parents (0 with NULL parent_states).
+ * With `table` given, *size_table is its capacity; it is filled and returned.  With `table` NULL
+ * (only for the whole table or one entry), *size_table must be 0 and an engine-owned copy is
+ * returned.  *size_table (when given) receives the number of entries.  NULL on failure. */
+const double* GetNodeTable_bn(const node_bn* node, const char* which_table, const state_bn* parent_states,
+                              int size_parent_states, double* table, int* size_table);
+/* Sets a table, or the sub-table at `parent_states`, from `size_table` doubles in the layout of
+ * GetNodeTable_bn.  A NULL table with NULL parent_states removes that table. */
+void SetNodeTable_bn(node_bn* node, const char* which_table, const state_bn* parent_states,
+                     int size_parent_states, const double* table, int size_table);
 
 #ifdef __cplusplus
 }

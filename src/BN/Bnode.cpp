@@ -40,6 +40,8 @@ void Bnode::becomeDeleted() {
   parents.clear();
   children.clear();
   finding = Finding();
+  tables.clear();
+  tableRead.clear();
   nodesets.clear();
   persistence.clear();
   parentList.nodes.clear();

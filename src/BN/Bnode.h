@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "BN/NodeList.h"
+#include "BN/NodeTables.h"
 #include "Basic/Tagged.h"
 #include "Basic/UserFields.h"
 
@@ -62,6 +63,8 @@ class Bnode : public Tagged {
   std::vector<double> levels;  // one per state, or numStates + 1 thresholds, or none
   std::vector<Link> parents;   // in table-dimension order
   std::vector<Bnode*> children;  // one entry per link into a child
+  NodeTables tables;
+  std::vector<double> tableRead;  // the copy GetNodeTable_bn hands out without a caller's buffer
   Finding finding;
   uint64_t mark = 0;           // the last unique label a graph search gave it
   int curState = 0;            // the state table kernels fix this node at when it is not iterated

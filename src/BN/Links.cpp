@@ -89,7 +89,9 @@ void setNodeParents(Bnode& child, std::vector<ParentSlot> slots, bool report) {
   std::vector<int> sliceState(child.parents.size(), -1);
   for (size_t i = 0; i < child.parents.size(); ++i)
     if (!dimensionKept[i]) sliceState[i] = std::max(child.parents[i].parent->findingState(), 0);
-  tablesFollowParents(child, fromOld, sliceState);
+  std::vector<Bnode*> newParents;
+  for (const ParentSlot& s : slots) newParents.push_back(s.link.parent);
+  tablesFollowParents(child, newParents, fromOld, sliceState);
 
   for (size_t i = 0; i < child.parents.size(); ++i)
     if (!kept[i]) removeOneChild(*child.parents[i].parent, child);

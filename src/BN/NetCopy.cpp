@@ -63,9 +63,10 @@ void copyNodesets(const Bnet& fromNet, Bnet& into, const Bnode& from, Bnode& to,
 }
 
 // Links each copy to the copies of its parents; a parent left behind is kept within the same
-// net and stood in for by a disconnected node in another.
+// net and stood in for by a disconnected node in another (one for all the links from it).
 void linkCopies(const std::vector<Bnode*>& originals, const std::map<const Bnode*, Bnode*>& copyOf,
                 Bnet& into) {
+  std::map<const Bnode*, Bnode*> standIn;
   for (const Bnode* from : originals) {
     Bnode& to = *copyOf.at(from);
     std::vector<ParentSlot> slots;
@@ -75,11 +76,14 @@ void linkCopies(const std::vector<Bnode*>& originals, const std::map<const Bnode
       if (it != copyOf.end()) {
         l.parent = it->second;
       } else if (link.parent->net != &into) {
-        std::string name = uniqueName(link.parent->name, [&](const std::string& n) { return into.nameTaken(n); });
-        Bnode& stand = into.addNode(name, link.parent->numStates);
-        copyNodeBody(*link.parent, stand);
-        stand.kind = DISCONNECTED;
-        l.parent = &stand;
+        Bnode*& stand = standIn[link.parent];
+        if (!stand) {
+          std::string name = uniqueName(link.parent->name, [&](const std::string& n) { return into.nameTaken(n); });
+          stand = &into.addNode(name, link.parent->numStates);
+          copyNodeBody(*link.parent, *stand);
+          stand->kind = DISCONNECTED;
+        }
+        l.parent = stand;
       }
       slots.push_back({l, -1, true});
     }

@@ -102,10 +102,14 @@ PotTable& PotTable::operator=(PotTable&& o) noexcept {
 }
 
 void PotTable::setNodes(NodeVec nodes) {
-  freeData();
   std::vector<int> dims;
   dims.reserve(nodes.size());
   for (const Bnode* n : nodes) dims.push_back(n->numStates);
+  setNodes(std::move(nodes), std::move(dims));
+}
+
+void PotTable::setNodes(NodeVec nodes, std::vector<int> dims) {
+  freeData();
   size_ = entriesOf(dims);
   nodes_ = std::make_shared<const NodeVec>(std::move(nodes));
   dims_ = std::make_shared<const std::vector<int>>(std::move(dims));

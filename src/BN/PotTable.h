@@ -34,7 +34,8 @@ class PotTable {
  public:
   using NodeVec = std::vector<Bnode*>;
 
-  explicit PotTable(EnvCore* env = nullptr) : env_(env) {}
+  PotTable() = default;
+  explicit PotTable(EnvCore* env) : env_(env) {}
   PotTable(EnvCore* env, NodeVec nodes);
   ~PotTable();
   PotTable(const PotTable& other);
@@ -44,6 +45,8 @@ class PotTable {
 
   // Replaces the node list (the dimensions are the nodes' present state counts) and frees the data.
   void setNodes(NodeVec nodes);
+  // The same with the dimensions given (for nodes whose state counts are about to change).
+  void setNodes(NodeVec nodes, std::vector<int> dims);
   // Shares another table's node list (copied on the next change).
   void shareNodes(const PotTable& other);
   const NodeVec& nodes() const { return *nodes_; }
@@ -96,7 +99,7 @@ class PotTable {
   void requireAllocated(const char* cond) const;
   void releaseOwned();
 
-  EnvCore* env_;
+  EnvCore* env_ = nullptr;
   std::shared_ptr<const NodeVec> nodes_ = emptyNodes();
   std::shared_ptr<const std::vector<int>> dims_ = emptyDims();
   size_t size_ = 1;

@@ -11,7 +11,8 @@ namespace quorva {
 
 void* MemoryLimiter::allocate(size_t bytes, const char* purpose) {
   double want = static_cast<double>(bytes);
-  if (used_ + want > limit_)
+  // Small requests are never refused for the limit; only the large ones that tables make are.
+  if (bytes >= LIMITED_REQUEST && used_ + want > limit_)
     raiseMemoryError(env_, err::MemoryLimitReached, formatBytes(want));
   bool injected = failIn_ > 0 && --failIn_ == 0;
   void* p = injected ? nullptr : std::malloc(bytes ? bytes : 1);

@@ -7,6 +7,9 @@ namespace quorva {
 
 class EnvCore;
 
+// Requests of this many bytes or more count against the limit.
+inline constexpr size_t LIMITED_REQUEST = 20000;
+
 class MemoryLimiter {
  public:
   explicit MemoryLimiter(EnvCore* env) : env_(env) {}

@@ -15,9 +15,9 @@ namespace quorva {
 
 namespace {
 
-bool singleGlobal() { return concurrency().externalThreads == "SingleThread"; }
+bool singleGlobal() { return concurrency().externalThreads == Threads::Single; }
 // "CallerAssuresSafety" skips the second look at the objects on the way to the environment.
-bool doubleCheck() { return concurrency().serialize != "CallerAssuresSafety"; }
+bool doubleCheck() { return concurrency().serialize != Serialize::CallerAssuresSafety; }
 
 Environ* envOfNetObject(const Bnet* net) {
   if (!net || (doubleCheck() && !net->isOfType(BNET_TYPE))) return defaultEnviron();
@@ -106,7 +106,7 @@ void ApiFrame::notNull(const void* p, const char* arg) {
 namespace detail {
 
 EnvLock::EnvLock(Environ& env) : env_(env) {
-  if (concurrency().serialize == "Sleep") {
+  if (concurrency().serialize == Serialize::Sleep) {
     while (!env_.lock.try_lock()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
   } else {
     env_.lock.lock();

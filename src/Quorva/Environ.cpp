@@ -10,7 +10,11 @@ std::mutex& registryLock() {
   static std::mutex m;
   return m;
 }
-Environ* gDefault = nullptr;
+// Initialised environments not yet closed, the most recently initialised last.
+std::vector<Environ*>& liveEnvirons() {
+  static std::vector<Environ*> live;
+  return live;
+}
 // Shells of deleted nets and closed environments, kept so that stale handles are recognised.
 std::vector<std::unique_ptr<Bnet>>& netShells() {
   static std::vector<std::unique_ptr<Bnet>> shells;
@@ -29,12 +33,20 @@ Concurrency& concurrency() {
 
 Environ* defaultEnviron() {
   std::lock_guard<std::mutex> g(registryLock());
-  return gDefault;
+  return liveEnvirons().empty() ? nullptr : liveEnvirons().back();
 }
 
 void setDefaultEnviron(Environ* env) {
   std::lock_guard<std::mutex> g(registryLock());
-  gDefault = env;
+  std::vector<Environ*>& live = liveEnvirons();
+  live.erase(std::remove(live.begin(), live.end(), env), live.end());
+  live.push_back(env);
+}
+
+void forgetDefaultEnviron(Environ* env) {
+  std::lock_guard<std::mutex> g(registryLock());
+  std::vector<Environ*>& live = liveEnvirons();
+  live.erase(std::remove(live.begin(), live.end(), env), live.end());
 }
 
 void buryEnviron(std::unique_ptr<Environ> env) {
@@ -79,7 +91,7 @@ void Environ::close() {
   while (!nets.empty()) deleteNet(*nets.back());
   errors.clearAll();
   state = -1;
-  if (defaultEnviron() == this) setDefaultEnviron(nullptr);
+  forgetDefaultEnviron(this);
 }
 
 }  // namespace quorva

@@ -1,6 +1,7 @@
 // The environment: the engine's part plus the API's lock, checking level, language and the
 // objects it owns.
 #pragma once
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -37,18 +38,23 @@ class Environ : public EnvCore {
   void close();
 };
 
-// How calls find and take an environment's lock; process-wide.
+// How calls find and take an environment's lock; process-wide, read by every call without a lock.
+enum class Threads : int { Multi, Single };
+enum class Serialize : int { NormalBlocking, Sleep, CallerAssuresSafety };
 struct Concurrency {
-  std::string externalThreads = "MultiThread";  // "SingleThread": one global environment
-  std::string internalThreads = "MultiThread";
-  std::string serialize = "NormalBlocking";     // or "Sleep", "CallerAssuresSafety"
+  std::atomic<Threads> externalThreads{Threads::Multi};  // Single: one global environment
+  std::atomic<Threads> internalThreads{Threads::Multi};
+  std::atomic<Serialize> serialize{Serialize::NormalBlocking};
 };
 Concurrency& concurrency();
 
 // The environment used when none can be found from a call's arguments: the one most recently
 // initialised and not closed.
 Environ* defaultEnviron();
+// Makes an environment the most recently initialised one.
 void setDefaultEnviron(Environ* env);
+// Takes a closing environment out of the running for default.
+void forgetDefaultEnviron(Environ* env);
 
 // Keeps a closed environment's shell for the life of the process.
 void buryEnviron(std::unique_ptr<Environ> env);

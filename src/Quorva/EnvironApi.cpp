@@ -26,6 +26,20 @@ const char* remember(std::string& slot, const std::string& value) {
   return previous.c_str();
 }
 
+// Sets (or with "?" reads) one process-wide setting; returns the name of the value before.
+template <class E>
+const char* controlSetting(Environ& e, std::atomic<E>& slot, const std::vector<const char*>& names,
+                           const std::string& cmd, const std::string& val) {
+  const char* previous = names[static_cast<size_t>(slot.load())];
+  if (val == "?") return previous;
+  for (size_t i = 0; i < names.size(); ++i)
+    if (val == names[i]) {
+      slot.store(static_cast<E>(i));
+      return previous;
+    }
+  argError(&e, err::UnknownConcurrencyValue, val, cmd);
+}
+
 }  // namespace
 
 extern "C" {
@@ -118,22 +132,12 @@ const char* ControlConcurrency_vq(environ_vq* env, const char* command, const ch
     f.notNull(command, "command");
     std::string cmd = command, val = value ? value : "?";
     Concurrency& c = concurrency();
-    std::string* slot = nullptr;
-    std::vector<const char*> values;
-    if (cmd == "ExternalThreads" || cmd == "InternalThreads") {
-      slot = cmd == "ExternalThreads" ? &c.externalThreads : &c.internalThreads;
-      values = {"SingleThread", "MultiThread"};
-    } else if (cmd == "Serialize") {
-      slot = &c.serialize;
-      values = {"NormalBlocking", "Sleep", "CallerAssuresSafety"};
-    } else {
-      argError(&e, err::UnknownConcurrencyCommand, cmd);
-    }
-    if (val == "?") return slot->c_str();
-    bool known = false;
-    for (const char* v : values) known = known || val == v;
-    if (!known) argError(&e, err::UnknownConcurrencyValue, val, cmd);
-    return remember(*slot, val);
+    static const std::vector<const char*> threads{"MultiThread", "SingleThread"};
+    static const std::vector<const char*> serialize{"NormalBlocking", "Sleep", "CallerAssuresSafety"};
+    if (cmd == "ExternalThreads") return controlSetting(e, c.externalThreads, threads, cmd, val);
+    if (cmd == "InternalThreads") return controlSetting(e, c.internalThreads, threads, cmd, val);
+    if (cmd == "Serialize") return controlSetting(e, c.serialize, serialize, cmd, val);
+    argError(&e, err::UnknownConcurrencyCommand, cmd);
   });
 }
 

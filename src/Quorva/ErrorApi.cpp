@@ -8,10 +8,10 @@ using namespace quorva;
 namespace {
 
 void checkSeverity(Environ& env, int severity) {
-  if (severity & ALL_THREADS) {
+  if (severity > 0 && (severity & ALL_THREADS)) {
     int bare = severity & ~ALL_THREADS;
     if (bare < NOTHING_ERR || bare > INTERNAL_ERR)
-      argError(&env, err::SeverityRangeAllThreads, severity, int{ALL_THREADS}, int{NOTHING_ERR}, int{INTERNAL_ERR});
+      argError(&env, err::SeverityRangeAllThreads, bare, int{ALL_THREADS}, int{NOTHING_ERR}, int{INTERNAL_ERR});
   } else if (severity < NOTHING_ERR || severity > INTERNAL_ERR) {
     argError(&env, err::SeverityRange, severity, int{NOTHING_ERR}, int{INTERNAL_ERR});
   }
@@ -25,7 +25,7 @@ report_vq* GetError_vq(environ_vq* env, errseverity_vq severity, const report_vq
   return apiCall(__func__, static_cast<report_vq*>(nullptr), envOf(env), [&](ApiFrame& f) {
     Environ& e = f.environ(env);
     const ErrorRecord* from = after ? &f.report(after) : nullptr;
-    return handle(e.errors.next(std::this_thread::get_id(), severity, from));
+    return handle(e.errors.next(std::this_thread::get_id(), enumBits(severity), from));
   });
 }
 
@@ -57,7 +57,7 @@ errseverity_vq ErrorSeverity_vq(const report_vq* error) {
 
 bool_vq ErrorCategory_vq(errcond_vq cond, const report_vq* error) {
   return apiCall(__func__, bool_vq{0}, envOf(error), [&](ApiFrame& f) {
-    return static_cast<bool_vq>((f.report(error).categories & static_cast<uint32_t>(cond)) != 0);
+    return static_cast<bool_vq>((f.report(error).categories & static_cast<uint32_t>(enumBits(cond))) != 0);
   });
 }
 
@@ -68,10 +68,10 @@ void ClearError_vq(report_vq* error) {
   });
 }
 
-void ClearErrors_vq(environ_vq* env, errseverity_vq severity) {
+void ClearErrors_vq(environ_vq* env, int severity) {
   apiRun(__func__, envOf(env), [&](ApiFrame& f) {
     Environ& e = f.environ(env);
-    int s = static_cast<int>(severity);
+    int s = severity;
     checkSeverity(e, s);
     e.errors.clear(s & ~ALL_THREADS, (s & ALL_THREADS) != 0, std::this_thread::get_id());
   });
@@ -81,7 +81,7 @@ report_vq* NewError_vq(environ_vq* env, int number, errseverity_vq severity, con
   return apiCall(__func__, static_cast<report_vq*>(nullptr), envOf(env), [&](ApiFrame& f) {
     Environ& e = f.environ(env);
     if (number < 1 || number > 999) argError(&e, err::NewErrorNumber, number);
-    int s = static_cast<int>(severity);
+    int s = enumBits(severity);
     if (s < NOTHING_ERR || s > INTERNAL_ERR)
       argError(&e, err::NewErrorSeverity, s, int{NOTHING_ERR}, int{INTERNAL_ERR});
     if (!mesg) argError(&e, err::NullString, "mesg");

@@ -1,5 +1,7 @@
 // Conversions between the public opaque handles and the engine's objects.
 #pragma once
+#include <cstring>
+
 #include "BN/Bnet.h"
 #include "BN/Bnode.h"
 #include "BN/NodeList.h"
@@ -19,6 +21,16 @@ inline Bnet* asNet(const net_bn* h) { return engine<Bnet>(h); }
 inline Bnode* asNode(const node_bn* h) { return engine<Bnode>(h); }
 inline NodeList* asList(const nodelist_bn* h) { return engine<NodeList>(h); }
 inline ErrorRecord* asReport(const report_vq* h) { return engine<ErrorRecord>(h); }
+
+// The int a C caller passed for an enum parameter: any int may arrive, and reading one outside
+// the enumerators as the enum type would be undefined.
+template <class E>
+inline int enumBits(const E& e) {
+  static_assert(sizeof(E) == sizeof(int));
+  int v;
+  std::memcpy(&v, &e, sizeof v);
+  return v;
+}
 
 inline environ_vq* handle(Environ* e) { return reinterpret_cast<environ_vq*>(e); }
 inline net_bn* handle(Bnet* n) { return reinterpret_cast<net_bn*>(n); }

@@ -1,5 +1,6 @@
 // API functions of nodes: creation, deletion, copying, names, texts, kinds and user fields.
 #include <algorithm>
+#include <cstring>
 
 #include "BN/NetCopy.h"
 #include "BN/NetEdit.h"
@@ -77,7 +78,8 @@ net_bn* GetNodeNet_bn(const node_bn* node) {
 }
 
 void SetNodeKind_bn(node_bn* node, nodekind_bn kind) {
-  apiRun(__func__, envOf(node), [&](ApiFrame& f) { setNodeKind(f.node(node), kind); });
+  int k = enumBits(kind);
+  apiRun(__func__, envOf(node), [&](ApiFrame& f) { setNodeKind(f.node(node), k); });
 }
 
 nodekind_bn GetNodeKind_bn(const node_bn* node) {

@@ -37,24 +37,17 @@ ErrorRecord record(int severity, int number, const char* message) {
   return r;
 }
 
-TEST(GlossaryTest, RecordsOfOneFormAreMergedIntoOneMoreLine) {
+TEST(GlossaryTest, RecordsOfOneFormMergeAndLinesPastTheLimitAreSummarised) {
   ErrorRecord a = record(ERROR_SEV, -10, "bad >-Bnode A");
   ErrorRecord b = record(ERROR_SEV, -10, "bad >-Bnode B");
   ErrorRecord c = record(ERROR_SEV, -10, "bad >-Bnode C");
   ErrorRecord w = record(WARNING_SEV, -10, "odd >-Bnet");  // same number, other severity
+  ErrorRecord x = record(ERROR_SEV, -11, "other");
   EXPECT_EQ(displayRecords({&a, &b, &w, &c}, 10),
-            "bad Bnode A\n"
-            "More errors of the form: bad Bnode B\n"
-            "odd Bnet\n");
-}
-
-TEST(GlossaryTest, LinesPastTheLimitAreSummarised) {
-  ErrorRecord a = record(ERROR_SEV, -1, "one");
-  ErrorRecord b = record(ERROR_SEV, -2, "two");
-  ErrorRecord c = record(ERROR_SEV, -3, "three");
-  EXPECT_EQ(displayRecords({&a, &b, &c}, 2),
-            "one\ntwo\nThere are more errors, but they won't be displayed\n");
-  EXPECT_EQ(displayRecords({&a, &b}, 2), "one\ntwo\n");
+            "bad Bnode A\nMore errors of the form: bad Bnode B\nodd Bnet\n");
+  EXPECT_EQ(displayRecords({&a, &w, &x}, 2),
+            "bad Bnode A\nodd Bnet\nThere are more errors, but they won't be displayed\n");
+  EXPECT_EQ(displayRecords({&a, &w}, 2), "bad Bnode A\nodd Bnet\n");
 }
 
 }  // namespace

@@ -13,7 +13,9 @@ class EnvTest : public ::testing::Test {
   }
 
   void TearDown() override {
-    if (env) EXPECT_EQ(CloseQuorva_bn(env, nullptr), 0);
+    if (env) {
+      EXPECT_EQ(CloseQuorva_bn(env, nullptr), 0);
+    }
     env = nullptr;
   }
 

@@ -1,0 +1,100 @@
+// Making node tables, their size limit and the row arithmetic.
+#include "BN/NodeTables.h"
+
+#include <algorithm>
+
+#include "BN/Bnet.h"
+#include "BN/TableErrors.h"
+#include "Basic/Raise.h"
+
+namespace quorva {
+
+std::vector<Bnode*> tableNodes(const Bnode& node, bool withNode) {
+  std::vector<Bnode*> nodes;
+  nodes.reserve(node.parents.size() + 1);
+  for (const Link& l : node.parents) nodes.push_back(l.parent);
+  if (withNode) nodes.push_back(const_cast<Bnode*>(&node));
+  return nodes;
+}
+
+double cptEntries(const std::vector<int>& dims) {
+  double s = 1.0;
+  for (int d : dims) {
+    if (d == 0) continue;
+    s *= d;
+    if (s > SIZE_CAP) return SIZE_CAP;
+  }
+  return s;
+}
+
+void checkCptSize(const Bnode& node, const std::vector<int>& dims, const char* verb) {
+  double s = cptEntries(dims);
+  if (s > MAX_CPT_ENTRIES)
+    engError(node.net->env, verb[0] == 'c' ? err::CptTooLargeCreate : err::CptTooLargeEdit, node.name, s);
+}
+
+namespace {
+std::vector<int> dimsOf(const std::vector<Bnode*>& nodes) {
+  std::vector<int> d;
+  for (const Bnode* n : nodes) d.push_back(n->numStates);
+  return d;
+}
+
+PotTable& ensure(Bnode& node, PotTable& t, bool withNode, float initial) {
+  if (t.isAllocated()) return t;
+  std::vector<Bnode*> nodes = tableNodes(node, withNode);
+  checkCptSize(node, dimsOf(nodes), "create");
+  PotTable fresh(node.net->env, std::move(nodes));
+  fresh.allocate();
+  std::fill(fresh.data(), fresh.data() + fresh.size(), initial);
+  t = std::move(fresh);
+  return t;
+}
+}  // namespace
+
+PotTable& ensureCpt(Bnode& node) {
+  if (!node.hasStates()) engError(node.net->env, err::CptOfContinuous);
+  return ensure(node, node.tables.cpt, true, undefFloat());
+}
+
+PotTable& ensureFunc(Bnode& node, bool real) {
+  if (node.tables.func.isAllocated() && node.tables.funcReal != real) node.tables.func.freeData();
+  PotTable& t = ensure(node, node.tables.func, false, undefFloat());
+  node.tables.funcReal = real;
+  return t;
+}
+
+PotTable& ensureExper(Bnode& node) { return ensure(node, node.tables.exper, false, 0.0f); }
+
+size_t rowOffset(const Bnode& node, const int* parentStates) {
+  size_t r = 0;
+  for (size_t i = 0; i < node.parents.size(); ++i)
+    r = r * static_cast<size_t>(node.parents[i].parent->numStates) + static_cast<size_t>(parentStates[i]);
+  return r;
+}
+
+bool isDeterministic(const Bnode& node) {
+  if (node.tables.func.isAllocated()) return true;
+  const PotTable& t = node.tables.cpt;
+  if (!t.isAllocated()) return false;
+  size_t n = t.rowLength();
+  for (size_t at = 0; at + n <= t.size(); at += n) {
+    int ones = 0, zeros = 0;
+    for (size_t i = 0; i < n; ++i) {
+      float v = t.data()[at + i];
+      ones += v == 1.0f;
+      zeros += v == 0.0f;
+    }
+    if (zeros == static_cast<int>(n)) continue;  // an impossible condition
+    if (ones != 1 || zeros != static_cast<int>(n) - 1) return false;
+  }
+  return true;
+}
+
+bool isTableComplete(const Bnode& node) {
+  const PotTable& t = node.tables.cpt.isAllocated() ? node.tables.cpt : node.tables.func;
+  if (!t.isAllocated()) return false;
+  return std::none_of(t.data(), t.data() + t.size(), [](float v) { return isUndefFloat(v); });
+}
+
+}  // namespace quorva
