@@ -5,6 +5,7 @@
 
 #include "BN/Bnet.h"
 #include "BN/NetEdit.h"
+#include "BN/NetCopy.h"
 #include "BN/NetErrors.h"
 #include "BN/NodeOps.h"
 #include "BN/TableReindex.h"
@@ -147,6 +148,7 @@ void switchParent(int index, Bnode& child, Bnode* newParent) {
              newParent->numStates);
   if (newParent == &old) return;
   NetEdit edit(net, "switch parent", EditKind::Structure);
+  size_t before = net.nodes.size();
   if (!newParent) {
     // A disconnected node stands in for the old parent, with its states, so the table stays.
     std::string name = uniqueName(old.name, [&](const std::string& n) { return net.nameTaken(n); });
@@ -160,7 +162,12 @@ void switchParent(int index, Bnode& child, Bnode* newParent) {
   std::vector<ParentSlot> slots = currentSlots(child);
   slots[static_cast<size_t>(index)].link.parent = newParent;
   slots[static_cast<size_t>(index)].fresh = true;
-  setNodeParents(child, std::move(slots), true);
+  try {
+    setNodeParents(child, std::move(slots), true);
+  } catch (...) {
+    removeAddedNodes(net, before);
+    throw;
+  }
   edit.commit();
 }
 

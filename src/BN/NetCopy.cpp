@@ -10,6 +10,8 @@
 #include "BN/NetEdit.h"
 #include "BN/NetErrors.h"
 #include "BN/NodeOps.h"
+#include "BN/NodeTables.h"
+#include "BN/TableReindex.h"
 #include "Basic/EnvCore.h"
 #include "Basic/IdName.h"
 #include "Basic/Raise.h"
@@ -41,6 +43,21 @@ void copyNodeBody(const Bnode& from, Bnode& to) {
 void copyVisual(const Bnode& from, Bnode& to, double dx, double dy) {
   to.visX = from.visX + dx;
   to.visY = from.visY + dy;
+}
+
+// The copy's tables: the original's, over the copy's parents (which have the same states).
+void copyTables(const Bnode& from, Bnode& to) {
+  auto copyOne = [&](const PotTable& t, bool withNode) {
+    std::vector<Bnode*> nodes = tableNodes(to, withNode);
+    std::vector<int> dims(t.dims());
+    std::vector<DimSource> same;
+    for (size_t i = 0; i < dims.size(); ++i) same.push_back({static_cast<int>(i), {}});
+    return reindexed(t, std::move(nodes), std::move(dims), same, {}, 0.0f);
+  };
+  to.tables.cpt = copyOne(from.tables.cpt, true);
+  to.tables.func = copyOne(from.tables.func, false);
+  to.tables.exper = copyOne(from.tables.exper, false);
+  to.tables.funcReal = from.tables.funcReal;
 }
 
 enum class SetMode { None, Existing, NewToo, All };
@@ -118,6 +135,7 @@ Bnet* copyNet(const Bnet& from, const char* name, EnvCore* env, const char* opti
   if (!has(opts, "no_nodes")) {
     std::string copyOpts = has(opts, "no_links") ? "no_links" : "";
     if (has(opts, "no_node_sets")) copyOpts += copyOpts.empty() ? "no_nodesets" : ",no_nodesets";
+    if (has(opts, "no_tables")) copyOpts += copyOpts.empty() ? "no_tables" : ",no_tables";
     std::vector<Bnode*> copies = copyNodes(from.nodes, *net, copyOpts.c_str(), from.env);
     if (has(opts, "no_visual"))
       for (Bnode* n : copies) n->visX = n->visY = 0;
@@ -142,27 +160,51 @@ std::vector<Bnode*> copyNodes(const std::vector<Bnode*>& nodes, Bnet& into, cons
                                                                             : SetMode::NewToo;
   double dx = has(opts, "shift_x") ? 20 : 0, dy = has(opts, "shift_y") ? 20 : 0;
   NetEdit edit(into, "copy nodes", EditKind::Structure);
+  size_t before = into.nodes.size();
+  std::vector<Nodeset> setsBefore = into.nodesets;
   std::map<const Bnode*, Bnode*> copyOf;
   std::vector<Bnode*> copies;
-  for (const Bnode* from : nodes) {
-    if (!from || copyOf.count(from)) continue;
-    std::string name = uniqueName(from->name, [&](const std::string& n) { return into.nameTaken(n); });
-    Bnode& to = into.addNode(name, from->numStates);
-    copyNodeBody(*from, to);
-    copyVisual(*from, to, dx, dy);
-    copyNodesets(*from->net, into, *from, to, sets);
-    copyOf[from] = &to;
-    copies.push_back(&to);
-  }
-  if (!has(opts, "no_links")) {
-    std::vector<Bnode*> originals;
-    for (const Bnode* from : nodes)
-      if (from && std::find(originals.begin(), originals.end(), from) == originals.end())
-        originals.push_back(const_cast<Bnode*>(from));
-    linkCopies(originals, copyOf, into);
+  try {
+    for (const Bnode* from : nodes) {
+      if (!from || copyOf.count(from)) continue;
+      std::string name = uniqueName(from->name, [&](const std::string& n) { return into.nameTaken(n); });
+      Bnode& to = into.addNode(name, from->numStates);
+      copyNodeBody(*from, to);
+      copyVisual(*from, to, dx, dy);
+      copyNodesets(*from->net, into, *from, to, sets);
+      copyOf[from] = &to;
+      copies.push_back(&to);
+    }
+    if (!has(opts, "no_links")) {
+      std::vector<Bnode*> originals;
+      for (const Bnode* from : nodes)
+        if (from && std::find(originals.begin(), originals.end(), from) == originals.end())
+          originals.push_back(const_cast<Bnode*>(from));
+      linkCopies(originals, copyOf, into);
+      if (!has(opts, "no_tables"))
+        for (const Bnode* from : originals) copyTables(*from, *copyOf.at(from));
+    }
+  } catch (...) {
+    removeAddedNodes(into, before);
+    into.nodesets = std::move(setsBefore);
+    throw;
   }
   edit.commit();
   return copies;
+}
+
+void removeAddedNodes(Bnet& net, size_t keep) {
+  while (net.nodes.size() > keep) {
+    Bnode& n = *net.nodes.back();
+    for (const Link& l : n.parents) {
+      auto& kids = l.parent->children;
+      auto it = std::find(kids.begin(), kids.end(), &n);
+      if (it != kids.end()) kids.erase(it);
+    }
+    n.parents.clear();
+    n.children.clear();
+    net.removeNode(n);
+  }
 }
 
 }  // namespace quorva

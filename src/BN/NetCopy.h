@@ -21,4 +21,7 @@ Bnet* copyNet(const Bnet& from, const char* name, EnvCore* env, const char* opti
 std::vector<Bnode*> copyNodes(const std::vector<Bnode*>& nodes, Bnet& into, const char* options,
                               EnvCore* errEnv = nullptr);
 
+// Takes the nodes added after the first `keep` out of the net again, with their links.
+void removeAddedNodes(Bnet& net, size_t keep);
+
 }  // namespace quorva
