@@ -372,6 +372,94 @@ const double* GetNodeTable_bn(const node_bn* node, const char* which_table, cons
 void SetNodeTable_bn(node_bn* node, const char* which_table, const state_bn* parent_states,
                      int size_parent_states, const double* table, int size_table);
 
+/* ===================================================================== findings */
+/* A node's finding has three parts kept consistent: a single state, a real value, and a
+ * likelihood (one entry per state, each 0..1).  Entering or retracting a finding makes the net's
+ * beliefs stale; a refused finding leaves the previous one in force. */
+
+#define BELIEF_UPDATE 256 /* SetNetAutoUpdate_bn: recompute beliefs as soon as findings change */
+
+/* The node is in `state` (UNDEF_STATE does nothing).  Refused with 3300 (state too large), 3301
+ * (negative), 3310 (contradicts the present finding: retract it first), 3313 (ruled out by a
+ * likelihood), 3315 (the node's own table fixes another value), 3319 (the parents' findings
+ * fix another value) or 3302 (impossible given the other findings). */
+void EnterFinding_bn(node_bn* node, state_bn state);
+/* The node is not in `state`: combined with the present likelihood by multiplication. */
+void EnterFindingNot_bn(node_bn* node, state_bn state);
+/* The action that puts the node in `state` (or at `value`) is taken. */
+void EnterAction_bn(node_bn* node, state_bn state);
+void EnterActionValue_bn(node_bn* node, double value);
+/* A randomized action: one probability per state. */
+void EnterActionRandomized_bn(node_bn* node, const prob_bn* probs);
+/* A real value; on a discretized node or a node with levels it also sets the state it falls in. */
+void EnterNodeValue_bn(node_bn* node, double value);
+/* A likelihood: one entry 0..1 per state, not all 0; combined with the present one. */
+void EnterNodeLikelihood_bn(node_bn* node, const prob_bn* likelihood);
+/* Beliefs the node is to be made to read: one probability per state, summing to 1. */
+void EnterNodeCalibration_bn(node_bn* node, const prob_bn* calibration);
+/* The value lies in [low, high] (state numbers for a discrete node). */
+void EnterIntervalFinding_bn(node_bn* node, double low, double high);
+/* A normally distributed likelihood over a discretized continuous node. */
+void EnterGaussianFinding_bn(node_bn* node, double mean, double std_dev);
+
+/* 0..n-1 (a single state is known), UNDEF_STATE (none), LIKELIHOOD_FINDING, NEGATIVE_FINDING, or
+ * -1 (an all-zero likelihood).  -1 as well on failure. */
+state_bn GetNodeFinding_bn(const node_bn* node);
+/* The real value entered, or UNDEF_DBL. */
+double GetNodeValueEntered_bn(const node_bn* node);
+/* The node's findings as one likelihood vector (all 1 with none); valid until they change. */
+const prob_bn* GetNodeLikelihood_bn(const node_bn* node);
+void RetractNodeFindings_bn(node_bn* node);
+/* Retracts the findings of every node but the constant ones. */
+void RetractNetFindings_bn(net_bn* net);
+/* 0 or BELIEF_UPDATE; returns the setting before, -1 on failure. */
+int SetNetAutoUpdate_bn(net_bn* net, int auto_update);
+/* Whether the node's beliefs have been computed since its net's findings last changed. */
+bool_vq IsBeliefUpdated_bn(const node_bn* node);
+
+/* ===================================================================== listeners */
+typedef enum {
+  CREATE_EVENT = 0x01,    /* a node was made in the net (info: the node_bn*) */
+  DUPLICATE_EVENT = 0x02, /* the net or node was copied (info: the copy) */
+  REMOVE_EVENT = 0x04,    /* the net or node is about to be deleted */
+  CHANGE_EVENT = 0x08     /* the node's finding changed */
+} eventtype_vq;
+
+/* Callbacks return 0 or more; they may call the API. */
+typedef int (*netlistener_bn)(const net_bn* net, eventtype_vq what, void* object, void* info);
+typedef int (*nodelistener_bn)(const node_bn* node, eventtype_vq what, void* object, void* info);
+/* Registers `callback` with `object` for the events in `filter`; a filter of 0 removes the
+ * registration of that callback and object. */
+void AddNetListener_bn(net_bn* net, netlistener_bn callback, void* object, int filter);
+void AddNodeListener_bn(node_bn* node, nodelistener_bn callback, void* object, int filter);
+
+/* ===================================================================== more node lists */
+/* Lists the engine returns (a net's nodes, a node's parents) are constant: they cannot be changed
+ * or deleted. */
+/* Removes and returns the entry at `index` (-1: the last). */
+node_bn* RemoveNthNode_bn(nodelist_bn* nodes, int index);
+void SetNthNode_bn(nodelist_bn* nodes, int index, node_bn* node);
+/* The first position of `node` at or after `start_index`, or -1. */
+int IndexOfNodeInList_bn(const node_bn* node, const nodelist_bn* nodes, int start_index);
+/* A new, non-constant copy. */
+nodelist_bn* DupNodeList_bn(const nodelist_bn* nodes);
+void ClearNodeList_bn(nodelist_bn* nodes);
+
+/* ===================================================================== node sets */
+/* User sets follow the name rule; built-in sets (":Finding", ":Discrete", ... ":Node") have
+ * computed members. */
+/* Puts the node in the set, making the set when the net has none of that name. */
+void AddNodeToNodeset_bn(node_bn* node, const char* nodeset);
+void RemoveNodeFromNodeset_bn(node_bn* node, const char* nodeset);
+bool_vq IsNodeInNodeset_bn(const node_bn* node, const char* nodeset);
+/* The net's set names separated by commas, highest priority first; with `include_system` the
+ * built-in sets follow.  `vis` is reserved (NULL). */
+const char* GetAllNodesets_bn(const net_bn* net, bool_vq include_system, void* vis);
+/* Makes the listed sets the highest-priority ones, the first the very highest. */
+void ReorderNodesets_bn(net_bn* net, const char* nodeset_order, void* vis);
+/* Sets the set's colour (0xRRGGBB; -1 only reads) and returns the colour before (-1: none). */
+int SetNodesetColor_bn(const char* nodeset, int color, net_bn* net, void* vis);
+
 #ifdef __cplusplus
 }
 #endif

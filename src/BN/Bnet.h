@@ -59,6 +59,11 @@ class Bnet : public Tagged {
 
   // Drops the compiled form; called by every structural change.
   void uncompile() { juncStep = 0; }
+  // Findings changed: beliefs that were current are stale until updated again.
+  void findingsChanged() { if (juncStep > 3) juncStep = 3; }
+  bool beliefsCurrent() const { return juncStep >= 5; }
+  std::vector<std::shared_ptr<Listener>> listeners;
+  mutable std::string nodesetsRead;  // the text GetAllNodesets_bn hands out
   // Deletes every node (not just to shells), leaving an empty deleted net.
   void becomeDeleted();
 

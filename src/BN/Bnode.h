@@ -2,6 +2,7 @@
 #pragma once
 #include <cstdint>
 #include <limits>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -42,11 +43,19 @@ struct Link {
 };
 
 // What is known of a node's value in the case at hand.
+// What is known of a node's value in the case at hand, in three parts kept consistent: a single
+// state (or UNDEF_STATE_VALUE), a real value (or undefined), and a likelihood (empty: none).
 struct Finding {
   int state = UNDEF_STATE_VALUE;
   double value = std::numeric_limits<double>::quiet_NaN();
   std::vector<float> likelihood;
+  std::vector<float> calibration;  // the node's beliefs as they are to be made to read
+  bool action = false;             // entered as an action taken, not an observation
+
+  bool empty() const { return state < 0 && value != value && likelihood.empty() && calibration.empty(); }
 };
+
+struct Listener;  // a registered callback (BN/Listeners.h)
 
 class Bnode : public Tagged {
  public:
@@ -71,6 +80,8 @@ class Bnode : public Tagged {
   double visX = 0, visY = 0;
   std::vector<std::string> nodesets;
   std::vector<std::string> persistence;  // per dimension
+  std::vector<std::shared_ptr<Listener>> listeners;
+  mutable std::vector<float> likelihoodRead;  // the vector GetNodeLikelihood_bn hands out
 
   // Lists handed to the application; refreshed on each request.
   mutable NodeList parentList{nullptr, true};

@@ -7,6 +7,7 @@
 
 #include "BN/Bnet.h"
 #include "BN/Links.h"
+#include "BN/Listeners.h"
 #include "BN/NetEdit.h"
 #include "BN/NetErrors.h"
 #include "BN/NodeOps.h"
@@ -144,6 +145,7 @@ Bnet* copyNet(const Bnet& from, const char* name, EnvCore* env, const char* opti
       if (it != from.nodes.end()) net->elimOrder.push_back(copies[static_cast<size_t>(it - from.nodes.begin())]);
     }
   }
+  fireNetEvent(const_cast<Bnet&>(from), DUPLICATE_EVENT_TYPE, net.get());
   return net.release();
 }
 
@@ -190,6 +192,7 @@ std::vector<Bnode*> copyNodes(const std::vector<Bnode*>& nodes, Bnet& into, cons
     throw;
   }
   edit.commit();
+  for (const auto& [from, to] : copyOf) fireNodeEvent(*const_cast<Bnode*>(from), DUPLICATE_EVENT_TYPE, to);
   return copies;
 }
 

@@ -98,6 +98,12 @@ inline constexpr ErrDef ListInsertPastEnd{5163, "argument 'index' is more than t
 inline constexpr ErrDef ListOtherNet{
     5164, "can't add node '%s' of net named '%s' to list, because list has nodes from a different net "
           "named '%s'"};
+inline constexpr ErrDef ListOtherNetSet{
+    5167, "can't add node '%s' of net named '%s' to list, because list has nodes from a different net "
+          "(named '%s')"};
+inline constexpr ErrDef ListRemovePastEnd{5168, "argument 'index' is >= the number of >-node-s (it is %d)"};
+inline constexpr ErrDef ListStartNegative{5169, "argument 'start_index' is less than 0 (it is %d)"};
+inline constexpr ErrDef ListStartPastEnd{5158, "argument 'start_index' (%d) is > the number of >-node-s (%d)"};
 inline constexpr ErrDef ListConstant{
     5165, "you cannot pass a constant >-Bnodes to this function, since this function may modify or "
           "delete it (duplicate it first?)"};

@@ -3,6 +3,7 @@
 
 #include "BN/Bnet.h"
 #include "BN/Links.h"
+#include "BN/Listeners.h"
 #include "BN/NetEdit.h"
 #include "BN/NetErrors.h"
 #include "Basic/BasicErrors.h"
@@ -25,11 +26,14 @@ Bnode& createNode(Bnet& net, const char* name, int numStates) {
   NetEdit edit(net, "new node", EditKind::Structure);
   Bnode& node = net.addNode(checked, numStates);
   edit.commit();
+  fireNetEvent(net, CREATE_EVENT_TYPE, &node);
   return node;
 }
 
 void deleteNode(Bnode& node) {
   Bnet& net = *node.net;
+  fireNodeEvent(node, REMOVE_EVENT_TYPE);
+  if (node.deleted) return;  // a listener deleted it already
   NetEdit edit(net, "delete node", EditKind::Structure);
   // The children lose this dimension first, then the node lets go of its own parents.
   while (!node.children.empty()) {

@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <thread>
 
 #include "BN/Bnode.h"
 #include "BN/PotErrors.h"
@@ -21,7 +20,6 @@ namespace quorva {
 namespace {
 
 constexpr size_t BLOCK_TARGET = 512;
-constexpr size_t PARALLEL_COPY = 65536;
 
 enum class Reach { Identity, Zero, General };
 
@@ -138,23 +136,6 @@ void requireAllocated(const PotTable& t, const char* cond) {
   if (!t.isAllocated()) internalCheckFailed(t.env(), __FILE__, __LINE__, cond);
 }
 
-// Block copy, split among worker threads when large.
-void copyBlock(float* dst, const float* src, size_t n) {
-  unsigned workers = std::min<unsigned>(std::max(1u, std::thread::hardware_concurrency()), 8u);
-  if (n < PARALLEL_COPY * 4 || workers < 2) {
-    std::memcpy(dst, src, n * sizeof(float));
-    return;
-  }
-  std::vector<std::thread> pool;
-  size_t part = (n + workers - 1) / workers;
-  for (unsigned w = 1; w < workers; ++w) {
-    size_t from = w * part, len = from < n ? std::min(part, n - from) : 0;
-    if (len) pool.emplace_back([=] { std::memcpy(dst + from, src + from, len * sizeof(float)); });
-  }
-  std::memcpy(dst, src, std::min(part, n) * sizeof(float));
-  for (auto& t : pool) t.join();
-}
-
 }  // namespace
 
 void copyFrom(PotTable& dst, const PotTable& src, bool reorder) {
@@ -163,7 +144,7 @@ void copyFrom(PotTable& dst, const PotTable& src, bool reorder) {
   requireAllocated(dst, "isAllocated()");
   if (!reorder || dst.nodes() == src.nodes()) {
     QASSERT(dst.env(), dst.size() == src.size());
-    if (&src != &dst) copyBlock(dst.data(), src.data(), dst.size());
+    if (&src != &dst) std::memcpy(dst.data(), src.data(), dst.size() * sizeof(float));
   } else {
     Plan p = makePlan(dst, src, false);
     float* a = dst.data();
@@ -183,6 +164,20 @@ void multiplyIn(PotTable& dst, const PotTable& src) {
   requireAllocated(dst, "pot1.isAllocated()");
   requireAllocated(src, "pot2.isAllocated()");
   QASSERT(dst.env(), dst.data() != src.data());
+  if (src.numNodes() == 0) {
+    // One number: it goes into the factor, unless that would leave the factor non-positive.
+    float v = src.data()[0];
+    double f = dst.factor() * src.factor() * v;
+    if (f > 0) {
+      dst.setFactorRaw(f);
+    } else {
+      float* x = dst.data();
+      for (size_t i = 0; i < dst.size(); ++i) x[i] *= v;
+      dst.setFactorRaw(dst.factor() * src.factor());
+    }
+    dst.guardUnderflow();
+    return;
+  }
   Plan p = makePlan(dst, src, false);
   float* a = dst.data();
   const float* b = src.data();
@@ -219,8 +214,8 @@ void divideBy(PotTable& dst, const PotTable& src) {
       for (size_t i = 0; i < p.block; ++i) x[i] = div(x[i], y[i]);
     } else if (p.reach == Reach::Zero) {
       float s = y[0];
-      float inv = s == 0.0f ? 0.0f : 1.0f / s;
-      for (size_t i = 0; i < p.block; ++i) x[i] = s == 0.0f ? 0.0f : x[i] * inv;
+      if (s == 0.0f) std::fill(x, x + p.block, 0.0f);
+      else for (size_t i = 0; i < p.block; ++i) x[i] /= s;
     } else {
       const size_t* off = p.offB.data();
       for (size_t i = 0; i < p.block; ++i) x[i] = div(x[i], y[off[i]]);

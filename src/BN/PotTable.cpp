@@ -1,11 +1,13 @@
 // Potential tables: storage, element access, and the whole-table operations.
 #include "BN/PotTable.h"
 
+#include <algorithm>
 #include <bit>
 #include <climits>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 
 #include "BN/Bnode.h"
 #include "BN/PotErrors.h"
@@ -124,10 +126,8 @@ void PotTable::shareNodes(const PotTable& other) {
 
 void PotTable::allocate() {
   QASSERT(env_, size_ != 0);  // sizespace != 0
-  auto refuse = [&] {
-    engError(env_, err::NotEnoughMemory, format("to make full %d dimensional table", static_cast<int>(numNodes())),
-             formatBytes(4.0 * sizeOfSpace(dims())));
-  };
+  const std::string purpose = format("to make full %d dimensional table", static_cast<int>(numNodes()));
+  auto refuse = [&] { raiseMemoryError(env_, err::NotEnoughMemory, purpose, formatBytes(4.0 * sizeOfSpace(dims()))); };
   if (size_ == TOO_LARGE || size_ >= MAX_ALLOC_ENTRIES) refuse();
   if (capacity_ == size_) {
     factor_ = 1.0;
@@ -138,8 +138,11 @@ void PotTable::allocate() {
   float* p = nullptr;
   if (env_) {
     try {
-      p = static_cast<float*>(env_->memory.allocate(bytes, "to make a table"));
-    } catch (const QuorvaError&) {
+      p = static_cast<float*>(env_->memory.allocate(bytes, purpose.c_str()));
+    } catch (const QuorvaError& e) {
+      // The limiter has already reported a failed allocation in these words; past its limit it
+      // reports the limit, and the table's refusal follows.
+      if (e.record && e.record->number == -err::NotEnoughMemory.number) throw;
       refuse();
     }
   } else {
@@ -236,19 +239,16 @@ void PotTable::multiplyScalar(double k) {
 }
 
 void PotTable::setFactorRaw(double f) {
-  if (!(f > 0)) {
-    raiseRecord(env_, NOT_DISPLAYED, INTERNAL_SEV, 0, -err::InternalCheck.number,
-                format("new_factor > 0 (%g)", f));
-    throwRecord(nullptr);
-  }
+  if (!(f > 0)) internalCheckFailed(env_, __FILE__, __LINE__, "new_factor > 0");
   factor_ = f;
 }
 
 void PotTable::setFactor(double f) {
+  if (!(f > 0)) internalCheckFailed(env_, __FILE__, __LINE__, "new_factor > 0");
   if (f == factor_) return;
   requireAllocated("isAllocated()");
   double ratio = factor_ / f;
-  setFactorRaw(f);
+  factor_ = f;
   for (size_t i = 0; i < size_; ++i)
     if (!isReservedFloat(data_[i])) data_[i] = static_cast<float>(data_[i] * ratio);
 }

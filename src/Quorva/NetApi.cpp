@@ -1,4 +1,5 @@
 // API functions of nets.
+#include "BN/Listeners.h"
 #include "BN/NetCopy.h"
 #include "BN/NetEdit.h"
 #include "BN/NodeOps.h"
@@ -37,7 +38,11 @@ net_bn* CopyNet_bn(const net_bn* net, const char* new_name, environ_vq* new_env,
 }
 
 void DeleteNet_bn(net_bn* net) {
-  apiRun(__func__, envOf(net), [&](ApiFrame& f) { f.env().deleteNet(f.net(net)); });
+  apiRun(__func__, envOf(net), [&](ApiFrame& f) {
+    Bnet& n = f.net(net);
+    fireNetEvent(n, REMOVE_EVENT_TYPE);
+    if (!n.deleted) f.env().deleteNet(n);
+  });
 }
 
 void SetNetName_bn(net_bn* net, const char* name) {

@@ -62,3 +62,73 @@ void AddNodeToList_bn(node_bn* node, nodelist_bn* nodes, int index) {
 }
 
 }  // extern "C"
+
+namespace {
+int checkedIndex(ApiFrame& f, const NodeList& list, int index) {
+  int n = static_cast<int>(list.nodes.size());
+  if (index < 0) argError(&f.env(), err::ListIndexNegative, index);
+  if (index >= n) argError(&f.env(), err::ListIndexPastEnd, index, n);
+  return index;
+}
+}  // namespace
+
+extern "C" {
+
+node_bn* RemoveNthNode_bn(nodelist_bn* nodes, int index) {
+  return apiCall(__func__, static_cast<node_bn*>(nullptr), envOf(nodes), [&](ApiFrame& f) {
+    NodeList& list = f.list(nodes);
+    refuseConstant(f, list);
+    int n = static_cast<int>(list.nodes.size());
+    if (index == -1) index = n - 1;
+    if (index < 0) argError(&f.env(), err::ListIndexNegative, index);
+    if (index >= n) argError(&f.env(), err::ListRemovePastEnd, index);
+    Bnode* removed = list.nodes[static_cast<size_t>(index)];
+    list.nodes.erase(list.nodes.begin() + index);
+    return handle(removed);
+  });
+}
+
+void SetNthNode_bn(nodelist_bn* nodes, int index, node_bn* node) {
+  apiRun(__func__, envOf(nodes), [&](ApiFrame& f) {
+    NodeList& list = f.list(nodes);
+    refuseConstant(f, list);
+    checkedIndex(f, list, index);
+    Bnode* n = node ? &f.node(node) : nullptr;
+    if (n && list.net && n->net != list.net)
+      argError(&f.env(), err::ListOtherNetSet, n->name, n->net->name, list.net->name);
+    if (n) list.net = n->net;
+    list.nodes[static_cast<size_t>(index)] = n;
+  });
+}
+
+int IndexOfNodeInList_bn(const node_bn* node, const nodelist_bn* nodes, int start_index) {
+  return apiCall(__func__, -1, envOf(nodes), [&](ApiFrame& f) {
+    const NodeList& list = f.list(nodes);
+    const Bnode* n = node ? &f.node(node) : nullptr;
+    int len = static_cast<int>(list.nodes.size());
+    if (start_index < 0) argError(&f.env(), err::ListStartNegative, start_index);
+    if (start_index > len) argError(&f.env(), err::ListStartPastEnd, start_index, len);
+    for (int i = start_index; i < len; ++i)
+      if (list.nodes[static_cast<size_t>(i)] == n) return i;
+    return -1;
+  });
+}
+
+nodelist_bn* DupNodeList_bn(const nodelist_bn* nodes) {
+  return apiCall(__func__, static_cast<nodelist_bn*>(nullptr), envOf(nodes), [&](ApiFrame& f) {
+    const NodeList& list = f.list(nodes);
+    NodeList& copy = f.env().newList(list.net);
+    copy.nodes = list.nodes;
+    return handle(&copy);
+  });
+}
+
+void ClearNodeList_bn(nodelist_bn* nodes) {
+  apiRun(__func__, envOf(nodes), [&](ApiFrame& f) {
+    NodeList& list = f.list(nodes);
+    refuseConstant(f, list);
+    list.nodes.clear();
+  });
+}
+
+}  // extern "C"

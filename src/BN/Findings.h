@@ -1,0 +1,37 @@
+// Entering, reading and retracting findings, with the checks that refuse a finding that cannot
+// hold.  Every refusal leaves the node's previous finding in force.
+#pragma once
+#include <vector>
+
+namespace quorva {
+
+class Bnet;
+class Bnode;
+
+inline constexpr int LIKELIHOOD_FINDING_CODE = -6;
+inline constexpr int NEGATIVE_FINDING_CODE = -7;
+
+// The routine behind state findings.  `replace`: a present finding is replaced rather than
+// contradicted.  `check`: the state is range-checked (errors 3316, 3300, 3301).
+void enterState(Bnode& node, int state, bool replace, bool check, bool action = false);
+void enterNot(Bnode& node, int state);
+void enterLikelihood(Bnode& node, const float* likelihood, bool action = false);
+void enterValue(Bnode& node, double value, bool action = false);
+void enterCalibration(Bnode& node, const float* probs);
+void enterInterval(Bnode& node, double low, double high);
+void enterGaussian(Bnode& node, double mean, double stdDev);
+void retractNode(Bnode& node);
+void retractNet(Bnet& net);
+
+// The state the finding shows (0..n-1), UNDEF_STATE, LIKELIHOOD_FINDING, NEGATIVE_FINDING, or -1
+// for an all-zero or empty likelihood.
+int findingCode(const Bnode& node);
+// The node's findings as one likelihood vector (all ones when there are none).
+std::vector<float> accumulatedLikelihood(const Bnode& node);
+
+// Whether the findings of the net together still have probability above zero.  Nets are not
+// compiled yet, so no combination can be ruled out here; belief updating answers it once a net
+// can be compiled.
+bool findingsPossible(Bnet& net);
+
+}  // namespace quorva
