@@ -460,6 +460,106 @@ void ReorderNodesets_bn(net_bn* net, const char* nodeset_order, void* vis);
 /* Sets the set's colour (0xRRGGBB; -1 only reads) and returns the colour before (-1: none). */
 int SetNodesetColor_bn(const char* nodeset, int color, net_bn* net, void* vis);
 
+/* ===================================================================== random generators */
+/* Every random choice of the engine draws from a generator (xorshift1024* seeded by SplitMix64),
+ * so that runs are reproducible from a seed.  The environment has a default generator, seeded
+ * with 0 when the environment is made; a net given a generator of its own draws from that one
+ * instead.  A generator made here must be used by one thread at a time. */
+
+/* Makes a generator of `env`.  `seed` is either a whole number of at most 18 decimal digits (the
+ * same seed gives the same sequence; "0" gives that of the environment's default generator), or
+ * a state string from GetRandomGenState_vq (the new generator continues that sequence), or NULL
+ * to seed from the clock.  `options` must be NULL or "".  Refused seeds: 3840 (not an integer of
+ * at most 18 digits), 3841 (negative), 3612 (state string too short), 3839 (not a hex digit in a
+ * state string).  Returns NULL on failure. */
+randgen_vq* NewRandomGenerator_vq(const char* seed, environ_vq* env, const char* options);
+
+/* The generator's state as text (273 characters), valid until the next call on the generator.
+ * `options` must be NULL or "".  NULL on failure. */
+const char* GetRandomGenState_vq(randgen_vq* rand, const char* options);
+
+/* Fills results[0..num-1] with uniform numbers in [0, 1) (1 never occurs) and returns the first;
+ * with `num` 0 draws nothing and returns UNDEF_DBL.  `options` must be NULL or "".
+ * Returns -1 on failure. */
+double GenerateRandomNumbers_vq(randgen_vq* rand, double* results, int num, const char* options);
+
+/* Frees the generator.  A net that drew from it goes back to the environment's default. */
+void DeleteRandomGen_vq(randgen_vq* rand);
+
+/* Gives the net its own generator, of the net's environment; NULL goes back to the environment's
+ * default.  With `is_private` the net takes the generator over: it is deleted with the net, or
+ * when the net is given another, and the application should no longer use it. */
+void SetNetRandomGen_bn(net_bn* net, randgen_vq* rand, bool_vq is_private);
+
+/* ===================================================================== compiling and beliefs */
+/* Compiling builds the junction tree (moral graph, elimination order, cliques, home cliques).
+ * Structural changes uncompile a net; table changes keep it compiled and rebuild its potentials;
+ * findings only re-enter what changed. */
+
+/* Compiles the net (nothing when compiled).  A net with a directed cycle, or a node without
+ * states (continuous, not discretized), is refused ("can't compile >-net '%s', because %s"). */
+void CompileNet_bn(net_bn* net);
+void UncompileNet_bn(net_bn* net);
+/* The total size (entries) of the cliques and separators; `method` must be 0.  -1 on failure. */
+double SizeCompiledNet_bn(net_bn* net, int method);
+/* A text report of the junction tree; valid until the next report.  NULL on failure. */
+const char* ReportJunctionTree_bn(net_bn* net);
+/* Sets the order in which compiling eliminates nodes (every node but utility nodes, once each);
+ * NULL removes it.  A different order uncompiles the net. */
+void SetNetElimOrder_bn(net_bn* net, const nodelist_bn* elim_order);
+/* The stored order, or NULL when none is set (a constant list). */
+const nodelist_bn* GetNetElimOrder_bn(const net_bn* net);
+
+/* The node's beliefs given the findings, one per state, summing to 1; updates the net first.
+ * Valid until the net changes.  NULL on failure (not compiled, inconsistent findings). */
+const prob_bn* GetNodeBeliefs_bn(node_bn* node);
+/* The probability of the findings entered.  -1 on failure. */
+double FindingsProbability_bn(net_bn* net);
+/* The mean of the node's value under its beliefs, from its state levels (or interval midpoints,
+ * or state numbers when it has no levels); `std_dev` gets the standard deviation; `x3`, `x4` are
+ * reserved (may be NULL).  UNDEF_DBL on failure. */
+double GetNodeExpectedValue_bn(node_bn* node, double* std_dev, double* x3, double* x4);
+/* The most probable state of every node of `nodes` given the findings, written into `config`
+ * (one entry per list entry). */
+void MostProbableConfig_bn(const nodelist_bn* nodes, state_bn* config, int nth);
+/* The probability that the listed nodes are in the given states, given the findings. */
+double JointProbability_bn(const nodelist_bn* nodes, const state_bn* states);
+
+/* ===================================================================== streams */
+/* A stream is the object through which nets, cases and other files are read and written: bound
+ * to a file path, or holding its bytes in memory.  Streams belong to their environment, which
+ * frees any still open when it is closed. */
+
+/* A stream over the file `filename` (the path as given).  The file is opened only when the stream
+ * is read or written, and closed afterwards; nothing is checked about it here.  `access` must be
+ * NULL.  Errors: 5260 (access not NULL), 5107 or 5263 (a NULL or empty file name).
+ * Returns NULL on failure. */
+stream_vq* NewFileStream_vq(const char* filename, environ_vq* env, const char* access);
+
+/* An empty stream in memory.  `name` (may be NULL) names it in messages, which otherwise say
+ * "In-memory File"; a name ending in ".qova" marks the binary format.  `access` must be NULL
+ * (5260).  Returns NULL on failure. */
+stream_vq* NewMemoryStream_vq(const char* name, environ_vq* env, const char* access);
+
+/* Replaces the bytes of a memory stream with the `length` bytes at `buffer`.  With `copy` the
+ * stream keeps a copy of its own; without, it reads `buffer` in place, and the caller keeps the
+ * buffer alive and unchanged until the contents are replaced or the stream is deleted.  Errors:
+ * 5261 (negative length), 5262 (a file stream), 2183 (no memory for the copy). */
+void SetStreamContents_vq(stream_vq* stream, const char* buffer, long long length, bool_vq copy);
+
+/* The bytes of a memory stream (what was set, or what has been written to it) and, through
+ * `length` (may be NULL), their count.  The buffer belongs to the stream and is valid until the
+ * stream changes or is deleted; bytes the stream owns are followed by a zero byte.  Refused for
+ * a file stream (5262).  NULL on failure. */
+const char* GetStreamContents_vq(stream_vq* stream, long long* length);
+
+/* Frees the stream and its buffer; its handle becomes invalid. */
+void DeleteStream_vq(stream_vq* stream);
+
+/* Sets the encryption password of a stream in the binary format (its name ends in ".qova");
+ * NULL or "" removes it.  Any other stream is refused with 2643. */
+void SetStreamPassword_vq(stream_vq* stream, const char* password);
+
 #ifdef __cplusplus
 }
 #endif

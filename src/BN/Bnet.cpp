@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "BN/JunctionTree.h"
 #include "BN/NetErrors.h"
 #include "Basic/BasicErrors.h"
 #include "Basic/Raise.h"
@@ -12,6 +13,18 @@ namespace quorva {
 Bnet::Bnet(EnvCore* env, std::string name) : Tagged(BNET_TYPE), name(std::move(name)), env(env) {}
 
 Bnet::~Bnet() = default;
+
+void Bnet::tablesChanged() {
+  if (juncStep > 2) juncStep = 2;
+  if (jt) jt->haveBase = false;
+}
+
+void Bnet::uncompile() {
+  juncStep = 0;
+  jt.reset();
+  enteredAs.clear();
+  for (Bnode* n : nodes) n->homeClique = -1;
+}
 
 uint64_t Bnet::newLabel() {
   ++uniqueLabel;
@@ -60,6 +73,7 @@ Nodeset* Bnet::findNodeset(const std::string& setName) {
 
 void Bnet::becomeDeleted() {
   deleted = 1;
+  jt.reset();
   tag = static_cast<uint16_t>(tag | 0x0100);  // still a net, flagged as gone
   byName_.clear();
   nodes.clear();

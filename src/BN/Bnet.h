@@ -8,17 +8,19 @@
 
 #include "BN/Bnode.h"
 #include "BN/NodeList.h"
+#include "Basic/RandomGen.h"
 #include "Basic/Tagged.h"
 #include "Basic/UserFields.h"
 
 namespace quorva {
 
 class EnvCore;
+struct JunctionTree;
 
 // A user node set; its place in Bnet::nodesets is its priority (first is highest).
 struct Nodeset {
   std::string name;
-  uint32_t color = 0;  // 8 bits each of red, green, blue
+  int color = -1;  // 0xRRGGBB (8 bits each of red, green, blue), or -1 when it has none
 };
 
 inline constexpr uint64_t FIRST_UNIQUE_LABEL = 100;
@@ -43,7 +45,10 @@ class Bnet : public Tagged {
   int juncStep = 0;  // 0: not compiled
   std::vector<Nodeset> nodesets;
   bool hasVisual = false;
+  RandomGenHold randgen;  // the net's own random generator (none: the environment's default)
   mutable NodeList nodeList{this, true};
+  mutable NodeList elimOrderList{this, true};
+  mutable std::string reportRead;  // the text ReportJunctionTree_bn hands out
 
   // A fresh label for a graph search; warns before the counter recycles and wraps it.
   uint64_t newLabel();
@@ -58,9 +63,13 @@ class Bnet : public Tagged {
   Nodeset* findNodeset(const std::string& name);
 
   // Drops the compiled form; called by every structural change.
-  void uncompile() { juncStep = 0; }
+  void uncompile();
+  // Node tables changed: a compiled net keeps its cliques but rebuilds its potentials.
+  void tablesChanged();
+  std::unique_ptr<JunctionTree> jt;  // present while compiled
+  std::vector<Finding> enteredAs;    // per node: the finding now in the clique potentials
   // Findings changed: beliefs that were current are stale until updated again.
-  void findingsChanged() { if (juncStep > 3) juncStep = 3; }
+  void findingsChanged() { if (juncStep > 4) juncStep = 4; }
   bool beliefsCurrent() const { return juncStep >= 5; }
   std::vector<std::shared_ptr<Listener>> listeners;
   mutable std::string nodesetsRead;  // the text GetAllNodesets_bn hands out

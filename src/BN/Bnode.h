@@ -76,7 +76,10 @@ class Bnode : public Tagged {
   std::vector<double> tableRead;  // the copy GetNodeTable_bn hands out without a caller's buffer
   Finding finding;
   uint64_t mark = 0;           // the last unique label a graph search gave it
-  int curState = 0;            // the state table kernels fix this node at when it is not iterated
+  int curState = 0;
+  int homeClique = -1;                 // while compiled: the clique that holds its table
+  std::vector<float> beliefs;          // cached beliefs, current while beliefsVersion matches
+  uint64_t beliefsVersion = 0;            // the state table kernels fix this node at when it is not iterated
   double visX = 0, visY = 0;
   std::vector<std::string> nodesets;
   std::vector<std::string> persistence;  // per dimension

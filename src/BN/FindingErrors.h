@@ -25,6 +25,8 @@ inline constexpr ErrDef CalibrationNull{5201, "argument 'calibration' is NULL, f
 inline constexpr ErrDef CalibrationZeros{5202, "not a legal calibration vector, because it consists of all zeros"};
 inline constexpr ErrDef CalibrationSum{
     5203, "not a legal calibration vector, because it does not sum to one (sums to %g)"};
+inline constexpr ErrDef CalibrationNegative{
+    5216, "not a legal calibration vector, because it has a negative value (%g) at index %d"};
 inline constexpr ErrDef IntervalOrder{5204, "high (=%g) should not be less than low (=%g).  (>-node is %s)"};
 inline constexpr ErrDef IntervalContinuous{5205, ">-node %s is continuous, so it should be discretized to use this function"};
 inline constexpr ErrDef IntervalLowNegative{5206, "low (=%g) should not be negative, for discrete >-node %s"};

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <string>
 
+#include "BN/BeliefUpdate.h"
 #include "BN/Bnet.h"
 #include "BN/FindingErrors.h"
 #include "BN/Listeners.h"
@@ -23,21 +24,25 @@ std::string stateLabel(const Bnode& n, int s) {
   return "#" + std::to_string(s);
 }
 
-// The single state a row of the node's tables gives, or -1 when the row does not fix one.
+// The single state a row of the node's tables gives, or -1 when the row does not fix one: a
+// function table's state, or a CPT row holding one 1 and zeros elsewhere.
 int rowState(const Bnode& n, size_t row) {
   const PotTable& f = n.tables.func;
   if (f.isAllocated() && !n.tables.funcReal) {
+    if (row >= f.size()) return -1;
     float v = f.data()[row];
-    return isReservedFloat(v) ? -1 : static_cast<int>(v);
+    if (isReservedFloat(v) || !(v >= 0) || v >= static_cast<float>(n.numStates)) return -1;
+    return static_cast<int>(v);
   }
   const PotTable& c = n.tables.cpt;
   if (!c.isAllocated()) return -1;
   size_t len = c.rowLength();
+  if (len != static_cast<size_t>(n.numStates) || (row + 1) * len > c.size()) return -1;
   int one = -1;
   for (size_t i = 0; i < len; ++i) {
     float v = c.data()[row * len + i];
     if (v == 0.0f) continue;
-    if (one >= 0 || isReservedFloat(v)) return -1;
+    if (one >= 0 || v != 1.0f) return -1;
     one = static_cast<int>(i);
   }
   return one;
@@ -61,6 +66,7 @@ int valueFromParents(const Bnode& n) {
 // The finding changed: beliefs are stale and listeners hear of it.
 void changed(Bnode& n) {
   n.net->findingsChanged();
+  if (n.net->autoUpdate && n.net->juncStep >= 1) updateBeliefs(*n.net);
   fireNodeEvent(n, CHANGE_EVENT_TYPE);
 }
 
@@ -93,15 +99,15 @@ int singleNonZero(const std::vector<float>& lik) {
 
 }  // namespace
 
-bool findingsPossible(Bnet&) { return true; }
+bool findingsPossible(Bnet& net) { return !net.autoUpdate || findingsHold(net); }
 
 std::vector<float> accumulatedLikelihood(const Bnode& n) {
   std::vector<float> lik(static_cast<size_t>(n.numStates), 1.0f);
-  if (n.finding.state >= 0 && n.finding.state < n.numStates) {
+  if (n.finding.likelihood.size() == lik.size()) {
+    lik = n.finding.likelihood;
+  } else if (n.finding.state >= 0 && n.finding.state < n.numStates) {
     std::fill(lik.begin(), lik.end(), 0.0f);
     lik[static_cast<size_t>(n.finding.state)] = 1.0f;
-  } else if (n.finding.likelihood.size() == lik.size()) {
-    lik = n.finding.likelihood;
   }
   return lik;
 }
@@ -131,9 +137,8 @@ void enterState(Bnode& n, int state, bool replace, bool check, bool action) {
   EnvCore* env = envOf(n);
   const Finding& f = n.finding;
   if (state == UNDEF_STATE_VALUE) return;
-  if (state == f.state && f.action == action &&
-      (replace || (std::isnan(f.value) && f.likelihood.empty())))
-    return;
+  // The state is known already (entered, or fixed by a value or likelihood): nothing changes.
+  if (state >= 0 && state == f.state && f.action == action) return;
   if (check) {
     if (!n.hasStates()) engError(env, err::FindingContinuous);
     if (state >= n.numStates) engError(env, err::FindingTooLarge, state, n.numStates - 1);
@@ -176,10 +181,13 @@ void enterLikelihood(Bnode& n, const float* lik, bool action) {
       refuseLikelihood(n, format("it is inconsistent with previous finding (%s) for this >-node", stateLabel(n, f.state)));
     return;  // the single state known already says more
   }
+  // A likelihood the same at every state tells nothing.
+  if (f.action == action && std::all_of(next.begin(), next.end(), [&](float v) { return v == next[0]; })) return;
   if (!f.likelihood.empty()) {
     for (size_t i = 0; i < count; ++i) next[i] *= f.likelihood[i];
     if (std::all_of(next.begin(), next.end(), [](float v) { return v == 0.0f; }))
       refuseLikelihood(n, "it is inconsistent with previous negative or likelihood findings for this >-node");
+    if (next == f.likelihood && f.action == action) return;  // e.g. the same state ruled out again
   }
   Finding combined;
   combined.state = singleNonZero(next) >= 0 ? singleNonZero(next) : UNDEF_STATE_VALUE;
@@ -251,8 +259,12 @@ void enterCalibration(Bnode& n, const float* probs) {
   std::vector<float> p(probs, probs + n.numStates);
   if (std::all_of(p.begin(), p.end(), [](float v) { return v == 0.0f; })) argError(env, err::CalibrationZeros);
   double sum = 0;
-  for (float v : p) sum += v;
-  if (std::fabs(sum - 1.0) > 1e-5) argError(env, err::CalibrationSum, sum);
+  for (size_t i = 0; i < p.size(); ++i) {
+    if (!(p[i] >= 0)) argError(env, err::CalibrationNegative, double{p[i]}, static_cast<int>(i));
+    sum += p[i];
+  }
+  if (!(std::fabs(sum - 1.0) <= 1e-5)) argError(env, err::CalibrationSum, sum);
+  if (p == n.finding.calibration) return;
   Finding next = n.finding;
   next.calibration = std::move(p);
   n.finding = std::move(next);

@@ -29,9 +29,9 @@ int findingCode(const Bnode& node);
 // The node's findings as one likelihood vector (all ones when there are none).
 std::vector<float> accumulatedLikelihood(const Bnode& node);
 
-// Whether the findings of the net together still have probability above zero.  Nets are not
-// compiled yet, so no combination can be ruled out here; belief updating answers it once a net
-// can be compiled.
+// Whether the findings of the net together still have probability above zero: asked of belief
+// updating when the net is compiled and updates automatically; otherwise an impossible
+// combination is found when beliefs are next updated.
 bool findingsPossible(Bnet& net);
 
 }  // namespace quorva

@@ -7,7 +7,8 @@ namespace quorva {
 
 void NetEdit::commit() {
   // The undo history records the edit here once the net keeps one.
-  if (kind_ == EditKind::Structure || kind_ == EditKind::Tables) net_.uncompile();
+  if (kind_ == EditKind::Structure) net_.uncompile();
+  if (kind_ == EditKind::Tables) net_.tablesChanged();
 }
 
 }  // namespace quorva

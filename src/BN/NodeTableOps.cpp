@@ -47,6 +47,7 @@ void requireStates(const Bnode& node) {
 }
 
 void setRowValue(Bnode& node, PotTable& t, const int* ps, float v) {
+  t.setFactor(1.0);  // so that the other rows keep what they stand for
   for (size_t r : matchingRows(node, ps)) t.data()[r] = v;
 }
 
@@ -119,8 +120,8 @@ void setExperience(Bnode& node, const int* ps, double experience) {
 
 double getExperience(const Bnode& node, const int* ps) {
   checkParentStates(node, ps, false);
-  const PotTable& t = node.tables.exper;
-  return t.isAllocated() ? t.data()[rowOffset(node, ps)] * t.factor() : undefDouble();
+  float v = readRowValue(node.tables.exper, node, ps);
+  return isReservedFloat(v) ? undefDouble() : v * node.tables.exper.factor();
 }
 
 void deleteTables(Bnode& node) {
@@ -133,18 +134,43 @@ size_t entriesPerRow(const Bnode& node, WhichTable which) {
   return which == WhichTable::Cpt ? static_cast<size_t>(node.numStates) : 1;
 }
 
+double subTableEntries(const Bnode& node, WhichTable which, const int* ps) {
+  double rows = 1;
+  for (size_t i = 0; i < node.parents.size(); ++i)
+    if (!ps || ps[i] == EVERY_STATE_VALUE) rows *= node.parents[i].parent->numStates;
+  return rows * static_cast<double>(entriesPerRow(node, which));
+}
+
 namespace {
 PotTable& tableOf(Bnode& node, WhichTable which) {
   return which == WhichTable::Cpt ? node.tables.cpt : which == WhichTable::Exper ? node.tables.exper : node.tables.func;
 }
+
+// Whether the node holds the table asked for (a function table only in the form asked for).
+bool holds(const Bnode& node, WhichTable which) {
+  const NodeTables& t = node.tables;
+  switch (which) {
+    case WhichTable::Cpt: return t.cpt.isAllocated();
+    case WhichTable::Exper: return t.exper.isAllocated();
+    case WhichTable::FuncState: return t.func.isAllocated() && !t.funcReal;
+    case WhichTable::FuncReal: return t.func.isAllocated() && t.funcReal;
+  }
+  return false;
+}
 }  // namespace
+
+void removeTable(Bnode& node, WhichTable which) {
+  if (!holds(node, which)) return;
+  NetEdit edit(*node.net, "remove table", EditKind::Tables);
+  tableOf(node, which).freeData();
+  edit.commit();
+}
 
 std::vector<double> readTable(Bnode& node, WhichTable which, const int* ps) {
   std::vector<size_t> rows = matchingRows(node, ps);
   size_t n = entriesPerRow(node, which);
   PotTable& t = tableOf(node, which);
-  bool present = t.isAllocated() && (which == WhichTable::Cpt || which == WhichTable::Exper ||
-                                     node.tables.funcReal == (which == WhichTable::FuncReal));
+  bool present = holds(node, which);
   std::vector<double> out;
   out.reserve(rows.size() * n);
   for (size_t r : rows)
@@ -168,6 +194,8 @@ void checkTableSettable(const Bnode& node, WhichTable which, const std::string& 
 
 void writeTable(Bnode& node, WhichTable which, const int* ps, const double* values) {
   if (ps) checkParentStates(node, ps, true);
+  if (which == WhichTable::FuncReal && node.type == DISCRETE && node.levels.empty())
+    engError(envOf(node), err::FuncRealNoLevels, node.name);
   std::vector<size_t> rows = matchingRows(node, ps);
   size_t n = entriesPerRow(node, which);
   if (which == WhichTable::FuncState)

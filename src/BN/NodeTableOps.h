@@ -29,8 +29,14 @@ void deleteTables(Bnode& node);
 
 // Whole tables and sub-tables as doubles (undefined entries as the undefined double).
 size_t entriesPerRow(const Bnode& node, WhichTable which);
+// The number of entries of the sub-table at parent states that may hold EVERY_STATE (null: the
+// whole table), counted without building it.
+double subTableEntries(const Bnode& node, WhichTable which, const int* parentStates);
 std::vector<double> readTable(Bnode& node, WhichTable which, const int* parentStates);
 void writeTable(Bnode& node, WhichTable which, const int* parentStates, const double* values);
+// Removes one table as an edit of the net; a function table goes only when it has the form asked
+// for.  Nothing happens when the node has no such table.
+void removeTable(Bnode& node, WhichTable which);
 // Refuses what SetNodeTable_bn may not set on this node.
 void checkTableSettable(const Bnode& node, WhichTable which, const std::string& whichName);
 

@@ -40,14 +40,21 @@ std::vector<int> dimsOf(const std::vector<Bnode*>& nodes) {
   return d;
 }
 
-PotTable& ensure(Bnode& node, PotTable& t, bool withNode, float initial) {
-  if (t.isAllocated()) return t;
+// A new table over the node's parents (and the node), every entry `initial`.  Refused before
+// anything is allocated when a parent has no states or the table would be too large.
+PotTable freshTable(Bnode& node, bool withNode, float initial) {
   std::vector<Bnode*> nodes = tableNodes(node, withNode);
+  for (const Link& l : node.parents)
+    if (!l.parent->hasStates()) engError(node.net->env, err::SetContinuousParent, node.name);
   checkCptSize(node, dimsOf(nodes), "create");
   PotTable fresh(node.net->env, std::move(nodes));
   fresh.allocate();
   std::fill(fresh.data(), fresh.data() + fresh.size(), initial);
-  t = std::move(fresh);
+  return fresh;
+}
+
+PotTable& ensure(Bnode& node, PotTable& t, bool withNode, float initial) {
+  if (!t.isAllocated()) t = freshTable(node, withNode, initial);
   return t;
 }
 }  // namespace
@@ -58,8 +65,10 @@ PotTable& ensureCpt(Bnode& node) {
 }
 
 PotTable& ensureFunc(Bnode& node, bool real) {
-  if (node.tables.func.isAllocated() && node.tables.funcReal != real) node.tables.func.freeData();
-  PotTable& t = ensure(node, node.tables.func, false, undefFloat());
+  PotTable& t = node.tables.func;
+  // A table of the other form is replaced only once its successor exists.
+  if (t.isAllocated() && node.tables.funcReal != real) t = freshTable(node, false, undefFloat());
+  ensure(node, t, false, undefFloat());
   node.tables.funcReal = real;
   return t;
 }
@@ -78,17 +87,25 @@ bool isDeterministic(const Bnode& node) {
   const PotTable& t = node.tables.cpt;
   if (!t.isAllocated()) return false;
   size_t n = t.rowLength();
+  bool anyDefined = false;
   for (size_t at = 0; at + n <= t.size(); at += n) {
-    int ones = 0, zeros = 0;
+    int ones = 0, zeros = 0, undefined = 0;
     for (size_t i = 0; i < n; ++i) {
       float v = t.data()[at + i];
-      ones += v == 1.0f;
-      zeros += v == 0.0f;
+      if (isReservedFloat(v)) {
+        ++undefined;
+        continue;
+      }
+      float p = static_cast<float>(v * t.factor());
+      ones += p == 1.0f;
+      zeros += p == 0.0f;
     }
+    if (undefined == static_cast<int>(n)) continue;  // a row not given says nothing
+    anyDefined = true;
     if (zeros == static_cast<int>(n)) continue;  // an impossible condition
     if (ones != 1 || zeros != static_cast<int>(n) - 1) return false;
   }
-  return true;
+  return anyDefined;
 }
 
 bool isTableComplete(const Bnode& node) {

@@ -82,7 +82,7 @@ void addToNodeset(Bnode& n, const std::string& set) {
   if (!net.findNodeset(set)) checkNewNodesetName(net, set);
   if (std::find(n.nodesets.begin(), n.nodesets.end(), set) != n.nodesets.end()) return;
   NetEdit edit(net, "add to node set", EditKind::Text);
-  if (!net.findNodeset(set)) net.nodesets.push_back({set, 0});
+  if (!net.findNodeset(set)) net.nodesets.push_back({set});
   n.nodesets.push_back(set);
   edit.commit();
 }
@@ -127,17 +127,21 @@ void reorderNodesets(Bnet& net, const std::string& order) {
 }
 
 int setNodesetColor(Bnet& net, const std::string& set, int color) {
-  if (isBuiltinNodeset(set)) engError(net.env, err::NodesetAddBuiltin, set);
   Nodeset* s = net.findNodeset(set);
   if (!s) {
+    if (color < 0) return -1;  // only reading the colour of a set that does not exist
     checkNewNodesetName(net, set);
-    net.nodesets.push_back({set, 0});
-    s = &net.nodesets.back();
-    s->color = static_cast<uint32_t>(color);
+    NetEdit edit(net, "new node set", EditKind::Text);
+    net.nodesets.push_back({set, color});
+    edit.commit();
     return -1;
   }
-  int before = static_cast<int>(s->color);
-  if (color >= 0) s->color = static_cast<uint32_t>(color);
+  int before = s->color;
+  if (color >= 0 && color != before) {
+    NetEdit edit(net, "node set colour", EditKind::Text);
+    s->color = color;
+    edit.commit();
+  }
   return before;
 }
 

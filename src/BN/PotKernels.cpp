@@ -1,14 +1,29 @@
-// The two-table kernels.  Each builds an iteration plan: the table it walks in order ("A") is
-// split into an inner block of its trailing dimensions, long enough to amortise the outer
-// odometer, and outer dimensions with strides for both tables (stride 0 where a dimension is
-// absent, which broadcasts).  The other table ("B") is reached in the block through an offset
-// table, or directly when its offsets run 0,1,2.. (the trailing nodes agree, so whole blocks are
-// combined) or are all 0 (the block is summed into or scaled by one entry).
+// The two-table kernels.
+//
+// Each kernel walks one table ("A") in memory order and reaches the other ("B") through strides.
+// The iteration space is a list of dimensions, each with a count and a stride in both tables
+// (stride 0 in B where B lacks the node: broadcast, or summed out; stride 0 in A for the nodes
+// of B that a reduction iterates although A lacks them).  Dimensions of one state are dropped
+// and neighbours whose strides line up in both tables are merged.
+//
+// The trailing dimensions of A, up to BLOCK_TARGET entries, form a block: consecutive entries of
+// A.  Within the block, dimensions that B has ("kept") and dimensions it lacks ("spread") are
+// grouped.  B's values over the kept groups form the kept vector (read through an offset table,
+// or in place when its offsets run 0, 1, 2, ..).  Reading kernels (copy, multiply, divide)
+// expand the kept vector over the spread groups, outermost first, and combine it with the block;
+// reducing kernels (sum, max) fold the spread groups out of the block, innermost first, and
+// combine the kept vector into B.  Every step is a run of whole rows, so the loops vectorise.
+//
+// When B is large and its fastest-varying dimensions lie outside A's block, each block would
+// touch a new cache line for every entry of B; then the block is a tile made of A's trailing
+// dimensions and B's, and both tables are reached through offset tables.
 #include "BN/PotKernels.h"
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
+#include <vector>
 
 #include "BN/Bnode.h"
 #include "BN/PotErrors.h"
@@ -19,16 +34,35 @@ namespace quorva {
 
 namespace {
 
-constexpr size_t BLOCK_TARGET = 512;
+constexpr size_t BLOCK_TARGET = 4096;  // entries of A per block: 16 KB, well inside L1 + L2
+constexpr size_t TILE_SIDE = 64;       // entries along each table's trailing dimensions in a tile
+constexpr size_t TILE_MIN_B = 1 << 16;  // B entries from which tiling pays
 
-enum class Reach { Identity, Zero, General };
+struct Dim {
+  size_t count, sA, sB;
+};
+
+// A group of the block's dimensions, outermost first.  `inner` is the product of the counts of
+// the kept groups inside it (the row length of the steps that expand or fold it).
+struct Group {
+  size_t count;
+  bool kept;
+  size_t inner;
+};
 
 struct Plan {
-  std::vector<size_t> count, strideA, strideB;  // outer dimensions, outermost first
-  size_t block = 1;
-  std::vector<size_t> offB;                      // per block entry, when General
-  Reach reach = Reach::Identity;
-  size_t baseB = 0;
+  std::vector<Dim> outer;  // walked as an odometer, outermost first
+  size_t baseB = 0;        // B's offset from the source nodes fixed at their current states
+  size_t block = 1;        // entries of A per block
+  // Blocks of consecutive entries of A.
+  std::vector<Group> groups;
+  std::vector<uint32_t> offK;  // B offsets of the kept vector
+  size_t kept = 1;
+  bool keptInPlace = true;  // offK[k] == k
+  bool anySpread = false;
+  // Tiles: A and B both through offsets.
+  bool tiled = false;
+  std::vector<uint32_t> tileA, tileB;
 };
 
 std::vector<size_t> stridesOf(const std::vector<int>& dims) {
@@ -46,7 +80,37 @@ int indexIn(const std::vector<Bnode*>& list, const Bnode* n) {
   return it == list.end() ? -1 : static_cast<int>(it - list.begin());
 }
 
-// `iterateBOnly`: dimensions of B absent from A are iterated (outermost) instead of fixed.
+// Merges neighbouring dimensions whose strides line up in both tables.
+std::vector<Dim> merged(const std::vector<Dim>& dims) {
+  std::vector<Dim> out;
+  for (const Dim& d : dims) {
+    if (!out.empty()) {
+      Dim& o = out.back();
+      if (o.sA == d.sA * d.count && o.sB == d.sB * d.count) {
+        o = {o.count * d.count, d.sA, d.sB};
+        continue;
+      }
+    }
+    out.push_back(d);
+  }
+  return out;
+}
+
+// The offsets over the row-major enumeration of `dims`, through stride `s` of each.
+template <class Stride>
+std::vector<uint32_t> offsetsOver(const std::vector<Dim>& dims, Stride s) {
+  std::vector<uint32_t> off{0};
+  for (const Dim& d : dims) {
+    std::vector<uint32_t> next;
+    next.reserve(off.size() * d.count);
+    for (uint32_t o : off)
+      for (size_t i = 0; i < d.count; ++i) next.push_back(static_cast<uint32_t>(o + i * s(d)));
+    off = std::move(next);
+  }
+  return off;
+}
+
+// `iterateBOnly`: the nodes of B absent from A are iterated (outermost) instead of fixed.
 Plan makePlan(const PotTable& a, const PotTable& b, bool iterateBOnly) {
   Plan p;
   const auto& an = a.nodes();
@@ -54,13 +118,11 @@ Plan makePlan(const PotTable& a, const PotTable& b, bool iterateBOnly) {
   const auto& ad = a.dims();
   const auto& bd = b.dims();
   std::vector<size_t> sa = stridesOf(ad), sb = stridesOf(bd);
-  std::vector<size_t> count, strA, strB;
+  std::vector<Dim> bOnly, dims;
   for (size_t j = 0; j < bn.size(); ++j) {
     if (indexIn(an, bn[j]) >= 0) continue;
     if (iterateBOnly) {
-      count.push_back(static_cast<size_t>(bd[j]));
-      strA.push_back(0);
-      strB.push_back(sb[j]);
+      bOnly.push_back({static_cast<size_t>(bd[j]), 0, sb[j]});
     } else {
       int st = bn[j]->curState;
       if (st < 0 || st >= bd[j])
@@ -70,48 +132,80 @@ Plan makePlan(const PotTable& a, const PotTable& b, bool iterateBOnly) {
   }
   for (size_t i = 0; i < an.size(); ++i) {
     int j = indexIn(bn, an[i]);
-    count.push_back(static_cast<size_t>(ad[i]));
-    strA.push_back(sa[i]);
-    strB.push_back(j >= 0 ? sb[static_cast<size_t>(j)] : 0);
+    dims.push_back({static_cast<size_t>(ad[i]), sa[i], j >= 0 ? sb[static_cast<size_t>(j)] : 0});
   }
-  // The inner block: trailing dimensions of A (contiguous in A) up to the target length.
-  size_t k = count.size();
-  while (k > 0 && strA[k - 1] == p.block && (p.block < BLOCK_TARGET || k == count.size())) {
-    p.block *= count[k - 1];
-    --k;
+  auto single = [](const Dim& d) { return d.count == 1; };
+  bOnly.erase(std::remove_if(bOnly.begin(), bOnly.end(), single), bOnly.end());
+  dims.erase(std::remove_if(dims.begin(), dims.end(), single), dims.end());
+
+  // The block: A's trailing dimensions.
+  size_t k = dims.size();
+  while (k > 0 && (k == dims.size() || p.block * dims[k - 1].count <= BLOCK_TARGET)) p.block *= dims[--k].count;
+
+  // B large, and a dimension outside the block steps through B more finely than any inside it.
+  size_t finestIn = SIZE_MAX, finestOut = SIZE_MAX;
+  for (size_t i = 0; i < dims.size(); ++i) {
+    if (dims[i].sB == 0) continue;
+    size_t& f = i >= k ? finestIn : finestOut;
+    f = std::min(f, dims[i].sB);
   }
-  // B's offsets over the block.
-  std::vector<size_t> off{0};
-  for (size_t d = k; d < count.size(); ++d) {
-    std::vector<size_t> next;
-    next.reserve(off.size() * count[d]);
-    for (size_t o : off)
-      for (size_t s = 0; s < count[d]; ++s) next.push_back(o + s * strB[d]);
-    off = std::move(next);
+  for (const Dim& d : bOnly) finestOut = std::min(finestOut, d.sB);
+  if (b.size() >= TILE_MIN_B && finestOut < finestIn && finestOut < 16) {
+    p.tiled = true;
+    std::vector<Dim> all = bOnly;
+    all.insert(all.end(), dims.begin(), dims.end());
+    std::vector<bool> inTile(all.size(), false);
+    size_t sideA = 1;
+    for (size_t i = all.size(); i-- > 0 && all[i].sA != 0 && (sideA == 1 || sideA * all[i].count <= TILE_SIDE);) {
+      inTile[i] = true;
+      sideA *= all[i].count;
+    }
+    std::vector<size_t> byB;
+    for (size_t i = 0; i < all.size(); ++i)
+      if (!inTile[i] && all[i].sB != 0) byB.push_back(i);
+    std::sort(byB.begin(), byB.end(), [&](size_t x, size_t y) { return all[x].sB < all[y].sB; });
+    size_t sideB = 1;
+    for (size_t i : byB) {
+      if (sideB > 1 && sideB * all[i].count > TILE_SIDE) break;
+      inTile[i] = true;
+      sideB *= all[i].count;
+    }
+    std::vector<Dim> tile, rest;
+    for (size_t i = 0; i < all.size(); ++i) (inTile[i] ? tile : rest).push_back(all[i]);
+    p.block = sideA * sideB;
+    p.tileA = offsetsOver(tile, [](const Dim& d) { return d.sA; });
+    p.tileB = offsetsOver(tile, [](const Dim& d) { return d.sB; });
+    p.outer = merged(rest);
+    return p;
   }
-  bool identity = true, zero = true;
-  for (size_t i = 0; i < off.size(); ++i) {
-    identity = identity && off[i] == i;
-    zero = zero && off[i] == 0;
+
+  std::vector<Dim> outer = bOnly;
+  outer.insert(outer.end(), dims.begin(), dims.begin() + static_cast<long>(k));
+  p.outer = merged(outer);
+  std::vector<Dim> inBlock = merged(std::vector<Dim>(dims.begin() + static_cast<long>(k), dims.end()));
+  std::vector<Dim> keptDims;
+  for (const Dim& d : inBlock) {
+    bool kept = d.sB != 0;
+    if (!p.groups.empty() && p.groups.back().kept == kept) p.groups.back().count *= d.count;
+    else p.groups.push_back({d.count, kept, 0});
+    if (kept) keptDims.push_back(d);
+    else p.anySpread = true;
   }
-  p.reach = zero ? Reach::Zero : identity ? Reach::Identity : Reach::General;
-  // A block that B reaches plainly can grow over further dimensions that keep it plain.
-  while (k > 0 && p.reach != Reach::General && strA[k - 1] == p.block &&
-         strB[k - 1] == (p.reach == Reach::Zero ? 0 : p.block)) {
-    p.block *= count[k - 1];
-    --k;
+  size_t inner = 1;
+  for (size_t g = p.groups.size(); g-- > 0;) {
+    p.groups[g].inner = inner;
+    if (p.groups[g].kept) inner *= p.groups[g].count;
   }
-  if (p.reach == Reach::General) p.offB = std::move(off);
-  p.count.assign(count.begin(), count.begin() + static_cast<long>(k));
-  p.strideA.assign(strA.begin(), strA.begin() + static_cast<long>(k));
-  p.strideB.assign(strB.begin(), strB.begin() + static_cast<long>(k));
+  p.kept = inner;
+  p.offK = offsetsOver(keptDims, [](const Dim& d) { return d.sB; });
+  for (size_t i = 0; i < p.offK.size(); ++i) p.keptInPlace = p.keptInPlace && p.offK[i] == i;
   return p;
 }
 
 // Calls inner(offsetA, offsetB) for each block, walking the outer dimensions as an odometer.
 template <class Inner>
 void forEachBlock(const Plan& p, Inner&& inner) {
-  size_t n = p.count.size();
+  size_t n = p.outer.size();
   std::vector<size_t> ctr(n, 0);
   size_t offA = 0, offB = p.baseB;
   while (true) {
@@ -119,21 +213,212 @@ void forEachBlock(const Plan& p, Inner&& inner) {
     size_t d = n;
     for (;;) {
       if (d == 0) return;
-      --d;
-      if (++ctr[d] < p.count[d]) {
-        offA += p.strideA[d];
-        offB += p.strideB[d];
+      const Dim& o = p.outer[--d];
+      if (++ctr[d] < o.count) {
+        offA += o.sA;
+        offB += o.sB;
         break;
       }
-      offA -= p.strideA[d] * (p.count[d] - 1);
-      offB -= p.strideB[d] * (p.count[d] - 1);
+      offA -= o.sA * (o.count - 1);
+      offB -= o.sB * (o.count - 1);
       ctr[d] = 0;
     }
   }
 }
 
+// Scratch space for the block steps: per thread, kept between calls.
+float* scratch(size_t n) {
+  thread_local std::vector<float> buf;
+  if (buf.size() < n) buf.resize(n);
+  return buf.data();
+}
+
 void requireAllocated(const PotTable& t, const char* cond) {
   if (!t.isAllocated()) internalCheckFailed(t.env(), __FILE__, __LINE__, cond);
+}
+
+// The entrywise operations: x (the walked table's entry) combined with y (the other's).
+struct CopyOp {
+  float operator()(float, float y) const { return y; }
+};
+struct MulOp {
+  float operator()(float x, float y) const { return x * y; }
+};
+struct DivOp {  // division by 0 gives 0: the entry's configuration is impossible
+  float operator()(float x, float y) const {
+    float q = x / y;
+    return y == 0.0f ? 0.0f : q;
+  }
+};
+struct SumOp {
+  float operator()(float acc, float x) const { return acc + x; }
+};
+struct MaxOp {
+  float operator()(float acc, float x) const { return acc < x ? x : acc; }
+};
+
+// x[i] = op(x[i], y[i]) for n entries.
+template <class Op>
+inline void rowOp(float* __restrict x, const float* __restrict y, size_t n, Op op) {
+  for (size_t i = 0; i < n; ++i) x[i] = op(x[i], y[i]);
+}
+template <class Op>
+inline void scalarOp(float* __restrict x, float s, size_t n, Op op) {
+  for (size_t i = 0; i < n; ++i) x[i] = op(x[i], s);
+}
+
+// Rows of `len` entries of `in`, each repeated `r` times into `out`.
+void repeatRows(const float* __restrict in, float* __restrict out, size_t rows, size_t len, size_t r) {
+  if (len == 1) {
+    for (size_t o = 0; o < rows; ++o, out += r) std::fill(out, out + r, in[o]);
+    return;
+  }
+  for (size_t o = 0; o < rows; ++o, in += len)
+    for (size_t i = 0; i < r; ++i, out += len) std::memcpy(out, in, len * sizeof(float));
+}
+
+// A reading kernel (copy, multiply, divide) over one block of consecutive entries of A.
+template <class Op>
+void readBlock(const Plan& p, float* __restrict x, const float* y, Op op) {
+  if (!p.anySpread) {
+    if (p.keptInPlace) {
+      rowOp(x, y, p.block, op);
+    } else {
+      const uint32_t* off = p.offK.data();
+      for (size_t i = 0; i < p.block; ++i) x[i] = op(x[i], y[off[i]]);
+    }
+    return;
+  }
+  // The kept vector, then expanded over each spread group but the innermost.
+  const float* cur = y;
+  float* buf = scratch(2 * p.block + p.kept);
+  float* spare[2] = {buf, buf + p.block};
+  int turn = 0;
+  if (!p.keptInPlace) {
+    float* g = buf + 2 * p.block;
+    for (size_t i = 0; i < p.kept; ++i) g[i] = y[p.offK[i]];
+    cur = g;
+  }
+  size_t len = p.kept, last = p.groups.size();
+  while (p.groups[--last].kept) {
+  }
+  for (size_t g = 0; g < last; ++g) {
+    const Group& gr = p.groups[g];
+    if (gr.kept) continue;
+    float* out = spare[turn];
+    turn ^= 1;
+    repeatRows(cur, out, len / gr.inner, gr.inner, gr.count);
+    len *= gr.count;
+    cur = out;
+  }
+  // The innermost spread group, combined with the block as it is expanded.
+  const Group& gr = p.groups[last];
+  size_t rows = len / gr.inner;
+  if (gr.inner == 1) {
+    for (size_t o = 0; o < rows; ++o, x += gr.count) scalarOp(x, cur[o], gr.count, op);
+  } else {
+    for (size_t o = 0; o < rows; ++o, cur += gr.inner)
+      for (size_t r = 0; r < gr.count; ++r, x += gr.inner) rowOp(x, cur, gr.inner, op);
+  }
+}
+
+// Folds `count` consecutive entries into one.
+template <class Op>
+inline float foldRun(const float* __restrict x, size_t n, Op op) {
+  if (n >= 16) {
+    float lane[8];
+    for (int j = 0; j < 8; ++j) lane[j] = x[j];
+    size_t i = 8;
+    for (; i + 8 <= n; i += 8)
+      for (int j = 0; j < 8; ++j) lane[j] = op(lane[j], x[i + j]);
+    float acc = op(op(op(lane[0], lane[4]), op(lane[1], lane[5])), op(op(lane[2], lane[6]), op(lane[3], lane[7])));
+    for (; i < n; ++i) acc = op(acc, x[i]);
+    return acc;
+  }
+  float acc = x[0];
+  for (size_t i = 1; i < n; ++i) acc = op(acc, x[i]);
+  return acc;
+}
+
+// out[o][k] = fold over r of in[o][r][k], rows of `len`.
+template <class Op>
+void foldRows(const float* __restrict in, float* __restrict out, size_t rows, size_t len, size_t r, Op op) {
+  if (len == 1) {
+    for (size_t o = 0; o < rows; ++o, in += r) out[o] = foldRun(in, r, op);
+    return;
+  }
+  for (size_t o = 0; o < rows; ++o, out += len) {
+    std::memcpy(out, in, len * sizeof(float));
+    in += len;
+    for (size_t i = 1; i < r; ++i, in += len) rowOp(out, in, len, op);
+  }
+}
+
+// A reducing kernel (sum, max) over one block of consecutive entries of A, into B at y.
+template <class Op>
+void reduceBlock(const Plan& p, const float* __restrict x, float* y, Op op) {
+  const float* cur = x;
+  if (p.anySpread) {
+    float* buf = scratch(p.block);
+    float* spare[2] = {buf, buf + p.block / 2};
+    int turn = 0;
+    size_t len = p.block;
+    for (size_t g = p.groups.size(); g-- > 0;) {
+      const Group& gr = p.groups[g];
+      if (gr.kept) continue;
+      float* out = spare[turn];
+      turn ^= 1;
+      foldRows(cur, out, len / (gr.count * gr.inner), gr.inner, gr.count, op);
+      len /= gr.count;
+      cur = out;
+    }
+  }
+  if (p.keptInPlace) {
+    rowOp(y, cur, p.kept, op);
+  } else {
+    const uint32_t* off = p.offK.data();
+    for (size_t i = 0; i < p.kept; ++i) y[off[i]] = op(y[off[i]], cur[i]);
+  }
+}
+
+template <class Op>
+void readKernel(PotTable& dst, const PotTable& src, Op op) {
+  Plan p = makePlan(dst, src, false);
+  float* a = dst.data();
+  const float* b = src.data();
+  if (p.tiled) {
+    const uint32_t *ta = p.tileA.data(), *tb = p.tileB.data();
+    forEachBlock(p, [&](size_t oa, size_t ob) {
+      float* x = a + oa;
+      const float* y = b + ob;
+      for (size_t i = 0; i < p.block; ++i) x[ta[i]] = op(x[ta[i]], y[tb[i]]);
+    });
+  } else {
+    forEachBlock(p, [&](size_t oa, size_t ob) { readBlock(p, a + oa, b + ob, op); });
+  }
+}
+
+// Reduces src into dst over the src nodes absent from dst.
+template <class Op>
+void reduceInto(PotTable& dst, const PotTable& src, float start, Op op) {
+  requireAllocated(src, "pot.isAllocated()");
+  requireAllocated(dst, "isAllocated()");
+  QASSERT(dst.env(), dst.data() != src.data());
+  std::fill(dst.data(), dst.data() + dst.size(), start);
+  Plan p = makePlan(src, dst, true);
+  const float* a = src.data();
+  float* b = dst.data();
+  if (p.tiled) {
+    const uint32_t *ta = p.tileA.data(), *tb = p.tileB.data();
+    forEachBlock(p, [&](size_t oa, size_t ob) {
+      const float* x = a + oa;
+      float* y = b + ob;
+      for (size_t i = 0; i < p.block; ++i) y[tb[i]] = op(y[tb[i]], x[ta[i]]);
+    });
+  } else {
+    forEachBlock(p, [&](size_t oa, size_t ob) { reduceBlock(p, a + oa, b + ob, op); });
+  }
+  dst.setFactorRaw(src.factor());
 }
 
 }  // namespace
@@ -146,16 +431,7 @@ void copyFrom(PotTable& dst, const PotTable& src, bool reorder) {
     QASSERT(dst.env(), dst.size() == src.size());
     if (&src != &dst) std::memcpy(dst.data(), src.data(), dst.size() * sizeof(float));
   } else {
-    Plan p = makePlan(dst, src, false);
-    float* a = dst.data();
-    const float* b = src.data();
-    forEachBlock(p, [&](size_t oa, size_t ob) {
-      float* x = a + oa;
-      const float* y = b + ob;
-      if (p.reach == Reach::Identity) std::memcpy(x, y, p.block * sizeof(float));
-      else if (p.reach == Reach::Zero) std::fill(x, x + p.block, y[0]);
-      else for (size_t i = 0; i < p.block; ++i) x[i] = y[p.offB[i]];
-    });
+    readKernel(dst, src, CopyOp{});
   }
   dst.setFactorRaw(src.factor());
 }
@@ -171,30 +447,13 @@ void multiplyIn(PotTable& dst, const PotTable& src) {
     if (f > 0) {
       dst.setFactorRaw(f);
     } else {
-      float* x = dst.data();
-      for (size_t i = 0; i < dst.size(); ++i) x[i] *= v;
+      scalarOp(dst.data(), v, dst.size(), MulOp{});
       dst.setFactorRaw(dst.factor() * src.factor());
     }
-    dst.guardUnderflow();
-    return;
+  } else {
+    readKernel(dst, src, MulOp{});
+    dst.setFactorRaw(dst.factor() * src.factor());
   }
-  Plan p = makePlan(dst, src, false);
-  float* a = dst.data();
-  const float* b = src.data();
-  forEachBlock(p, [&](size_t oa, size_t ob) {
-    float* __restrict x = a + oa;
-    const float* __restrict y = b + ob;
-    if (p.reach == Reach::Identity) {
-      for (size_t i = 0; i < p.block; ++i) x[i] *= y[i];
-    } else if (p.reach == Reach::Zero) {
-      float s = y[0];
-      for (size_t i = 0; i < p.block; ++i) x[i] *= s;
-    } else {
-      const size_t* off = p.offB.data();
-      for (size_t i = 0; i < p.block; ++i) x[i] *= y[off[i]];
-    }
-  });
-  dst.setFactorRaw(dst.factor() * src.factor());
   dst.guardUnderflow();
 }
 
@@ -202,82 +461,14 @@ void divideBy(PotTable& dst, const PotTable& src) {
   requireAllocated(dst, "pot1.isAllocated()");
   requireAllocated(src, "pot2.isAllocated()");
   QASSERT(dst.env(), dst.data() != src.data());
-  Plan p = makePlan(dst, src, false);
-  float* a = dst.data();
-  const float* b = src.data();
-  // Division by 0 gives 0: the entry's configuration is impossible.
-  auto div = [](float x, float y) { return y == 0.0f ? 0.0f : x / y; };
-  forEachBlock(p, [&](size_t oa, size_t ob) {
-    float* __restrict x = a + oa;
-    const float* __restrict y = b + ob;
-    if (p.reach == Reach::Identity) {
-      for (size_t i = 0; i < p.block; ++i) x[i] = div(x[i], y[i]);
-    } else if (p.reach == Reach::Zero) {
-      float s = y[0];
-      if (s == 0.0f) std::fill(x, x + p.block, 0.0f);
-      else for (size_t i = 0; i < p.block; ++i) x[i] /= s;
-    } else {
-      const size_t* off = p.offB.data();
-      for (size_t i = 0; i < p.block; ++i) x[i] = div(x[i], y[off[i]]);
-    }
-  });
+  readKernel(dst, src, DivOp{});
   dst.setFactorRaw(dst.factor() / src.factor());
   if (dst.factor() < 1.0) dst.guardOverflow();
   dst.guardUnderflow();
 }
 
-namespace {
-// Reduces src into dst with `combine` over the src nodes absent from dst.
-template <class Combine, class Reduce>
-void reduceInto(PotTable& dst, const PotTable& src, float start, Combine combine, Reduce reduce) {
-  requireAllocated(src, "pot.isAllocated()");
-  requireAllocated(dst, "isAllocated()");
-  QASSERT(dst.env(), dst.data() != src.data());
-  std::fill(dst.data(), dst.data() + dst.size(), start);
-  Plan p = makePlan(src, dst, true);
-  const float* a = src.data();
-  float* b = dst.data();
-  forEachBlock(p, [&](size_t oa, size_t ob) {
-    const float* __restrict x = a + oa;
-    float* __restrict y = b + ob;
-    if (p.reach == Reach::Identity) {
-      for (size_t i = 0; i < p.block; ++i) y[i] = combine(y[i], x[i]);
-    } else if (p.reach == Reach::Zero) {
-      y[0] = combine(y[0], reduce(x, p.block));
-    } else {
-      const size_t* off = p.offB.data();
-      for (size_t i = 0; i < p.block; ++i) y[off[i]] = combine(y[off[i]], x[i]);
-    }
-  });
-  dst.setFactorRaw(src.factor());
-}
+void marginalizeInto(PotTable& dst, const PotTable& src) { reduceInto(dst, src, 0.0f, SumOp{}); }
 
-float sumBlock(const float* x, size_t n) {
-  double s0 = 0, s1 = 0, s2 = 0, s3 = 0;
-  size_t i = 0;
-  for (; i + 4 <= n; i += 4) {
-    s0 += x[i];
-    s1 += x[i + 1];
-    s2 += x[i + 2];
-    s3 += x[i + 3];
-  }
-  for (; i < n; ++i) s0 += x[i];
-  return static_cast<float>(s0 + s1 + s2 + s3);
-}
-
-float maxBlock(const float* x, size_t n) {
-  float m = -HUGE_VALF;
-  for (size_t i = 0; i < n; ++i) m = std::max(m, x[i]);
-  return m;
-}
-}  // namespace
-
-void marginalizeInto(PotTable& dst, const PotTable& src) {
-  reduceInto(dst, src, 0.0f, [](float y, float x) { return y + x; }, sumBlock);
-}
-
-void maxOutInto(PotTable& dst, const PotTable& src) {
-  reduceInto(dst, src, -HUGE_VALF, [](float y, float x) { return std::max(y, x); }, maxBlock);
-}
+void maxOutInto(PotTable& dst, const PotTable& src) { reduceInto(dst, src, -HUGE_VALF, MaxOp{}); }
 
 }  // namespace quorva

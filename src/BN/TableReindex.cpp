@@ -16,7 +16,8 @@ PotTable reindexed(const PotTable& t, std::vector<Bnode*> nodes, std::vector<int
                    const std::vector<DimSource>& from, const std::vector<int>& sliceState, float fill) {
   PotTable out(t.env());
   out.setNodes(std::move(nodes), dims);
-  if (!t.isAllocated()) return out;
+  // A dimension without states leaves no entries: the table goes.
+  if (!t.isAllocated() || std::find(dims.begin(), dims.end(), 0) != dims.end()) return out;
   const std::vector<int>& oldDims = t.dims();
   std::vector<size_t> oldStride(oldDims.size());
   for (size_t i = oldDims.size(), acc = 1; i-- > 0;) {
@@ -96,7 +97,7 @@ void tablesFollowParents(Bnode& child, const std::vector<Bnode*>& newParents,
   std::vector<int> dims = dimsOf(newParents);
   std::vector<int> cptDims = dims;
   cptDims.push_back(child.numStates);
-  if (child.tables.cpt.isAllocated()) checkCptSize(child, cptDims, "edit");
+  checkCptSize(child, child.tables.cpt.isAllocated() ? cptDims : dims, "edit");
   std::vector<DimSource> from;
   for (int o : fromOld) from.push_back({o, {}});
   std::vector<Staged> staged;
@@ -105,44 +106,66 @@ void tablesFollowParents(Bnode& child, const std::vector<Bnode*>& newParents,
   install(staged);
 }
 
+namespace {
+// How one node's tables are rebuilt when a node changes its states.
+struct StatePlan {
+  Bnode* owner;
+  std::vector<Bnode*> parents;
+  std::vector<int> dims;  // of the parents
+  int selfDim;
+  std::vector<DimSource> from;
+  DimSource selfFrom;
+};
+}  // namespace
+
 void tablesFollowStates(Bnode& node, const std::vector<int>& fromOld, double fill) {
   int newCount = static_cast<int>(fromOld.size());
   float cptFill = fill == 0.0 ? 0.0f : undefFloat();
-  std::vector<Staged> staged;
-  if (node.tables.any()) {
-    std::vector<DimSource> from;
-    for (size_t i = 0; i < node.parents.size(); ++i) from.push_back({static_cast<int>(i), {}});
-    staged.push_back(rebuild(node, tableNodes(node, false), dimsOf(tableNodes(node, false)), newCount, from,
-                             {static_cast<int>(node.parents.size()), fromOld}, {}, cptFill));
-    // A state-valued function table names states of this node: renumber them.
-    PotTable& func = staged.back().tables.func;
-    if (func.isAllocated() && !node.tables.funcReal)
-      for (size_t i = 0; i < func.size(); ++i) {
-        float& v = func.data()[i];
-        if (isReservedFloat(v)) continue;
-        auto it = std::find(fromOld.begin(), fromOld.end(), static_cast<int>(v));
-        v = it == fromOld.end() ? undefFloat() : static_cast<float>(it - fromOld.begin());
-      }
-  }
-  std::vector<Bnode*> seen;
-  for (Bnode* child : node.children) {
-    if (!child->tables.any() || std::find(seen.begin(), seen.end(), child) != seen.end()) continue;
-    seen.push_back(child);
-    std::vector<Bnode*> parents = tableNodes(*child, false);
-    std::vector<int> dims = dimsOf(parents);
-    std::vector<DimSource> from;
-    for (size_t i = 0; i < parents.size(); ++i) {
-      from.push_back({static_cast<int>(i), {}});
-      if (parents[i] == &node) {
-        dims[i] = newCount;
-        from.back().stateFrom = fromOld;
+  // The node itself, then each child once (a node linked to itself is both).
+  std::vector<Bnode*> owners{&node};
+  for (Bnode* child : node.children)
+    if (std::find(owners.begin(), owners.end(), child) == owners.end()) owners.push_back(child);
+
+  // Every size is checked before any table is built.
+  std::vector<StatePlan> plans;
+  for (Bnode* owner : owners) {
+    if (!owner->tables.any()) continue;
+    bool self = owner == &node;
+    StatePlan p{owner, tableNodes(*owner, false), {}, self ? newCount : owner->numStates, {},
+                {static_cast<int>(owner->parents.size()), self ? fromOld : std::vector<int>{}}};
+    p.dims = dimsOf(p.parents);
+    for (size_t i = 0; i < p.parents.size(); ++i) {
+      p.from.push_back({static_cast<int>(i), {}});
+      if (p.parents[i] == &node) {
+        p.dims[i] = newCount;
+        p.from.back().stateFrom = fromOld;
       }
     }
-    std::vector<int> cptDims = dims;
-    cptDims.push_back(child->numStates);
-    if (child->tables.cpt.isAllocated()) checkCptSize(*child, cptDims, "edit");
-    staged.push_back(rebuild(*child, parents, dims, child->numStates, from,
-                             {static_cast<int>(parents.size()), {}}, {}, undefFloat()));
+    std::vector<int> cptDims = p.dims;
+    if (owner->tables.cpt.isAllocated()) cptDims.push_back(p.selfDim);
+    checkCptSize(*owner, cptDims, "edit");
+    plans.push_back(std::move(p));
+  }
+
+  std::vector<Staged> staged;
+  for (StatePlan& p : plans) {
+    bool self = p.owner == &node;
+    staged.push_back(rebuild(*p.owner, p.parents, p.dims, p.selfDim, p.from, p.selfFrom, {},
+                             self ? cptFill : undefFloat()));
+    PotTable& func = staged.back().tables.func;
+    if (!self || !func.isAllocated() || node.tables.funcReal) continue;
+    // A state-valued function table names states of this node: renumber them (a node left
+    // without states has no states to name, so the table goes).
+    if (newCount == 0) {
+      func.freeData();
+      continue;
+    }
+    for (size_t i = 0; i < func.size(); ++i) {
+      float& v = func.data()[i];
+      if (isReservedFloat(v)) continue;
+      auto it = std::find(fromOld.begin(), fromOld.end(), static_cast<int>(v));
+      v = it == fromOld.end() ? undefFloat() : static_cast<float>(it - fromOld.begin());
+    }
   }
   install(staged);
 }

@@ -1,9 +1,13 @@
-// The part of the environment that engine code sees: its state, error records and memory limit.
+// The part of the environment that engine code sees: its state, error records, memory limit,
+// lock, default random generator and settings.
 #pragma once
+#include <mutex>
 #include <string>
 
 #include "Basic/ErrorLog.h"
 #include "Basic/MemoryLimiter.h"
+#include "Basic/Settings.h"
+#include "Basic/RandomGen.h"
 #include "Basic/Tagged.h"
 
 namespace quorva {
@@ -13,7 +17,7 @@ inline constexpr int ENV_USABLE_STATE = 25;
 
 class EnvCore : public Tagged {
  public:
-  EnvCore() : Tagged(ENVIRON_TYPE), errors(this), memory(this) {}
+  EnvCore() : Tagged(ENVIRON_TYPE), errors(this), memory(this), settings(this), randgen(this, 0) {}
   EnvCore(const EnvCore&) = delete;
   EnvCore& operator=(const EnvCore&) = delete;
 
@@ -24,6 +28,9 @@ class EnvCore : public Tagged {
   bool beep = false;
   ErrorLog errors;
   MemoryLimiter memory;
+  Settings settings;  // read from the settings file on first use
+  std::recursive_mutex lock;  // serialises API calls; draws from `randgen` take it too
+  RandomGen randgen;          // the default generator, seeded with 0 (declared after `lock`)
 };
 
 }  // namespace quorva

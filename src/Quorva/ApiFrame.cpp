@@ -19,6 +19,9 @@ bool singleGlobal() { return concurrency().externalThreads == Threads::Single; }
 // "CallerAssuresSafety" skips the second look at the objects on the way to the environment.
 bool doubleCheck() { return concurrency().serialize != Serialize::CallerAssuresSafety; }
 
+// A generator after DeleteRandomGen_vq: its shell carries the deleted tag, unmasked.
+bool isDeletedRandgen(const randgen_vq* h) { return asRandgen(h)->tag == DELETED_TYPE; }
+
 Environ* envOfNetObject(const Bnet* net) {
   if (!net || (doubleCheck() && !net->isOfType(BNET_TYPE))) return defaultEnviron();
   Environ* env = Environ::of(net->env);
@@ -51,6 +54,20 @@ Environ* envOf(const nodelist_bn* list) {
 Environ* envOf(const report_vq* report) {
   if (singleGlobal() || !report || !handleIsOfType(report, REPORT_TYPE)) return defaultEnviron();
   Environ* env = Environ::of(asReport(report)->env);
+  return env && env->isOfType(ENVIRON_TYPE) ? env : defaultEnviron();
+}
+
+Environ* envOf(const randgen_vq* rand) {
+  if (singleGlobal() || !rand) return defaultEnviron();
+  // A deleted generator keeps its environment, where the refusal is recorded.
+  if (!handleIsOfType(rand, RANDGEN_TYPE) && !isDeletedRandgen(rand)) return defaultEnviron();
+  Environ* env = Environ::of(asRandgen(rand)->env);
+  return env && env->isOfType(ENVIRON_TYPE) ? env : defaultEnviron();
+}
+
+Environ* envOf(const stream_vq* stream) {
+  if (singleGlobal() || !stream || !handleIsOfType(stream, FILESPEC_TYPE)) return defaultEnviron();
+  Environ* env = Environ::of(asStream(stream)->env());
   return env && env->isOfType(ENVIRON_TYPE) ? env : defaultEnviron();
 }
 
@@ -92,6 +109,15 @@ ErrorRecord& ApiFrame::report(const report_vq* h) {
 
 Environ& ApiFrame::environ(const environ_vq* h) {
   return checked<Environ>(*this, h, ENVIRON_TYPE, "Environ", err::DeletedObject);
+}
+
+RandomGen& ApiFrame::randgen(const randgen_vq* h) {
+  if (level() >= QUICK_CHECK_LEVEL && h && isDeletedRandgen(h)) argError(&env_, err::DeletedObject, "RandomGenerator");
+  return checked<RandomGen>(*this, h, RANDGEN_TYPE, "RandomGenerator", err::DeletedObject);
+}
+
+FileSpec& ApiFrame::stream(const stream_vq* h) {
+  return checked<FileSpec>(*this, h, FILESPEC_TYPE, "FileSpec", err::DeletedObject);
 }
 
 void ApiFrame::state(const Bnode& node, int s) {

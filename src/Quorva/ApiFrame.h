@@ -18,6 +18,8 @@ Environ* envOf(const net_bn* net);
 Environ* envOf(const node_bn* node);
 Environ* envOf(const nodelist_bn* list);
 Environ* envOf(const report_vq* report);
+Environ* envOf(const stream_vq* stream);
+Environ* envOf(const randgen_vq* rand);
 
 // The checks a call makes on its arguments, at the environment's checking level.
 class ApiFrame {
@@ -32,6 +34,9 @@ class ApiFrame {
   NodeList& list(const nodelist_bn* h);
   ErrorRecord& report(const report_vq* h);
   Environ& environ(const environ_vq* h);
+  FileSpec& stream(const stream_vq* h);
+  // A random generator; one already deleted is refused as deleted.
+  RandomGen& randgen(const randgen_vq* h);
   // A state index of a node with states (refused on one without).
   void state(const Bnode& node, int state);
   // A pointer argument that must not be null.

@@ -62,6 +62,8 @@ Bnet& Environ::adoptNet(Bnet* net) {
 void Environ::deleteNet(Bnet& net) {
   auto it = std::find_if(nets.begin(), nets.end(), [&](const auto& p) { return p.get() == &net; });
   if (it == nets.end()) return;
+  if (net.randgen.owned) deleteRandgen(*net.randgen.gen);
+  net.randgen = {};
   std::unique_ptr<Bnet> owned = std::move(*it);
   nets.erase(it);
   lists.erase(std::remove_if(lists.begin(), lists.end(), [&](const auto& l) { return l->net == &net; }),
@@ -86,9 +88,33 @@ bool Environ::ownsList(const NodeList* list) const {
   return std::any_of(lists.begin(), lists.end(), [&](const auto& l) { return l.get() == list; });
 }
 
+RandomGen& Environ::adoptRandgen(std::unique_ptr<RandomGen> gen) {
+  randgens.push_back(std::move(gen));
+  return *randgens.back();
+}
+
+void Environ::deleteRandgen(RandomGen& gen) {
+  if (gen.deleted) return;
+  for (const auto& net : nets)
+    if (net->randgen.gen == &gen) net->randgen = {};
+  gen.release();
+}
+
+FileSpec& Environ::adoptStream(std::unique_ptr<FileSpec> stream) {
+  streams.push_back(std::move(stream));
+  return *streams.back();
+}
+
+void Environ::deleteStream(FileSpec& stream) {
+  stream.release();
+  stream.deleted = 1;
+}
+
 void Environ::close() {
+  for (const auto& s : streams) deleteStream(*s);
   lists.clear();
   while (!nets.empty()) deleteNet(*nets.back());
+  randgens.clear();
   errors.clearAll();
   state = -1;
   forgetDefaultEnviron(this);

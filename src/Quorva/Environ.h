@@ -10,6 +10,7 @@
 #include "BN/Bnet.h"
 #include "BN/NodeList.h"
 #include "Basic/EnvCore.h"
+#include "Basic/FileSpec.h"
 
 namespace quorva {
 
@@ -20,7 +21,6 @@ inline constexpr int COMPLETE_CHECK_LEVEL = 4;
 
 class Environ : public EnvCore {
  public:
-  std::recursive_mutex lock;
   int checkingLevel = REGULAR_CHECK_LEVEL;
   std::string language = "C";
   std::vector<std::unique_ptr<Bnet>> nets;
@@ -34,6 +34,16 @@ class Environ : public EnvCore {
   NodeList& newList(Bnet* net);
   void deleteList(NodeList& list);
   bool ownsList(const NodeList* list) const;
+  // Random generators made through the API; deleted ones stay as shells until the close.
+  std::vector<std::unique_ptr<RandomGen>> randgens;
+  RandomGen& adoptRandgen(std::unique_ptr<RandomGen> gen);
+  // Frees a generator's state, leaving its shell; nets that held it go back to the default one.
+  void deleteRandgen(RandomGen& gen);
+  // Streams; a deleted one stays as a freed shell, and so do all of them once the environment is
+  // closed (its shell is kept), so that later use of a handle is recognised.
+  std::vector<std::unique_ptr<FileSpec>> streams;
+  FileSpec& adoptStream(std::unique_ptr<FileSpec> stream);
+  void deleteStream(FileSpec& stream);
   // Frees everything the environment owns and marks it closed.
   void close();
 };

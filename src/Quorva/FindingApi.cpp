@@ -9,10 +9,11 @@ using namespace quorva;
 namespace {
 
 // A state argument of a finding: a node without states is refused as the frame refuses any state
-// on it; the range is the engine's to check (negative and too-large states have their own errors).
+// on it (UNDEF_STATE, which enters nothing, aside); the range is the engine's to check (negative
+// and too-large states have their own errors).
 Bnode& stateNode(ApiFrame& f, node_bn* node, int state) {
   Bnode& n = f.node(node);
-  if (!n.hasStates()) argError(&f.env(), err::StateOnContinuous, state, n.name);
+  if (!n.hasStates() && state != UNDEF_STATE) argError(&f.env(), err::StateOnContinuous, state, n.name);
   return n;
 }
 

@@ -6,6 +6,8 @@
 #include "BN/Bnode.h"
 #include "BN/NodeList.h"
 #include "Basic/ErrorRecord.h"
+#include "Basic/FileSpec.h"
+#include "Basic/RandomGen.h"
 #include "Quorva.h"
 #include "Quorva/Environ.h"
 
@@ -21,6 +23,8 @@ inline Bnet* asNet(const net_bn* h) { return engine<Bnet>(h); }
 inline Bnode* asNode(const node_bn* h) { return engine<Bnode>(h); }
 inline NodeList* asList(const nodelist_bn* h) { return engine<NodeList>(h); }
 inline ErrorRecord* asReport(const report_vq* h) { return engine<ErrorRecord>(h); }
+inline FileSpec* asStream(const stream_vq* h) { return engine<FileSpec>(h); }
+inline RandomGen* asRandgen(const randgen_vq* h) { return engine<RandomGen>(h); }
 
 // The int a C caller passed for an enum parameter: any int may arrive, and reading one outside
 // the enumerators as the enum type would be undefined.
@@ -38,5 +42,7 @@ inline node_bn* handle(Bnode* n) { return reinterpret_cast<node_bn*>(n); }
 inline nodelist_bn* handle(NodeList* l) { return reinterpret_cast<nodelist_bn*>(l); }
 inline const nodelist_bn* handle(const NodeList* l) { return reinterpret_cast<const nodelist_bn*>(l); }
 inline report_vq* handle(ErrorRecord* r) { return reinterpret_cast<report_vq*>(r); }
+inline stream_vq* handle(FileSpec* s) { return reinterpret_cast<stream_vq*>(s); }
+inline randgen_vq* handle(RandomGen* g) { return reinterpret_cast<randgen_vq*>(g); }
 
 }  // namespace quorva

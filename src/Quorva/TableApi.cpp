@@ -121,8 +121,8 @@ const double* GetNodeTable_bn(const node_bn* node, const char* which_table, cons
     WhichTable which = whichTable(f, which_table);
     checkSizeParentStates(f, n, parent_states, size_parent_states);
     if (parent_states) checkParentStates(n, parent_states, true);
-    std::vector<size_t> rows = matchingRows(n, parent_states);
-    double entries = static_cast<double>(rows.size()) * static_cast<double>(entriesPerRow(n, which));
+    // Counted before anything is built, so that a table too large to hand out costs nothing.
+    double entries = subTableEntries(n, which, parent_states);
     if (entries > 2147483647.0) engError(&f.env(), err::GetTooLarge, n.name);
     int count = static_cast<int>(entries);
     if (table) {
@@ -130,7 +130,7 @@ const double* GetNodeTable_bn(const node_bn* node, const char* which_table, cons
       if (*size_table < count) argError(&f.env(), err::SizeTableSmall, *size_table, count);
     } else {
       if (size_table && *size_table != 0) argError(&f.env(), err::SizeTableNotZero, *size_table);
-      bool whole = !parent_states || rows.size() == matchingRows(n, nullptr).size();
+      bool whole = entries == subTableEntries(n, which, nullptr);
       if (!whole && count != 1) argError(&f.env(), err::TableNullSubtable, n.name);
     }
     std::vector<double> values = readTable(n, which, parent_states);
@@ -153,13 +153,12 @@ void SetNodeTable_bn(node_bn* node, const char* which_table, const state_bn* par
     checkTableSettable(n, which, which_table);
     if (!table) {
       if (parent_states) argError(&f.env(), err::SetTableNull);
-      NodeTables& t = n.tables;
-      (which == WhichTable::Cpt ? t.cpt : which == WhichTable::Exper ? t.exper : t.func).freeData();
+      removeTable(n, which);
       return;
     }
     if (parent_states) checkParentStates(n, parent_states, true);
-    size_t expected = matchingRows(n, parent_states).size() * entriesPerRow(n, which);
-    if (size_table != static_cast<int>(expected))
+    double expected = subTableEntries(n, which, parent_states);
+    if (size_table != expected)
       argError(&f.env(), err::SetTableCount, size_table, static_cast<int>(expected), n.name);
     writeTable(n, which, parent_states, table);
   });

@@ -77,6 +77,14 @@ class TableTest : public NetTest {
     return out;
   }
 
+  // The messages of the errors recorded since the last clearErrors(), one a line ("" when none).
+  std::string errorText() {
+    std::string out;
+    for (report_vq* r = GetError_vq(env, ERROR_ERR, nullptr); r; r = GetError_vq(env, ERROR_ERR, r))
+      out += std::to_string(ErrorNumber_vq(r)) + ": " + ErrorMessage_vq(r) + "\n";
+    return out;
+  }
+
   // Like expectRefused, and the tables of `n` are exactly as they were.
   void expectRefusedKeepingTables(const node_bn* n, const std::function<void()>& call, int number,
                                   const std::string& text) {

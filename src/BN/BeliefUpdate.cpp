@@ -1,0 +1,392 @@
+// Belief updating: the junction steps, entering findings, the propagation schedule, messages and
+// root normalisation.
+#include "BN/BeliefUpdate.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "BN/Bnet.h"
+#include "BN/InferErrors.h"
+#include "BN/JunctionTree.h"
+#include "BN/NodeTables.h"
+#include "BN/PotKernels.h"
+#include "Basic/EnvCore.h"
+#include "Basic/Raise.h"
+
+namespace quorva {
+
+namespace {
+
+struct Inconsistent {};  // propagation found the findings to have probability 0
+
+// Step 1 -> 2: every clique and separator gets its table.
+void allocateTables(Bnet& net, JunctionTree& jt) {
+  for (Clique& c : jt.cliques) {
+    c.pot = PotTable(net.env, c.members);
+    c.pot.allocate();
+  }
+  for (Separator& s : jt.seps) {
+    s.pot = PotTable(net.env, s.nodes);
+    s.pot.allocate();
+    s.fresh = PotTable(net.env);
+    s.fresh.shareNodes(s.pot);
+    s.fresh.allocate();
+  }
+  net.juncStep = 2;
+}
+
+// The table a node brings into its home clique: its CPT with undefined rows taken as uniform, a
+// CPT made from its function table, or none (uniform).
+bool inferenceTable(Bnode& n, PotTable& out, bool& incomplete) {
+  const NodeTables& t = n.tables;
+  if (t.cpt.isAllocated()) {
+    out = t.cpt;
+    size_t len = out.rowLength();
+    for (size_t at = 0; at < out.size(); at += len)
+      if (std::any_of(out.data() + at, out.data() + at + len, [](float v) { return isReservedFloat(v) || !(v >= 0); })) {
+        incomplete = true;
+        std::fill(out.data() + at, out.data() + at + len, static_cast<float>(1.0 / static_cast<double>(len)));
+      }
+    return true;
+  }
+  if (t.func.isAllocated() && !t.funcReal) {
+    out = PotTable(n.net->env, tableNodes(n, true));
+    out.allocate();
+    out.fill(0.0);
+    size_t len = static_cast<size_t>(n.numStates);
+    for (size_t row = 0; row < t.func.size(); ++row) {
+      float v = t.func.data()[row];
+      if (isReservedFloat(v)) {
+        incomplete = true;
+        std::fill(out.data() + row * len, out.data() + (row + 1) * len, static_cast<float>(1.0 / static_cast<double>(len)));
+      } else {
+        out.data()[row * len + static_cast<size_t>(v)] = 1.0f;
+      }
+    }
+    return true;
+  }
+  return false;
+}
+
+// Step 2 -> 3: potentials from the node tables.
+void initPotentials(Bnet& net, JunctionTree& jt) {
+  for (Bnode* n : net.nodes)
+    if (n->kind == CONSTANT) n->curState = std::max(0, n->finding.state);
+  for (Clique& c : jt.cliques) {
+    c.pot.fill(1.0);
+    c.state = 2;
+  }
+  for (Separator& s : jt.seps) s.pot.fill(1.0);
+  const Bnode* missing = nullptr;
+  const Bnode* partial = nullptr;
+  for (Bnode* n : net.nodes) {
+    if (n->homeClique < 0 || n->kind == DECISION || n->kind == UTILITY) continue;
+    Clique& home = jt.cliques[static_cast<size_t>(n->homeClique)];
+    PotTable t;
+    bool incomplete = false;
+    if (inferenceTable(*n, t, incomplete)) {
+      multiplyIn(home.pot, t);
+      if (incomplete && !partial) partial = n;
+    } else {
+      home.pot.multiplyScalar(1.0 / n->numStates);
+      if (!missing) missing = n;
+    }
+  }
+  if (missing) engNotice(net.env, err::NoTables, missing->name);
+  if (partial) engNotice(net.env, err::IncompleteTables, partial->name);
+  jt.probFindings = 1.0;
+  net.juncStep = 3;
+}
+
+// C sends to N through separator s: the separator's new table over its old one multiplies N.
+void sendMessage(JunctionTree& jt, int from, int sep, bool maxMode) {
+  Separator& s = jt.seps[static_cast<size_t>(sep)];
+  Clique& c = jt.cliques[static_cast<size_t>(from)];
+  Clique& n = jt.cliques[static_cast<size_t>(jt.neighbour(from, sep))];
+  if (maxMode) maxOutInto(s.fresh, c.pot);
+  else marginalizeInto(s.fresh, c.pot);
+  // s.pot := fresh / old (0 where old is 0), then it multiplies N; fresh becomes the separator.
+  float* o = s.pot.data();
+  const float* f = s.fresh.data();
+  for (size_t i = 0; i < s.pot.size(); ++i) o[i] = o[i] == 0.0f ? 0.0f : f[i] / o[i];
+  s.pot.setFactorRaw(s.fresh.factor() / s.pot.factor());
+  multiplyIn(n.pot, s.pot);
+  std::swap(s.pot, s.fresh);
+  ++jt.version;
+}
+
+// The root's normalisation; the probability of the findings gathers the factors.
+void normaliseRoot(Bnet& net, JunctionTree& jt, Clique& root) {
+  double normfac = root.pot.sum();
+  for (const Bnode* m : root.members)
+    if (m->kind == DECISION && m->finding.state < 0) normfac /= m->numStates;
+  if (normfac == 0) {
+    if (!jt.hasDecisions) throw Inconsistent{};
+    return;
+  }
+  QASSERT(net.env, normfac >= 0);
+  root.pot.multiplyScalar(1.0 / normfac);
+  jt.probFindings = std::min(1.0, normfac * jt.probFindings);
+}
+
+class Schedule {
+ public:
+  Schedule(Bnet& net, JunctionTree& jt, bool maxMode)
+      : net_(net), jt_(jt), max_(maxMode), ring_(jt.cliques.size() + 1) {}
+
+  void run() {
+    bool changed = false;
+    for (Clique& c : jt_.cliques) {
+      if (c.state != 2) c.state = 1;
+      changed = changed || c.state == 2;
+      c.onQueue = false;
+    }
+    if (!changed) return;
+    for (size_t i = 0; i < jt_.cliques.size(); ++i) push(static_cast<int>(i));
+    int pass = 1;
+    while (true) {
+      if (head_ == tail_) {
+        if (pass == 2) break;
+        pass = 2;
+        for (size_t i = 0; i < jt_.cliques.size(); ++i) push(static_cast<int>(i));
+        continue;
+      }
+      int c = ring_[head_];
+      head_ = (head_ + 1) % ring_.size();
+      jt_.cliques[static_cast<size_t>(c)].onQueue = false;
+      act(c, pass);
+    }
+  }
+
+ private:
+  void push(int c) {
+    Clique& q = jt_.cliques[static_cast<size_t>(c)];
+    if (q.onQueue) return;
+    q.onQueue = true;
+    ring_[tail_] = c;
+    tail_ = (tail_ + 1) % ring_.size();
+  }
+  void pushNeighbours(int c) {
+    for (int s : jt_.cliques[static_cast<size_t>(c)].seps) push(jt_.neighbour(c, s));
+  }
+  Clique& at(int c) { return jt_.cliques[static_cast<size_t>(c)]; }
+
+  void act(int c, int pass) {
+    Clique& C = at(c);
+    if (C.state == 3 || C.state == 5) return;
+    if (C.state == 4) return distribute(c);
+    if (pass == 1 && (C.state == 2 || C.state == 0)) return;
+    int waiting = 0, lastSep = -1;
+    for (int s : C.seps)
+      if (at(jt_.neighbour(c, s)).state != 3) ++waiting, lastSep = s;
+    if (waiting >= 2) return;
+    if (waiting == 1) {
+      if (C.state == 0) return;
+      int n = jt_.neighbour(c, lastSep);
+      if (C.state == 2) {
+        sendMessage(jt_, c, lastSep, max_);
+        if (at(n).state != 0) at(n).state = 2;
+        push(n);
+        pushNeighbours(n);
+      }
+      C.state = 3;
+      pushNeighbours(c);
+      return;
+    }
+    C.state = 4;  // every neighbour has sent: the root of this round
+    pushNeighbours(c);
+    normaliseRoot(net_, jt_, C);
+    distribute(c);
+  }
+
+  void distribute(int c) {
+    for (int s : at(c).seps) {
+      int n = jt_.neighbour(c, s);
+      if (at(n).state != 3) continue;
+      sendMessage(jt_, c, s, max_);
+      at(n).state = 4;
+      push(n);
+      pushNeighbours(n);
+    }
+    at(c).state = 5;
+  }
+
+  Bnet& net_;
+  JunctionTree& jt_;
+  bool max_;
+  std::vector<int> ring_;
+  size_t head_ = 0, tail_ = 0;
+};
+
+bool hasFinding(const Finding& f) { return f.state >= 0 || !f.likelihood.empty(); }
+
+// Multiplies a node's finding into its home clique.
+void enterFinding(Bnet& net, JunctionTree& jt, Bnode& n) {
+  const Finding& f = n.finding;
+  if (n.homeClique < 0 || n.kind == CONSTANT || n.kind == UTILITY) return;
+  if (!hasFinding(f)) return;
+  PotTable lik(net.env, {&n});
+  lik.allocate();
+  if (f.state >= 0) {
+    lik.fill(0.0);
+    lik.data()[f.state] = 1.0f;
+  } else {
+    std::copy(f.likelihood.begin(), f.likelihood.end(), lik.data());
+  }
+  Clique& home = jt.cliques[static_cast<size_t>(n.homeClique)];
+  multiplyIn(home.pot, lik);
+  home.state = 2;
+  jt.entered = true;
+}
+
+// Back to the consistent potentials without findings.
+void restoreBase(JunctionTree& jt) {
+  for (size_t i = 0; i < jt.cliques.size(); ++i) {
+    copyFrom(jt.cliques[i].pot, jt.baseCliques[i], false);
+    jt.cliques[i].state = 1;
+  }
+  for (size_t i = 0; i < jt.seps.size(); ++i) copyFrom(jt.seps[i].pot, jt.baseSeps[i], false);
+  jt.probFindings = 1.0;
+  jt.entered = false;
+  ++jt.version;
+}
+
+void propagate(Bnet& net, JunctionTree& jt, bool maxMode) {
+  try {
+    Schedule(net, jt, maxMode).run();
+  } catch (const Inconsistent&) {
+    // The potentials are spent: the next update starts again from the base.
+    jt.spent = true;
+    for (Clique& c : jt.cliques) c.state = 1;
+    throw;
+  }
+}
+
+// Makes the base: potentials from the tables, propagated with no findings, kept aside.
+void makeBase(Bnet& net, JunctionTree& jt) {
+  if (net.juncStep < 2) allocateTables(net, jt);
+  initPotentials(net, jt);
+  propagate(net, jt, false);
+  jt.baseCliques.clear();
+  jt.baseSeps.clear();
+  for (const Clique& c : jt.cliques) jt.baseCliques.push_back(c.pot);
+  for (const Separator& s : jt.seps) jt.baseSeps.push_back(s.pot);
+  jt.haveBase = true;
+  jt.probFindings = 1.0;
+  jt.entered = false;
+  net.enteredAs.assign(net.nodes.size(), Finding());
+}
+
+bool sameFinding(const Finding& a, const Finding& b) {
+  return a.state == b.state && a.likelihood == b.likelihood;
+}
+
+// Brings the findings in the potentials in line with the nodes': new findings are multiplied in;
+// a finding changed or taken away sends the potentials back to the base first.
+void enterChangedFindings(Bnet& net, JunctionTree& jt) {
+  std::vector<Finding>& was = net.enteredAs;
+  was.resize(net.nodes.size());
+  bool onlyAdded = !jt.spent;
+  for (size_t i = 0; i < net.nodes.size(); ++i)
+    if (hasFinding(was[i]) && !sameFinding(was[i], net.nodes[i]->finding)) onlyAdded = false;
+  if (!onlyAdded) {
+    if (jt.entered || jt.spent) restoreBase(jt);
+    jt.spent = false;
+    was.assign(net.nodes.size(), Finding());
+  }
+  for (size_t i = 0; i < net.nodes.size(); ++i) {
+    Bnode& n = *net.nodes[i];
+    if (hasFinding(n.finding) && !sameFinding(was[i], n.finding)) {
+      enterFinding(net, jt, n);
+      was[i] = n.finding;
+    }
+  }
+}
+
+}  // namespace
+
+void updateBeliefs(Bnet& net) {
+  if (net.juncStep < 1 || !net.jt) engError(net.env, err::NeedsCompiling, net.name);
+  if (net.juncStep >= 5) return;
+  JunctionTree& jt = *net.jt;
+  try {
+    if (!jt.haveBase || net.juncStep < 3) makeBase(net, jt);
+    enterChangedFindings(net, jt);
+    net.juncStep = 4;
+    propagate(net, jt, false);
+  } catch (const Inconsistent&) {
+    engError(net.env, err::Inconsistent, "");
+  }
+  net.juncStep = 5;
+}
+
+bool findingsHold(Bnet& net) {
+  if (net.juncStep < 1 || !net.jt) return true;
+  net.findingsChanged();
+  try {
+    updateBeliefs(net);
+    return true;
+  } catch (const QuorvaError& e) {
+    if (e.record && e.record->number == -err::Inconsistent.number) {
+      net.env->errors.remove(e.record);
+      return false;
+    }
+    throw;
+  }
+}
+
+const std::vector<float>& nodeBeliefs(Bnode& n) {
+  Bnet& net = *n.net;
+  updateBeliefs(net);
+  JunctionTree& jt = *net.jt;
+  if (n.beliefsVersion == jt.version + 1 && !n.beliefs.empty()) return n.beliefs;
+  n.beliefs.assign(static_cast<size_t>(n.numStates), 0.0f);
+  if (n.homeClique >= 0) {
+    PotTable b(net.env, {&n});
+    b.allocate();
+    marginalizeInto(b, jt.cliques[static_cast<size_t>(n.homeClique)].pot);
+    double sum = 0;
+    for (size_t i = 0; i < b.size(); ++i) sum += b.data()[i];
+    for (size_t i = 0; i < b.size(); ++i) n.beliefs[i] = sum > 0 ? static_cast<float>(b.data()[i] / sum) : 0.0f;
+  } else if (n.finding.state >= 0) {
+    n.beliefs[static_cast<size_t>(n.finding.state)] = 1.0f;
+  }
+  n.beliefsVersion = jt.version + 1;
+  return n.beliefs;
+}
+
+double findingsProbability(Bnet& net) {
+  updateBeliefs(net);
+  return net.jt->probFindings;
+}
+
+std::vector<int> mostProbableConfig(Bnet& net) {
+  updateBeliefs(net);
+  JunctionTree& jt = *net.jt;
+  // Start again from the tables, enter the findings and propagate maxima instead of sums.
+  initPotentials(net, jt);
+  for (Bnode* n : net.nodes) enterFinding(net, jt, *n);
+  std::vector<int> config(net.nodes.size(), -1);
+  try {
+    propagate(net, jt, true);
+  } catch (const Inconsistent&) {
+    engError(net.env, err::Inconsistent, "");
+  }
+  for (size_t i = 0; i < net.nodes.size(); ++i) {
+    Bnode& n = *net.nodes[i];
+    if (n.homeClique < 0) {
+      config[i] = n.finding.state;
+      continue;
+    }
+    PotTable b(net.env, {&n});
+    b.allocate();
+    maxOutInto(b, jt.cliques[static_cast<size_t>(n.homeClique)].pot);
+    config[i] = static_cast<int>(std::max_element(b.data(), b.data() + b.size()) - b.data());
+  }
+  // The potentials now hold maxima: the next update starts from the base again.
+  jt.haveBase = false;
+  net.juncStep = 2;
+  return config;
+}
+
+}  // namespace quorva

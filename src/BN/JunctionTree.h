@@ -1,0 +1,57 @@
+// The junction tree of a compiled net: cliques joined by separators, home cliques, and the
+// potentials that belief updating keeps on them.
+#pragma once
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "BN/PotTable.h"
+
+namespace quorva {
+
+class Bnet;
+class Bnode;
+
+struct Separator {
+  int a = -1, b = -1;            // the two cliques (a the earlier, toward the root)
+  std::vector<Bnode*> nodes;
+  double size = 1;
+  PotTable pot;                  // the last message through it
+  PotTable fresh;                // scratch: the new message
+};
+
+struct Clique {
+  std::vector<Bnode*> members;
+  double size = 1;
+  std::vector<int> seps;         // separators touching it
+  PotTable pot;
+  int state = 1;                 // propagation state of this round
+  bool onQueue = false;
+};
+
+struct JunctionTree {
+  std::vector<Clique> cliques;
+  std::vector<Separator> seps;
+  bool hasDecisions = false;
+  double probFindings = 1.0;
+  // The consistent potentials with no findings, to start again from when findings are retracted.
+  std::vector<PotTable> baseCliques, baseSeps;
+  bool haveBase = false;
+  bool entered = false;          // some finding is in the potentials
+  bool spent = false;            // propagation failed part way: start again from the base
+  uint64_t version = 0;          // rises whenever the potentials change
+
+  int neighbour(int clique, int sep) const {
+    const Separator& s = seps[static_cast<size_t>(sep)];
+    return s.a == clique ? s.b : s.a;
+  }
+  double totalSize() const;
+};
+
+// Compiles the net (nothing when it is compiled); with `optimize`, the order search runs.
+void compileNet(Bnet& net);
+void uncompileNet(Bnet& net);
+// "Clique  [Joined To] ..." report of the compiled net.
+std::string junctionTreeReport(const Bnet& net);
+
+}  // namespace quorva

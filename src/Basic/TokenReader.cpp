@@ -1,0 +1,385 @@
+// The token reader's characters, positions, comments, words, numbers and located messages.
+#include "Basic/TokenReader.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+#include "Basic/EnvCore.h"
+#include "Basic/ReaderErrors.h"
+
+namespace quorva {
+
+namespace {
+
+constexpr size_t MESSAGE_LIMIT = 511;  // what a record keeps of a message
+
+bool isSpace(int c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f'; }
+bool isDigit(int c) { return c >= '0' && c <= '9'; }
+bool isLetter(int c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+bool isWordChar(int c) { return isLetter(c) || isDigit(c) || c == '_'; }
+bool isPunctuation(int c) { return c > ' ' && c < 127 && !isWordChar(c); }
+
+char lowerAscii(int c) { return static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c); }
+
+// The value of a decimal text that from_chars found out of range: infinity when its magnitude is
+// large, 0 when it is small.
+double outOfRange(const std::string& text) {
+  bool negative = !text.empty() && text[0] == '-';
+  long exponent = 0;
+  size_t e = text.find_first_of("eE");
+  if (e != std::string::npos) exponent = std::strtol(text.c_str() + e + 1, nullptr, 10);
+  std::string mantissa = text.substr(0, e);
+  size_t first = mantissa.find_first_of("123456789");
+  size_t point = std::min(mantissa.find('.'), mantissa.size());
+  long magnitude = first == std::string::npos ? -1 : static_cast<long>(point) - static_cast<long>(first);
+  double v = exponent + magnitude > 0 ? std::numeric_limits<double>::infinity() : 0.0;
+  return negative ? -v : v;
+}
+
+}  // namespace
+
+TokenReader::TokenReader(FileSpec& stream, Syntax syntax, size_t block)
+    : stream_(stream), input_(stream.openInput()), syntax_(syntax),
+      buf_(std::max(block, 2 * MAX_LOOKAHEAD)) {}
+
+// ---------------------------------------------------------------- characters
+
+bool TokenReader::fill(size_t need) {
+  if (end_ - pos_ >= need) return true;
+  if (eof_) return false;
+  size_t rest = end_ - pos_;
+  std::memmove(buf_.data(), buf_.data() + pos_, rest);
+  pos_ = 0;
+  end_ = rest;
+  while (end_ < need && !eof_) {
+    size_t got = input_->read(buf_.data() + end_, buf_.size() - end_);
+    if (got == 0) eof_ = true;
+    end_ += got;
+  }
+  return end_ >= need;
+}
+
+int TokenReader::peek(size_t ahead) {
+  if (pos_ + ahead >= end_ && !fill(ahead + 1)) return END;
+  return static_cast<unsigned char>(buf_[pos_ + ahead]);
+}
+
+int TokenReader::readChar() {
+  int c = peek();
+  if (c == END) return END;
+  ++pos_;
+  ++offset_;
+  // CR LF is one line end: the CR only moves along the line, the LF ends it.
+  if (c == '\n' || c == '\f' || (c == '\r' && peek() != '\n')) {
+    ++line_;
+    column_ = 1;
+  } else {
+    ++column_;
+  }
+  return c;
+}
+
+bool TokenReader::skipText(std::string_view text) {
+  for (size_t i = 0; i < text.size(); ++i)
+    if (peek(i) != static_cast<unsigned char>(text[i])) return false;
+  for (size_t i = 0; i < text.size(); ++i) readChar();
+  return true;
+}
+
+std::string TokenReader::readRestOfLine() {
+  std::string line = readRawUntil("");
+  int c = readChar();
+  if (c == '\r' && peek() == '\n') readChar();
+  return line;
+}
+
+std::string TokenReader::readRawUntil(std::string_view stops) {
+  std::string out;
+  for (int c = peek(); c != END; c = peek()) {
+    if (c == '\n' || c == '\r' || c == '\f' || stops.find(static_cast<char>(c)) != std::string_view::npos)
+      break;
+    out += static_cast<char>(readChar());
+  }
+  return out;
+}
+
+// ---------------------------------------------------------------- comments
+
+int TokenReader::skipSpace() {
+  for (;;) {
+    int c = peek();
+    if (c == END) return END;
+    if (isSpace(c)) {
+      readChar();
+    } else if (!skipComment()) {
+      return c;
+    }
+  }
+}
+
+bool TokenReader::skipComment() {
+  int c0 = peek(), c1 = peek(1);
+  const char* intro = syntax_.lineComment;
+  if (intro[0] && c0 == static_cast<unsigned char>(intro[0]) &&
+      (!intro[1] || c1 == static_cast<unsigned char>(intro[1]))) {
+    skipLineComment();
+    return true;
+  }
+  if (c0 == '/' && c1 == '*') {
+    skipBlockComment();
+    return true;
+  }
+  if (c0 == '/' && c1 == '#') {
+    skipNestedComment();
+    return true;
+  }
+  return syntax_.markupComments && c0 == '<' && c1 == '!' && skipMarkup();
+}
+
+void TokenReader::enterComment(ErrDef tooDeep) {
+  if (depth_ >= MAX_COMMENT_DEPTH) {
+    depth_ = 0;
+    fail(tooDeep);
+  }
+  ++depth_;
+}
+
+void TokenReader::skipLineComment() {
+  for (int c = readChar(); c != END; c = readChar()) {
+    if (c == '\n' || c == '\f') return;
+    if (c == '\r') {
+      if (peek() == '\n') readChar();
+      return;
+    }
+  }
+}
+
+void TokenReader::skipBlockComment() {
+  TextPosition start = here();
+  skipText("/*");
+  for (;;) {
+    int c = readChar();
+    if (c == END) failAt(start, err::UnterminatedBlockComment);
+    if (c == '*' && peek() == '/') {
+      readChar();
+      return;
+    }
+  }
+}
+
+// Nested "/#" comments: the depth counts the openings not yet closed.
+void TokenReader::skipNestedComment() {
+  TextPosition start = here();
+  int outer = depth_;
+  enterComment(err::NestedCommentsTooDeep);
+  skipText("/#");
+  while (depth_ > outer) {
+    int c = peek();
+    if (c == END) {
+      depth_ = 0;
+      failAt(start, err::UnterminatedNestedComment);
+    }
+    if (c == '/' && peek(1) == '#') {
+      enterComment(err::NestedCommentsTooDeep);
+      skipText("/#");
+    } else if (c == '#' && peek(1) == '/') {
+      skipText("#/");
+      --depth_;
+    } else {
+      readChar();
+    }
+  }
+}
+
+bool TokenReader::skipMarkup() {
+  if (peek(2) == '-' && peek(3) == '-') {
+    TextPosition start = here();
+    enterComment(err::MarkupCommentsTooDeep);
+    skipText("<!--");
+    while (!skipText("-->")) {
+      if (readChar() == END) {
+        depth_ = 0;
+        failAt(start, err::UnterminatedMarkupComment);
+      }
+    }
+    --depth_;
+    return true;
+  }
+  TextPosition start = here();
+  if (!skipText("<![IGNORE[")) return false;  // "<!" and anything else is no comment
+  skipIgnoreSection(start);
+  return true;
+}
+
+// After "<![IGNORE[": ends where the angle brackets balance, the opening '<' counting 1.
+void TokenReader::skipIgnoreSection(TextPosition start) {
+  enterComment(err::MarkupCommentsTooDeep);
+  auto unterminated = [&] {
+    depth_ = 0;
+    recordError(start, err::UnterminatedStructure, '<');
+    failAt(start, err::UnterminatedIgnoreSection);
+  };
+  long count = 1;
+  while (count >= 1) {
+    int c = readChar();
+    if (c == END) unterminated();
+    if (c == '<') ++count;
+    if (c == '>') --count;
+    if (c != '"') continue;
+    for (c = readChar(); c != '"'; c = readChar()) {
+      if (c == '\\') c = readChar();
+      if (c == END) unterminated();
+    }
+  }
+  --depth_;
+}
+
+// ---------------------------------------------------------------- words, numbers, punctuation
+
+std::string TokenReader::readIdentifier() {
+  int c = skipSpace();
+  startToken();
+  if (!isLetter(c) && c != '_') return "";
+  return readWord();
+}
+
+std::string TokenReader::readWord(std::string_view extra) {
+  skipSpace();
+  startToken();
+  std::string out;
+  for (int c = peek(); c != END; c = peek()) {
+    if (!isWordChar(c) && extra.find(static_cast<char>(c)) == std::string_view::npos) break;
+    out += static_cast<char>(readChar());
+  }
+  return out;
+}
+
+bool TokenReader::startsNumber() {
+  size_t i = peek() == '+' || peek() == '-' ? 1 : 0;
+  if (isDigit(peek(i))) return true;
+  return peek(i) == '.' && isDigit(peek(i + 1));
+}
+
+void TokenReader::readDigits(std::string& text) {
+  while (isDigit(peek())) text += static_cast<char>(readChar());
+}
+
+bool TokenReader::readInfinity(Number& out) {
+  size_t sign = peek() == '+' || peek() == '-' ? 1 : 0;
+  static const char* const words[] = {"infinity", "inf"};
+  for (const char* w : words) {
+    size_t n = std::strlen(w), i = 0;
+    while (i < n && lowerAscii(peek(sign + i)) == w[i]) ++i;
+    if (i < n || isWordChar(peek(sign + n))) continue;
+    for (size_t k = 0; k < sign + n; ++k) out.text += static_cast<char>(readChar());
+    out.value = out.text[0] == '-' ? -HUGE_VAL : HUGE_VAL;
+    return true;
+  }
+  return false;
+}
+
+bool TokenReader::readNumber(Number& out) {
+  int c = skipSpace();
+  startToken();
+  out = Number{};
+  if (c == '@' && (isLetter(peek(1)) || peek(1) == '_')) {
+    readChar();
+    out.escape = readWord();
+    out.text = "@" + out.escape;
+    out.value = std::numeric_limits<double>::quiet_NaN();
+    return true;
+  }
+  if (!startsNumber()) return readInfinity(out);
+  std::string& t = out.text;
+  if (peek() == '+' || peek() == '-') t += static_cast<char>(readChar());
+  readDigits(t);
+  bool fraction = peek() == '.';
+  if (fraction) {
+    t += static_cast<char>(readChar());
+    readDigits(t);
+  }
+  size_t sign = peek(1) == '+' || peek(1) == '-' ? 1 : 0;
+  bool exponent = (peek() == 'e' || peek() == 'E') && isDigit(peek(1 + sign));
+  if (exponent) {
+    for (size_t k = 0; k <= sign; ++k) t += static_cast<char>(readChar());
+    readDigits(t);
+  }
+  out.integral = !fraction && !exponent;
+  const char* first = t.c_str() + (t[0] == '+' ? 1 : 0);
+  auto [ptr, ec] = std::from_chars(first, t.c_str() + t.size(), out.value);
+  if (ec == std::errc::result_out_of_range) out.value = outOfRange(t);
+  return true;
+}
+
+int TokenReader::readPunct() {
+  int c = skipSpace();
+  startToken();
+  if (!isPunctuation(c)) return 0;
+  return readChar();
+}
+
+bool TokenReader::readPunct(char c) {
+  if (skipSpace() != static_cast<unsigned char>(c)) return false;
+  startToken();
+  readChar();
+  return true;
+}
+
+Token TokenReader::readToken() {
+  Token t;
+  int c = skipSpace();
+  t.start = here();
+  if (c == END) {
+    startToken();
+    return t;
+  }
+  if (c == '"') {
+    t.kind = TokenKind::String;
+    t.text = readQuoted();
+  } else if (isLetter(c) || c == '_') {
+    t.kind = TokenKind::Word;
+    t.text = readWord();
+  } else if (readNumber(t.number)) {
+    t.kind = TokenKind::Number;
+    t.text = t.number.text;
+  } else {
+    t.kind = TokenKind::Punct;
+    t.text = std::string(1, static_cast<char>(readChar()));
+  }
+  tokenStart_ = t.start;
+  return t;
+}
+
+// ---------------------------------------------------------------- messages
+
+std::string TokenReader::suffix(TextPosition at) const {
+  const ReadContext& c = context_;
+  std::string s;
+  if (!c.kind.empty() && !c.name.empty() && !c.field.empty())
+    s = ", while reading field `" + c.field + "` of " + c.kind + " '" + c.name + "'";
+  else if (!c.kind.empty() && !c.name.empty())
+    s = ", while reading " + c.kind + " '" + c.name + "'";
+  else if (!c.kind.empty())
+    s = ", while reading a " + c.kind;
+  std::string path = stream_.displayName();
+  if (at.known()) {
+    s += format(", on line %ld char %ld", at.line, at.column);
+    if (!path.empty()) s += " of file '" + path + "'";
+  } else if (!path.empty()) {
+    s += ", in file '" + path + "'";
+  }
+  return s;
+}
+
+ErrorRecord* TokenReader::raise(int severity, TextPosition at, int number, std::string text) {
+  std::string tail = suffix(at);
+  // Keep the whole suffix when the message is long: the place matters more than the last words.
+  if (tail.size() > MESSAGE_LIMIT / 2) tail.resize(MESSAGE_LIMIT / 2);
+  if (text.size() + tail.size() > MESSAGE_LIMIT) text.resize(MESSAGE_LIMIT - tail.size());
+  return raiseRecord(env(), SOUND_AND_PRINTED, severity, 0, -number, text + tail);
+}
+
+}  // namespace quorva

@@ -1,0 +1,255 @@
+// The token reader: the lexical layer shared by every text reader of the engine (net files, BIF
+// files, case files, equations, the settings file).
+//
+// A reader author makes one TokenReader over a stream for the length of one read:
+//
+//   TokenReader rd(stream, Syntax{});                 // "//" line comments, no markup comments
+//   ContextScope ctx(rd, {"node", name, ""});         // messages now say "while reading node 'A'"
+//   std::string word = rd.readIdentifier();           // "" when no identifier stands next
+//   if (!rd.readPunct('=')) rd.fail(myErrs::MissingEquals, word);
+//   std::string title = rd.readQuoted();              // escapes decoded, NFC applied if set
+//
+// Input is read block by block (never held whole), so a reader of a file of a million case rows
+// keeps only one block and a few bytes of look-ahead in memory.
+//
+// Positions.  Lines and characters are counted from 1; a line ends at LF, at form feed, at a lone
+// CR, and at CR LF (one end).  here() is the position of the next character to be read;
+// tokenStart() that of the first character of the last token read (after white space).
+//
+// White space and comments.  Every read* method except readChar/peek first skips white space
+// (space, tab, LF, CR, VT, form feed) and comments: a line comment opened by the syntax's one or
+// two characters; "/*" ... "*/" (not nesting); "/#" ... "#/" (nesting, at most 32 deep); and,
+// when the syntax enables them, "<!-- ... -->" and "<![IGNORE[ ... ]>" sections (balanced by
+// counting angle brackets, quoted strings inside skipped whole).
+//
+// Faults.  Every fault is an error record of the stream's environment whose message ends with the
+// context suffix: ", while reading field `F` of K 'N'" (or ", while reading K 'N'", or ", while
+// reading a K"), then ", on line L char C of file 'P'" (or ", in file 'P'" with no position).
+// fail/failAt throw (the error unwinds to the API frame); warn/notice and recordError record and
+// return, for readers that go on after a fault.  Lexical faults of the reader itself (unterminated
+// comments and strings, binary escapes, list punctuation, truth values) are thrown as errors.
+#pragma once
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Basic/ErrDef.h"
+#include "Basic/ErrorRecord.h"
+#include "Basic/FileSpec.h"
+#include "Basic/Format.h"
+#include "Basic/Raise.h"
+
+namespace quorva {
+
+// A place in the input; line 0 means not known.
+struct TextPosition {
+  long line = 0;
+  long column = 0;
+  bool known() const { return line > 0; }
+};
+
+// The lexical conventions of one text format, set by whoever reads.
+struct Syntax {
+  // The one or two characters that open a line comment: {'/', '/'} for net files; a second
+  // character of 0 makes a one-character introducer (such as {'#', 0}); {0, 0} means none.
+  char lineComment[2] = {'/', '/'};
+  // Also recognise "<!--" ... "-->" and "<![IGNORE[" ... "]>".
+  bool markupComments = false;
+  // Return quoted strings as UTF-16LE ending in two zero bytes, instead of UTF-8.
+  bool utf16Strings = false;
+};
+
+// What is being read, for messages: the kind of object ("node"), its name and the field; each
+// may be empty.
+struct ReadContext {
+  std::string kind;
+  std::string name;
+  std::string field;
+};
+
+enum class Truth { False = 0, True = 1, Maybe = 2 };
+
+// A number as read.
+struct Number {
+  double value = 0;
+  bool integral = false;  // written without a decimal point, exponent or infinity
+  std::string text;       // as written, sign included
+  std::string escape;     // for "@name" (such as "@undef", "@imposs"): the name; value is NaN
+};
+
+enum class TokenKind {
+  End,     // end of input
+  Word,    // an identifier: a letter or '_', then letters, digits and '_'
+  Number,  // see readNumber
+  String,  // a quoted string, decoded
+  Punct,   // any other single character (punctuation, a control character, a byte above 127)
+};
+
+struct Token {
+  TokenKind kind = TokenKind::End;
+  std::string text;  // the word, the decoded string, the number as written, or the character
+  Number number;     // for a Number
+  TextPosition start;
+};
+
+class TokenReader {
+ public:
+  static constexpr int END = -1;            // returned by the character reads at end of input
+  static constexpr int MAX_COMMENT_DEPTH = 32;
+  static constexpr size_t MAX_LOOKAHEAD = 16;
+  static constexpr size_t DEFAULT_BLOCK = 64 * 1024;
+
+  // Starts reading `stream` from its beginning (opening its file: "couldn't open file '%s' for
+  // reading").  `block` is the size of each read from the stream.
+  explicit TokenReader(FileSpec& stream, Syntax syntax = {}, size_t block = DEFAULT_BLOCK);
+  TokenReader(const TokenReader&) = delete;
+  TokenReader& operator=(const TokenReader&) = delete;
+
+  FileSpec& stream() { return stream_; }
+  EnvCore* env() const { return stream_.env(); }
+  const Syntax& syntax() const { return syntax_; }
+  void setSyntax(const Syntax& s) { syntax_ = s; }
+
+  // ---- characters (no skipping) ----
+  // The next byte (0..255) without taking it; `ahead` (< MAX_LOOKAHEAD) looks further on.
+  int peek(size_t ahead = 0);
+  // Takes the next byte, keeping the position.
+  int readChar();
+  bool atEnd() { return peek() == END; }
+  // Takes `text` when the input continues with it (at most MAX_LOOKAHEAD bytes).
+  bool skipText(std::string_view text);
+  // The rest of the current line without its line end, which is taken too.
+  std::string readRestOfLine();
+  // Bytes up to (not taking) one of `stops`, a line end, or the end of input.
+  std::string readRawUntil(std::string_view stops);
+
+  // ---- white space and comments ----
+  // Skips white space and comments; returns the next character (not taken) or END.
+  int skipSpace();
+
+  // ---- tokens (each skips white space and comments first, and sets tokenStart) ----
+  // An identifier, or "" (nothing taken) when none stands next.
+  std::string readIdentifier();
+  // A run of letters, digits, '_' and the characters of `extra` (it may begin with a digit: BIF
+  // names such as "Pig-Network" with extra "-"), or "" when none stands next.
+  std::string readWord(std::string_view extra = {});
+  // A number: [+|-] digits [. digits] [e|E [+|-] digits], or one beginning with the point; or
+  // [+|-] "INFINITY"/"Infinity"/"Inf" (any case); or "@" and a name (value NaN, `escape` set).
+  // False, nothing taken, when none stands next.  Out-of-range values become infinity or 0.
+  bool readNumber(Number& out);
+  // The next character if it is punctuation (ASCII, printable, not a letter, digit or '_';
+  // '"' counts), taken; else 0 and nothing taken.
+  int readPunct();
+  // Takes the punctuation character `c` when it stands next.
+  bool readPunct(char c);
+  // A quoted string with its escapes decoded (see TokenStrings.cpp for the rules); "missing open
+  // quote" when none stands next.  With the setting "Put_strings_in_unicode_normalization_form_C"
+  // on, non-ASCII text not in Normalization Form C is converted (with a notice); with the syntax's
+  // utf16Strings the result is UTF-16LE and two zero bytes.
+  std::string readQuoted();
+  // The text between quotes exactly as written, escapes left as they are (a backslash still keeps
+  // the next character from ending the string).
+  std::string readQuotedRaw();
+  // Any token.
+  Token readToken();
+
+  // ---- values and lists (TokenLists.cpp) ----
+  // "TRUE" or "FALSE", and with `allowMaybe` "MAYBE"; anything else fails with "illegal value".
+  Truth readTruth(bool allowMaybe = false);
+  // "(" item {"," item} ")", "()" being empty.  `item` is called with the reader at each item and
+  // must take it.  Faults: "missing '('", "illegal punctuation '%s'", "missing ','", "missing ')'".
+  void readList(const std::function<void()>& item);
+  // One value as text: a quoted string (decoded), a number as written, or a word (with `extra`
+  // characters); punctuation fails with "illegal punctuation", the end with "missing ')'".
+  std::string readValueText(std::string_view extra = {});
+  // readList over readValueText.
+  std::vector<std::string> readValueList(std::string_view extra = {});
+  // "(" name {"," name} ")": legal names, none repeated.
+  std::vector<std::string> readParamList();
+  // "(" name "=" value {"," name "=" value} ")": legal names, none repeated; `value` reads each
+  // value (given its name).
+  void readPropertyList(const std::function<void(const std::string& name)>& value);
+  // The same with each value read by readValueText.
+  std::vector<std::pair<std::string, std::string>> readPropertyList();
+
+  // ---- positions, context and faults ----
+  TextPosition here() const { return {line_, column_}; }
+  TextPosition tokenStart() const { return tokenStart_; }
+  uint64_t offset() const { return offset_; }  // bytes taken so far
+  int commentDepth() const { return depth_; }
+
+  const ReadContext& context() const { return context_; }
+  void setContext(ReadContext c) { context_ = std::move(c); }
+  // The suffix that ends every message about a fault at `at`.
+  std::string suffix(TextPosition at) const;
+
+  template <class... A>
+  [[noreturn]] void fail(ErrDef d, const A&... a) {
+    failAt(here(), d, a...);
+  }
+  template <class... A>
+  [[noreturn]] void failAt(TextPosition at, ErrDef d, const A&... a) {
+    throwRecord(raise(ERROR_SEV, at, d.number, format(d.text, a...)));
+  }
+  template <class... A>
+  ErrorRecord* recordError(TextPosition at, ErrDef d, const A&... a) {
+    return raise(ERROR_SEV, at, d.number, format(d.text, a...));
+  }
+  template <class... A>
+  void warn(ErrDef d, const A&... a) {
+    raise(WARNING_SEV, here(), d.number, format(d.text, a...));
+  }
+  template <class... A>
+  void warnAt(TextPosition at, ErrDef d, const A&... a) {
+    raise(WARNING_SEV, at, d.number, format(d.text, a...));
+  }
+
+ private:
+  ErrorRecord* raise(int severity, TextPosition at, int number, std::string text);
+  bool fill(size_t need);
+  void startToken() { tokenStart_ = here(); }
+  void enterComment(ErrDef tooDeep);
+  bool skipComment();
+  void skipLineComment();
+  void skipBlockComment();
+  void skipNestedComment();
+  bool skipMarkup();
+  void skipIgnoreSection(TextPosition start);
+  bool startsNumber();
+  void readDigits(std::string& text);
+  bool readInfinity(Number& out);
+  bool readEscape(int c, std::string& out);
+  void readBinary(int letter, std::string& out);
+  std::string finishString(std::string bytes);
+
+  FileSpec& stream_;
+  std::unique_ptr<StreamInput> input_;
+  Syntax syntax_;
+  std::vector<char> buf_;
+  size_t pos_ = 0, end_ = 0;
+  bool eof_ = false;
+  long line_ = 1, column_ = 1;
+  uint64_t offset_ = 0;
+  TextPosition tokenStart_{1, 1};
+  int depth_ = 0;
+  ReadContext context_;
+};
+
+// Sets the reader's context for a scope and puts the previous one back at its end.
+class ContextScope {
+ public:
+  ContextScope(TokenReader& rd, ReadContext c) : rd_(rd), saved_(rd.context()) {
+    rd.setContext(std::move(c));
+  }
+  ~ContextScope() { rd_.setContext(std::move(saved_)); }
+  ContextScope(const ContextScope&) = delete;
+  ContextScope& operator=(const ContextScope&) = delete;
+
+ private:
+  TokenReader& rd_;
+  ReadContext saved_;
+};
+
+}  // namespace quorva

@@ -1,0 +1,185 @@
+// API functions of compiling, elimination orders and belief reading.
+#include <algorithm>
+#include <cmath>
+
+#include "BN/BeliefUpdate.h"
+#include "BN/Findings.h"
+#include "BN/InferErrors.h"
+#include "BN/JunctionTree.h"
+#include "BN/NetEdit.h"
+#include "Quorva/ApiFrame.h"
+
+using namespace quorva;
+
+namespace {
+
+// The first fault of a proposed order, or "" when it fits the net.
+std::string orderFault(const Bnet& net, const NodeList& list) {
+  std::vector<const Bnode*> seen;
+  for (const Bnode* n : list.nodes) {
+    if (!n) return "contains a NULL";
+    if (n->net != &net)
+      return format("contains a >-node not in the >-net (>-node '%s' of >-net '%s')", n->name, n->net->name);
+    if (n->kind == UTILITY) return format("contains a >-utility_node (named '%s')", n->name);
+    if (std::find(seen.begin(), seen.end(), n) != seen.end()) return format("contains a duplicate >-node (named '%s')", n->name);
+    seen.push_back(n);
+  }
+  for (const Bnode* n : net.nodes)
+    if (n->kind != UTILITY && n->kind != CONSTANT && std::find(seen.begin(), seen.end(), n) == seen.end())
+      return format("is missing a >-node (named '%s')", n->name);
+  return "";
+}
+
+Bnode& discrete(ApiFrame& f, const node_bn* node) {
+  Bnode& n = f.node(node);
+  if (!n.hasStates()) argError(&f.env(), err::BeliefsNotDiscrete, n.name);
+  return n;
+}
+
+// The value each state stands for: its level, its interval's midpoint, or its number.
+double stateValue(const Bnode& n, size_t s) {
+  if (n.type == CONTINUOUS && n.levels.size() == static_cast<size_t>(n.numStates) + 1)
+    return (n.levels[s] + n.levels[s + 1]) / 2;
+  if (n.levels.size() == static_cast<size_t>(n.numStates)) return n.levels[s];
+  return static_cast<double>(s);
+}
+
+}  // namespace
+
+extern "C" {
+
+void CompileNet_bn(net_bn* net) {
+  apiRun(__func__, envOf(net), [&](ApiFrame& f) { compileNet(f.net(net)); });
+}
+
+void UncompileNet_bn(net_bn* net) {
+  apiRun(__func__, envOf(net), [&](ApiFrame& f) { uncompileNet(f.net(net)); });
+}
+
+double SizeCompiledNet_bn(net_bn* net, int method) {
+  return apiCall(__func__, -1.0, envOf(net), [&](ApiFrame& f) {
+    Bnet& n = f.net(net);
+    if (method != 0) argError(&f.env(), err::SizeMethod, method);
+    if (!n.jt) engError(&f.env(), err::NeedsCompiling, n.name);
+    return n.jt->totalSize();
+  });
+}
+
+const char* ReportJunctionTree_bn(net_bn* net) {
+  return apiCall(__func__, static_cast<const char*>(nullptr), envOf(net), [&](ApiFrame& f) {
+    Bnet& n = f.net(net);
+    if (!n.jt) engError(&f.env(), err::NeedsCompiling, n.name);
+    n.reportRead = junctionTreeReport(n);
+    return n.reportRead.c_str();
+  });
+}
+
+void SetNetElimOrder_bn(net_bn* net, const nodelist_bn* elim_order) {
+  apiRun(__func__, envOf(net), [&](ApiFrame& f) {
+    Bnet& n = f.net(net);
+    std::vector<Bnode*> order;
+    if (elim_order) {
+      const NodeList& list = f.list(elim_order);
+      std::string fault = orderFault(n, list);
+      if (!fault.empty()) engError(&f.env(), err::BadElimOrder, n.name, fault);
+      order = list.nodes;
+    }
+    if (order == n.elimOrder) return;
+    NetEdit edit(n, "set elimination order", EditKind::Structure);
+    n.elimOrder = std::move(order);
+    edit.commit();
+  });
+}
+
+const nodelist_bn* GetNetElimOrder_bn(const net_bn* net) {
+  return apiCall(__func__, static_cast<const nodelist_bn*>(nullptr), envOf(net), [&](ApiFrame& f) {
+    const Bnet& n = f.net(net);
+    if (n.elimOrder.empty()) return static_cast<const nodelist_bn*>(nullptr);
+    n.elimOrderList.nodes = n.elimOrder;
+    return static_cast<const nodelist_bn*>(handle(&n.elimOrderList));
+  });
+}
+
+const prob_bn* GetNodeBeliefs_bn(node_bn* node) {
+  return apiCall(__func__, static_cast<const prob_bn*>(nullptr), envOf(node),
+                 [&](ApiFrame& f) { return static_cast<const prob_bn*>(nodeBeliefs(discrete(f, node)).data()); });
+}
+
+double FindingsProbability_bn(net_bn* net) {
+  return apiCall(__func__, -1.0, envOf(net), [&](ApiFrame& f) { return findingsProbability(f.net(net)); });
+}
+
+double GetNodeExpectedValue_bn(node_bn* node, double* std_dev, double* x3, double* x4) {
+  return apiCall(__func__, GetUndefDbl_vq(), envOf(node), [&](ApiFrame& f) {
+    Bnode& n = discrete(f, node);
+    const std::vector<float>& b = nodeBeliefs(n);
+    double mean = 0, second = 0;
+    for (size_t s = 0; s < b.size(); ++s) {
+      double v = stateValue(n, s);
+      mean += b[s] * v;
+      second += b[s] * v * v;
+    }
+    if (std_dev) *std_dev = std::sqrt(std::max(0.0, second - mean * mean));
+    if (x3) *x3 = GetUndefDbl_vq();
+    if (x4) *x4 = GetUndefDbl_vq();
+    return mean;
+  });
+}
+
+void MostProbableConfig_bn(const nodelist_bn* nodes, state_bn* config, int /*nth*/) {
+  apiRun(__func__, envOf(nodes), [&](ApiFrame& f) {
+    const NodeList& list = f.list(nodes);
+    f.notNull(config, "config");
+    if (!list.net) return;
+    Bnet& net = *list.net;
+    for (const Bnode* n : net.nodes) {
+      if (n->kind == DECISION) engError(&f.env(), err::MpeDecisions, net.name);
+      if (!n->hasStates() && n->kind != UTILITY) engError(&f.env(), err::MpeContinuous, net.name, n->name);
+    }
+    std::vector<int> all = mostProbableConfig(net);
+    for (size_t i = 0; i < list.nodes.size(); ++i) {
+      auto it = std::find(net.nodes.begin(), net.nodes.end(), list.nodes[i]);
+      config[i] = it == net.nodes.end() ? UNDEF_STATE : all[static_cast<size_t>(it - net.nodes.begin())];
+    }
+  });
+}
+
+double JointProbability_bn(const nodelist_bn* nodes, const state_bn* states) {
+  return apiCall(__func__, -1.0, envOf(nodes), [&](ApiFrame& f) {
+    const NodeList& list = f.list(nodes);
+    f.notNull(states, "states");
+    if (!list.net) return 1.0;
+    Bnet& net = *list.net;
+    if (!net.jt) engError(&f.env(), err::JointNotCompiled, net.name);
+    double before = findingsProbability(net);
+    if (before <= 0) return 0.0;
+    // P(states | findings) = P(states, findings) / P(findings): enter the states, read, put back.
+    std::vector<Finding> saved;
+    for (Bnode* n : list.nodes) saved.push_back(n->finding);
+    bool autoUpdate = net.autoUpdate;
+    net.autoUpdate = false;
+    double joint = 0;
+    bool possible = true;
+    for (size_t i = 0; i < list.nodes.size() && possible; ++i) {
+      Bnode& n = *list.nodes[i];
+      if (n.finding.state >= 0 && n.finding.state != states[i]) possible = false;
+      Finding one = n.finding;
+      if (!one.likelihood.empty() && one.likelihood[static_cast<size_t>(states[i])] == 0) possible = false;
+      one.state = states[i];
+      n.finding = one;
+    }
+    net.findingsChanged();
+    try {
+      if (possible) joint = findingsProbability(net);
+    } catch (const QuorvaError& e) {
+      if (!e.record || e.record->number != -err::Inconsistent.number) throw;
+      f.env().errors.remove(e.record);
+    }
+    for (size_t i = 0; i < list.nodes.size(); ++i) list.nodes[i]->finding = saved[i];
+    net.findingsChanged();
+    net.autoUpdate = autoUpdate;
+    return joint / before;
+  });
+}
+
+}  // extern "C"

@@ -1,0 +1,77 @@
+// API functions of random generators: making one from a seed or a saved state, reading its
+// state, drawing from it, deleting it, and giving a net its own.
+#include <string_view>
+
+#include "Basic/RandomErrors.h"
+#include "Basic/RandomGen.h"
+#include "Quorva/ApiFrame.h"
+
+using namespace quorva;
+
+namespace {
+
+// The generator calls take no options yet.
+void noOptions(Environ& env, const char* options) {
+  if (options && *options) argError(&env, err::RandgenOptions, options);
+}
+
+}  // namespace
+
+extern "C" {
+
+randgen_vq* NewRandomGenerator_vq(const char* seed, environ_vq* env, const char* options) {
+  return apiCall(__func__, static_cast<randgen_vq*>(nullptr), envOf(env), [&](ApiFrame& f) {
+    Environ& e = f.environ(env);
+    noOptions(e, options);
+    std::unique_ptr<RandomGen> gen;
+    if (!seed) {
+      gen = std::make_unique<RandomGen>(&e, NO_SEED);
+    } else if (std::string_view(seed).starts_with(RANDGEN_STATE_PREFIX)) {
+      gen = std::make_unique<RandomGen>(&e, 0);
+      gen->readState(seed);
+    } else {
+      gen = std::make_unique<RandomGen>(&e, parseSeed(&e, seed));
+    }
+    return handle(&e.adoptRandgen(std::move(gen)));
+  });
+}
+
+const char* GetRandomGenState_vq(randgen_vq* rand, const char* options) {
+  return apiCall(__func__, static_cast<const char*>(nullptr), envOf(rand), [&](ApiFrame& f) {
+    RandomGen& gen = f.randgen(rand);
+    noOptions(f.env(), options);
+    return gen.stateText().c_str();
+  });
+}
+
+double GenerateRandomNumbers_vq(randgen_vq* rand, double* results, int num, const char* options) {
+  return apiCall(__func__, -1.0, envOf(rand), [&](ApiFrame& f) {
+    RandomGen& gen = f.randgen(rand);
+    noOptions(f.env(), options);
+    if (num < 0) argError(&f.env(), err::RandomCountNegative, num);
+    if (num == 0) return GetUndefDbl_vq();
+    f.notNull(results, "results");
+    for (int i = 0; i < num; ++i) results[i] = gen.uniform();
+    return results[0];
+  });
+}
+
+void DeleteRandomGen_vq(randgen_vq* rand) {
+  apiRun(__func__, envOf(rand), [&](ApiFrame& f) {
+    RandomGen& gen = f.randgen(rand);
+    Environ::of(gen.env)->deleteRandgen(gen);
+  });
+}
+
+void SetNetRandomGen_bn(net_bn* net, randgen_vq* rand, bool_vq is_private) {
+  apiRun(__func__, envOf(net), [&](ApiFrame& f) {
+    Bnet& n = f.net(net);
+    RandomGen* gen = rand ? &f.randgen(rand) : nullptr;
+    if (gen && gen->env != n.env) argError(&f.env(), err::RandgenOtherEnviron);
+    RandomGenHold before = n.randgen;
+    n.randgen = {gen, gen && is_private};
+    if (before.owned && before.gen != gen) Environ::of(n.env)->deleteRandgen(*before.gen);
+  });
+}
+
+}  // extern "C"
