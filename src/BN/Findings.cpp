@@ -21,7 +21,9 @@ EnvCore* envOf(const Bnode& n) { return n.net->env; }
 
 std::string stateLabel(const Bnode& n, int s) {
   if (s >= 0 && static_cast<size_t>(s) < n.stateNames.size()) return n.stateNames[static_cast<size_t>(s)];
-  return "#" + std::to_string(s);
+  std::string label = std::to_string(s);
+  label.insert(label.begin(), '#');
+  return label;
 }
 
 // The single state a row of the node's tables gives, or -1 when the row does not fix one: a

@@ -1,0 +1,105 @@
+// The stream functions of the API: making, filling, reading and deleting streams.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "Quorva/EnvFixture.h"
+#include "Quorva/Handles.h"
+
+using namespace quorva;
+
+namespace {
+
+class StreamApiTest : public EnvTest {
+ protected:
+  std::string lastMessage() {
+    report_vq* r = lastError();
+    return r ? ErrorMessage_vq(r) : "<none>";
+  }
+};
+
+TEST_F(StreamApiTest, MemoryStreamContentsAreCopiedOrReadInPlace) {
+  stream_vq* s = NewMemoryStream_vq("buf.dne", env, nullptr);
+  ASSERT_NE(s, nullptr);
+  long long length = -1;
+  const char* bytes = GetStreamContents_vq(s, &length);
+  ASSERT_NE(bytes, nullptr);
+  EXPECT_EQ(length, 0);
+
+  char text[] = "bnet A {};";
+  SetStreamContents_vq(s, text, 4, true);
+  text[0] = 'X';
+  bytes = GetStreamContents_vq(s, &length);
+  EXPECT_EQ(std::string(bytes, static_cast<size_t>(length)), "bnet");
+  EXPECT_EQ(bytes[4], '\0');
+
+  SetStreamContents_vq(s, text, 10, false);
+  EXPECT_EQ(GetStreamContents_vq(s, &length), text);
+  EXPECT_EQ(length, 10);
+  EXPECT_EQ(errorCount(NOTICE_ERR), 0);
+}
+
+TEST_F(StreamApiTest, ContentsCallsRefuseFileStreamsAndNegativeLengths) {
+  stream_vq* file = NewFileStream_vq("never-opened.dne", env, nullptr);
+  ASSERT_NE(file, nullptr);
+  EXPECT_EQ(GetStreamContents_vq(file, nullptr), nullptr);
+  EXPECT_EQ(ErrorNumber_vq(lastError()), 5262);
+  EXPECT_EQ(lastMessage(),
+            "this function is only for a >-FileSpec created with >-NewMemoryStream_vq, but this "
+            ">-FileSpec was created with >-NewFileStream_vq");
+
+  stream_vq* mem = NewMemoryStream_vq(nullptr, env, nullptr);
+  SetStreamContents_vq(mem, "abc", 3, true);
+  SetStreamContents_vq(mem, "xyz", -2, true);
+  EXPECT_EQ(lastMessage(), "argument 'length' is negative (-2)");
+  long long length = 0;
+  EXPECT_STREQ(GetStreamContents_vq(mem, &length), "abc");  // the refused call changed nothing
+}
+
+TEST_F(StreamApiTest, MakingStreamsChecksAccessAndFileName) {
+  EXPECT_EQ(NewMemoryStream_vq("m", env, "r"), nullptr);
+  EXPECT_EQ(lastMessage(), "argument 'access' should be 0 (i.e. NULL) with this version of >-Quorva");
+  EXPECT_EQ(NewFileStream_vq("a.dne", env, "w"), nullptr);
+  EXPECT_EQ(ErrorNumber_vq(lastError()), 5260);
+  EXPECT_EQ(NewFileStream_vq(nullptr, env, nullptr), nullptr);
+  EXPECT_EQ(lastMessage(), "in argument 'filename', NULL was passed instead of a string");
+  EXPECT_EQ(NewFileStream_vq("", env, nullptr), nullptr);
+  EXPECT_EQ(lastMessage(), "in argument 'filename', the file name is empty");
+}
+
+TEST_F(StreamApiTest, DeletedAndNullStreamsAreRefused) {
+  stream_vq* s = NewMemoryStream_vq("m", env, nullptr);
+  DeleteStream_vq(s);
+  EXPECT_EQ(errorCount(ERROR_ERR), 0);
+  GetStreamContents_vq(s, nullptr);
+  EXPECT_EQ(lastMessage(), "deleted or damaged >-FileSpec passed");
+  DeleteStream_vq(s);
+  EXPECT_EQ(lastMessage(), "deleted or damaged >-FileSpec passed");
+  DeleteStream_vq(nullptr);
+  EXPECT_EQ(lastMessage(), "NULL passed for >-FileSpec");
+  EXPECT_EQ(errorCount(ERROR_ERR), 3);
+}
+
+TEST_F(StreamApiTest, PasswordsOnlyForQovaStreams) {
+  stream_vq* qova = NewMemoryStream_vq("net.qova", env, nullptr);
+  SetStreamPassword_vq(qova, "pw");
+  EXPECT_EQ(errorCount(ERROR_ERR), 0);
+  EXPECT_EQ(asStream(qova)->password(), "pw");
+  stream_vq* text = NewFileStream_vq("net.dnet", env, nullptr);
+  SetStreamPassword_vq(text, "pw");
+  EXPECT_EQ(lastMessage(),
+            "attempt to set an encryption password for a file which is in a non-encryptable format "
+            "(extension is .dnet)");
+}
+
+TEST_F(StreamApiTest, ClosingTheEnvironmentFreesItsStreams) {
+  stream_vq* s = NewMemoryStream_vq("m", env, nullptr);
+  SetStreamContents_vq(s, "abc", 3, true);
+  ASSERT_EQ(CloseQuorva_bn(env, nullptr), 0);
+  env = nullptr;
+  EXPECT_TRUE(asStream(s)->deleted);
+  EXPECT_EQ(asStream(s)->contents(), "");
+  EXPECT_EQ(GetStreamContents_vq(s, nullptr), nullptr);  // refused, not a use of freed memory
+}
+
+}  // namespace
