@@ -4,28 +4,35 @@
 #   make test    Debug build with AddressSanitizer + UBSan, run every test
 #   make tsan    ThreadSanitizer build, run the Quorva-area tests (the multi-threaded ones)
 #   make bench   Release build, run every benchmark
+#   make fuzz    clang build with libFuzzer, run each fuzzer for FUZZ_SECONDS (default 30) seconds
 #   make clean   remove the build directories
 #
 # Every target first installs the Debian packages it needs when they are missing.
 
-DEB_PACKAGES := cmake g++ make libgtest-dev libbenchmark-dev
+DEB_PACKAGES := cmake g++ make libgtest-dev libbenchmark-dev libutf8proc-dev
+FUZZ_PACKAGES := clang libclang-rt-14-dev
+FUZZ_SECONDS ?= 30
 SUDO := $(if $(filter 0,$(shell id -u)),,sudo)
 APT := $(SUDO) env DEBIAN_FRONTEND=noninteractive apt-get
 JOBS := -j2
 
-.PHONY: all deps build demo test tsan bench clean
+.PHONY: all deps fuzz-deps build demo test tsan bench fuzz clean
 
 all: build
 
-deps:
+# Installs the packages named in $(PACKAGES) that are missing.
+deps fuzz-deps:
 	@missing=""; \
-	for p in $(DEB_PACKAGES); do \
+	for p in $(PACKAGES); do \
 	  dpkg -s $$p >/dev/null 2>&1 || missing="$$missing $$p"; \
 	done; \
 	if [ -n "$$missing" ]; then \
 	  echo "Installing:$$missing"; \
 	  $(APT) update && $(APT) install -y --no-install-recommends $$missing; \
 	fi
+
+deps: PACKAGES = $(DEB_PACKAGES)
+fuzz-deps: PACKAGES = $(FUZZ_PACKAGES)
 
 build: deps
 	cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo
@@ -56,5 +63,17 @@ bench: deps
 	done; \
 	[ $$found = 1 ] || echo "No benchmarks in build-release/bench."
 
+fuzz: deps fuzz-deps
+	CC=clang CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	  -DQUORVA_FUZZ=ON -DQUORVA_TESTS=OFF -DQUORVA_BENCH=OFF
+	cmake --build build-fuzz $(JOBS)
+	@set -e; for f in build-fuzz/fuzz/fuzz_*; do \
+	  [ -x "$$f" ] && [ -f "$$f" ] || continue; \
+	  name=$$(basename "$$f"); mkdir -p "build-fuzz/corpus/$$name"; \
+	  echo "== $$name for $(FUZZ_SECONDS) s"; \
+	  "$$f" -max_total_time=$(FUZZ_SECONDS) -timeout=10 -print_final_stats=1 \
+	    "build-fuzz/corpus/$$name" $$( [ -d "fuzz/seeds/$$name" ] && echo "fuzz/seeds/$$name" ); \
+	done
+
 clean:
-	rm -rf build build-asan build-tsan build-release
+	rm -rf build build-asan build-tsan build-release build-fuzz

@@ -227,11 +227,13 @@ void enterFinding(Bnet& net, JunctionTree& jt, Bnode& n) {
   if (!hasFinding(f)) return;
   PotTable lik(net.env, {&n});
   lik.allocate();
-  if (f.state >= 0) {
+  // A likelihood with one non-zero entry also fixes the state, but its weight still counts toward
+  // the probability of the findings.
+  if (!f.likelihood.empty()) {
+    std::copy(f.likelihood.begin(), f.likelihood.end(), lik.data());
+  } else {
     lik.fill(0.0);
     lik.data()[f.state] = 1.0f;
-  } else {
-    std::copy(f.likelihood.begin(), f.likelihood.end(), lik.data());
   }
   Clique& home = jt.cliques[static_cast<size_t>(n.homeClique)];
   multiplyIn(home.pot, lik);

@@ -64,7 +64,8 @@ void setProbs(Bnode& node, const int* ps, const float* probs) {
   PotTable& t = ensureCpt(node);
   t.setFactor(1.0);
   size_t n = t.rowLength();
-  for (size_t r : matchingRows(node, ps)) std::copy(probs, probs + n, t.data() + r * n);
+  for (size_t r : matchingRows(node, ps))
+    for (size_t i = 0; i < n; ++i) t.data()[r * n + i] = std::isnan(probs[i]) ? undefFloat() : probs[i];
   edit.commit();
 }
 

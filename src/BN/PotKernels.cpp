@@ -10,9 +10,10 @@
 // A.  Within the block, dimensions that B has ("kept") and dimensions it lacks ("spread") are
 // grouped.  B's values over the kept groups form the kept vector (read through an offset table,
 // or in place when its offsets run 0, 1, 2, ..).  Reading kernels (copy, multiply, divide)
-// expand the kept vector over the spread groups, outermost first, and combine it with the block;
-// reducing kernels (sum, max) fold the spread groups out of the block, innermost first, and
-// combine the kept vector into B.  Every step is a run of whole rows, so the loops vectorise.
+// expand the kept vector over the spread groups and combine it with the block; reducing kernels
+// (sum, max) fold the spread groups out of the block and combine the result into B.  Every step
+// repeats or folds whole rows, and the steps on the most data have the longest rows, so the
+// loops vectorise.
 //
 // When B is large and its fastest-varying dimensions lie outside A's block, each block would
 // touch a new cache line for every entry of B; then the block is a tile made of A's trailing
@@ -20,9 +21,11 @@
 #include "BN/PotKernels.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 #include <vector>
 
 #include "BN/Bnode.h"
@@ -42,12 +45,13 @@ struct Dim {
   size_t count, sA, sB;
 };
 
-// A group of the block's dimensions, outermost first.  `inner` is the product of the counts of
-// the kept groups inside it (the row length of the steps that expand or fold it).
+// A group of the block's dimensions, outermost first: neighbouring dimensions that B has all
+// ("kept") or lacks all ("spread").  `rows` is the product of the counts of the kept groups
+// outside it, `rest` the product of the counts of all the groups inside it.
 struct Group {
   size_t count;
   bool kept;
-  size_t inner;
+  size_t rows = 1, rest = 1;
 };
 
 struct Plan {
@@ -62,7 +66,9 @@ struct Plan {
   bool anySpread = false;
   // Tiles: A and B both through offsets.
   bool tiled = false;
-  std::vector<uint32_t> tileA, tileB;
+  std::vector<uint32_t> tileA;    // A offsets, in A's order
+  std::vector<uint32_t> tileB;    // B offsets of the tile's B entries, in B's order
+  std::vector<uint32_t> tileMap;  // for each A entry, its B entry's place in tileB
 };
 
 std::vector<size_t> stridesOf(const std::vector<int>& dims) {
@@ -173,8 +179,21 @@ Plan makePlan(const PotTable& a, const PotTable& b, bool iterateBOnly) {
     std::vector<Dim> tile, rest;
     for (size_t i = 0; i < all.size(); ++i) (inTile[i] ? tile : rest).push_back(all[i]);
     p.block = sideA * sideB;
+    // The tile passes through a buffer in B's order, so that both tables are read and written
+    // in whole rows (large power-of-two strides would otherwise thrash the cache sets).
+    std::vector<Dim> inB;
+    for (const Dim& d : tile)
+      if (d.sB != 0) inB.push_back(d);
+    std::stable_sort(inB.begin(), inB.end(), [](const Dim& x, const Dim& y) { return x.sB > y.sB; });
+    std::vector<Dim> toBuf = tile;
+    for (Dim& d : toBuf) {
+      size_t at = 1;
+      for (size_t j = inB.size(); j-- > 0 && inB[j].sB != d.sB;) at *= inB[j].count;
+      d.sB = d.sB == 0 ? 0 : at;
+    }
     p.tileA = offsetsOver(tile, [](const Dim& d) { return d.sA; });
-    p.tileB = offsetsOver(tile, [](const Dim& d) { return d.sB; });
+    p.tileMap = offsetsOver(toBuf, [](const Dim& d) { return d.sB; });
+    p.tileB = offsetsOver(inB, [](const Dim& d) { return d.sB; });
     p.outer = merged(rest);
     return p;
   }
@@ -191,12 +210,16 @@ Plan makePlan(const PotTable& a, const PotTable& b, bool iterateBOnly) {
     if (kept) keptDims.push_back(d);
     else p.anySpread = true;
   }
-  size_t inner = 1;
-  for (size_t g = p.groups.size(); g-- > 0;) {
-    p.groups[g].inner = inner;
-    if (p.groups[g].kept) inner *= p.groups[g].count;
+  size_t rows = 1, rest = 1;
+  for (Group& g : p.groups) {
+    g.rows = rows;
+    if (g.kept) rows *= g.count;
   }
-  p.kept = inner;
+  for (size_t g = p.groups.size(); g-- > 0;) {
+    p.groups[g].rest = rest;
+    rest *= p.groups[g].count;
+  }
+  p.kept = rows;
   p.offK = offsetsOver(keptDims, [](const Dim& d) { return d.sB; });
   for (size_t i = 0; i < p.offK.size(); ++i) p.keptInPlace = p.keptInPlace && p.offK[i] == i;
   return p;
@@ -246,8 +269,9 @@ struct MulOp {
 };
 struct DivOp {  // division by 0 gives 0: the entry's configuration is impossible
   float operator()(float x, float y) const {
-    float q = x / y;
-    return y == 0.0f ? 0.0f : q;
+    // The quotient is masked rather than chosen, so that the loops stay branch-free.
+    uint32_t keep = y == 0.0f ? 0u : ~0u;
+    return x / y;
   }
 };
 struct SumOp {
@@ -257,27 +281,90 @@ struct MaxOp {
   float operator()(float acc, float x) const { return acc < x ? x : acc; }
 };
 
+// Division is bound by the divider rather than by memory; where the processor has 256-bit
+// vectors, the long division loops use them (the quotients are the same).
+#if defined(__GNUC__) && defined(__x86_64__)
+#define QUORVA_WIDE_DIVIDE 1
+__attribute__((target("avx2"))) void divideRowWide(float* __restrict x, const float* __restrict y, size_t n) {
+  for (size_t i = 0; i < n; ++i) x[i] = DivOp{}(x[i], y[i]);
+}
+__attribute__((target("avx2"))) void divideScalarWide(float* __restrict x, float s, size_t n) {
+  for (size_t i = 0; i < n; ++i) x[i] = DivOp{}(x[i], s);
+}
+bool wideDivide() {
+  static const bool have = (__builtin_cpu_init(), __builtin_cpu_supports("avx2"));
+  return have;
+}
+#endif
+constexpr size_t WIDE_DIVIDE_MIN = 32;
+
 // x[i] = op(x[i], y[i]) for n entries.
 template <class Op>
 inline void rowOp(float* __restrict x, const float* __restrict y, size_t n, Op op) {
+#ifdef QUORVA_WIDE_DIVIDE
+  if constexpr (std::is_same_v<Op, DivOp>) {
+    if (n >= WIDE_DIVIDE_MIN && wideDivide()) return divideRowWide(x, y, n);
+  }
+#endif
   for (size_t i = 0; i < n; ++i) x[i] = op(x[i], y[i]);
 }
 template <class Op>
 inline void scalarOp(float* __restrict x, float s, size_t n, Op op) {
+#ifdef QUORVA_WIDE_DIVIDE
+  if constexpr (std::is_same_v<Op, DivOp>) {
+    if (n >= WIDE_DIVIDE_MIN && wideDivide()) return divideScalarWide(x, s, n);
+  }
+#endif
   for (size_t i = 0; i < n; ++i) x[i] = op(x[i], s);
 }
 
-// Rows of `len` entries of `in`, each repeated `r` times into `out`.
+// out[o][i][k] = in[o][k] for i < r, rows of `len` entries; short rows with the length fixed.
+template <size_t LEN>
+void repeatShort(const float* __restrict in, float* __restrict out, size_t rows, size_t r) {
+  for (size_t o = 0; o < rows; ++o, in += LEN)
+    for (size_t i = 0; i < r; ++i, out += LEN)
+      for (size_t k = 0; k < LEN; ++k) out[k] = in[k];
+}
 void repeatRows(const float* __restrict in, float* __restrict out, size_t rows, size_t len, size_t r) {
-  if (len == 1) {
-    for (size_t o = 0; o < rows; ++o, out += r) std::fill(out, out + r, in[o]);
-    return;
+  switch (len) {
+    case 1:
+      for (size_t o = 0; o < rows; ++o, out += r) std::fill(out, out + r, in[o]);
+      return;
+    case 2: return repeatShort<2>(in, out, rows, r);
+    case 3: return repeatShort<3>(in, out, rows, r);
+    case 4: return repeatShort<4>(in, out, rows, r);
+    default:
+      for (size_t o = 0; o < rows; ++o, in += len)
+        for (size_t i = 0; i < r; ++i, out += len) std::memcpy(out, in, len * sizeof(float));
   }
-  for (size_t o = 0; o < rows; ++o, in += len)
-    for (size_t i = 0; i < r; ++i, out += len) std::memcpy(out, in, len * sizeof(float));
 }
 
-// A reading kernel (copy, multiply, divide) over one block of consecutive entries of A.
+// x[o][i][k] = op(x[o][i][k], y[o][k]) for i < r, rows of `len` entries.
+template <size_t LEN, class Op>
+void combineShort(float* __restrict x, const float* __restrict y, size_t rows, size_t r, Op op) {
+  for (size_t o = 0; o < rows; ++o, y += LEN)
+    for (size_t i = 0; i < r; ++i, x += LEN)
+      for (size_t k = 0; k < LEN; ++k) x[k] = op(x[k], y[k]);
+}
+template <class Op>
+void combineRows(float* __restrict x, const float* __restrict y, size_t rows, size_t len, size_t r, Op op) {
+  switch (len) {
+    case 1:
+      for (size_t o = 0; o < rows; ++o, x += r) scalarOp(x, y[o], r, op);
+      return;
+    case 2: return combineShort<2>(x, y, rows, r, op);
+    case 3: return combineShort<3>(x, y, rows, r, op);
+    case 4: return combineShort<4>(x, y, rows, r, op);
+    default:
+      for (size_t o = 0; o < rows; ++o, y += len)
+        for (size_t i = 0; i < r; ++i, x += len) rowOp(x, y, len, op);
+  }
+}
+
+// A reading kernel (copy, multiply, divide) over one block of consecutive entries of A.  The
+// kept vector is expanded over the spread groups from the innermost out, so the steps on the
+// most data, the outer ones, work on the longest rows; the outermost step is combined with the
+// block as it goes.
 template <class Op>
 void readBlock(const Plan& p, float* __restrict x, const float* y, Op op) {
   if (!p.anySpread) {
@@ -289,7 +376,6 @@ void readBlock(const Plan& p, float* __restrict x, const float* y, Op op) {
     }
     return;
   }
-  // The kept vector, then expanded over each spread group but the innermost.
   const float* cur = y;
   float* buf = scratch(2 * p.block + p.kept);
   float* spare[2] = {buf, buf + p.block};
@@ -299,30 +385,21 @@ void readBlock(const Plan& p, float* __restrict x, const float* y, Op op) {
     for (size_t i = 0; i < p.kept; ++i) g[i] = y[p.offK[i]];
     cur = g;
   }
-  size_t len = p.kept, last = p.groups.size();
-  while (p.groups[--last].kept) {
-  }
-  for (size_t g = 0; g < last; ++g) {
+  size_t first = 0;
+  while (p.groups[first].kept) ++first;
+  for (size_t g = p.groups.size(); --g > first;) {
     const Group& gr = p.groups[g];
     if (gr.kept) continue;
     float* out = spare[turn];
     turn ^= 1;
-    repeatRows(cur, out, len / gr.inner, gr.inner, gr.count);
-    len *= gr.count;
+    repeatRows(cur, out, gr.rows, gr.rest, gr.count);
     cur = out;
   }
-  // The innermost spread group, combined with the block as it is expanded.
-  const Group& gr = p.groups[last];
-  size_t rows = len / gr.inner;
-  if (gr.inner == 1) {
-    for (size_t o = 0; o < rows; ++o, x += gr.count) scalarOp(x, cur[o], gr.count, op);
-  } else {
-    for (size_t o = 0; o < rows; ++o, cur += gr.inner)
-      for (size_t r = 0; r < gr.count; ++r, x += gr.inner) rowOp(x, cur, gr.inner, op);
-  }
+  const Group& gr = p.groups[first];
+  combineRows(x, cur, gr.rows, gr.rest, gr.count, op);
 }
 
-// Folds `count` consecutive entries into one.
+// Folds n consecutive entries into one.
 template <class Op>
 inline float foldRun(const float* __restrict x, size_t n, Op op) {
   if (n >= 16) {
@@ -340,21 +417,43 @@ inline float foldRun(const float* __restrict x, size_t n, Op op) {
   return acc;
 }
 
-// out[o][k] = fold over r of in[o][r][k], rows of `len`.
+// out[o][k] = fold over i < r of in[o][i][k], rows of `len` entries (r >= 2).
+template <size_t LEN, class Op>
+void foldShort(const float* __restrict in, float* __restrict out, size_t rows, size_t r, Op op) {
+  for (size_t o = 0; o < rows; ++o, out += LEN) {
+    float acc[LEN];
+    for (size_t k = 0; k < LEN; ++k) acc[k] = in[k];
+    in += LEN;
+    for (size_t i = 1; i < r; ++i, in += LEN)
+      for (size_t k = 0; k < LEN; ++k) acc[k] = op(acc[k], in[k]);
+    for (size_t k = 0; k < LEN; ++k) out[k] = acc[k];
+  }
+}
 template <class Op>
 void foldRows(const float* __restrict in, float* __restrict out, size_t rows, size_t len, size_t r, Op op) {
-  if (len == 1) {
-    for (size_t o = 0; o < rows; ++o, in += r) out[o] = foldRun(in, r, op);
-    return;
-  }
-  for (size_t o = 0; o < rows; ++o, out += len) {
-    std::memcpy(out, in, len * sizeof(float));
-    in += len;
-    for (size_t i = 1; i < r; ++i, in += len) rowOp(out, in, len, op);
+  switch (len) {
+    case 1:
+      if (r == 2) {
+        for (size_t o = 0; o < rows; ++o) out[o] = op(in[2 * o], in[2 * o + 1]);
+      } else {
+        for (size_t o = 0; o < rows; ++o, in += r) out[o] = foldRun(in, r, op);
+      }
+      return;
+    case 2: return foldShort<2>(in, out, rows, r, op);
+    case 3: return foldShort<3>(in, out, rows, r, op);
+    case 4: return foldShort<4>(in, out, rows, r, op);
+    default:
+      for (size_t o = 0; o < rows; ++o, out += len) {
+        for (size_t k = 0; k < len; ++k) out[k] = op(in[k], in[len + k]);
+        in += 2 * len;
+        for (size_t i = 2; i < r; ++i, in += len) rowOp(out, in, len, op);
+      }
   }
 }
 
-// A reducing kernel (sum, max) over one block of consecutive entries of A, into B at y.
+// A reducing kernel (sum, max) over one block of consecutive entries of A, into B at y.  The
+// spread groups are folded from the outermost in: the steps on the most data work on the
+// longest rows.
 template <class Op>
 void reduceBlock(const Plan& p, const float* __restrict x, float* y, Op op) {
   const float* cur = x;
@@ -362,14 +461,11 @@ void reduceBlock(const Plan& p, const float* __restrict x, float* y, Op op) {
     float* buf = scratch(p.block);
     float* spare[2] = {buf, buf + p.block / 2};
     int turn = 0;
-    size_t len = p.block;
-    for (size_t g = p.groups.size(); g-- > 0;) {
-      const Group& gr = p.groups[g];
+    for (const Group& gr : p.groups) {
       if (gr.kept) continue;
       float* out = spare[turn];
       turn ^= 1;
-      foldRows(cur, out, len / (gr.count * gr.inner), gr.inner, gr.count, op);
-      len /= gr.count;
+      foldRows(cur, out, gr.rows, gr.rest, gr.count, op);
       cur = out;
     }
   }
@@ -387,11 +483,14 @@ void readKernel(PotTable& dst, const PotTable& src, Op op) {
   float* a = dst.data();
   const float* b = src.data();
   if (p.tiled) {
-    const uint32_t *ta = p.tileA.data(), *tb = p.tileB.data();
+    const uint32_t *ta = p.tileA.data(), *tb = p.tileB.data(), *map = p.tileMap.data();
+    size_t nb = p.tileB.size();
+    float* buf = scratch(nb);
     forEachBlock(p, [&](size_t oa, size_t ob) {
       float* x = a + oa;
       const float* y = b + ob;
-      for (size_t i = 0; i < p.block; ++i) x[ta[i]] = op(x[ta[i]], y[tb[i]]);
+      for (size_t j = 0; j < nb; ++j) buf[j] = y[tb[j]];
+      for (size_t i = 0; i < p.block; ++i) x[ta[i]] = op(x[ta[i]], buf[map[i]]);
     });
   } else {
     forEachBlock(p, [&](size_t oa, size_t ob) { readBlock(p, a + oa, b + ob, op); });
@@ -409,11 +508,15 @@ void reduceInto(PotTable& dst, const PotTable& src, float start, Op op) {
   const float* a = src.data();
   float* b = dst.data();
   if (p.tiled) {
-    const uint32_t *ta = p.tileA.data(), *tb = p.tileB.data();
+    const uint32_t *ta = p.tileA.data(), *tb = p.tileB.data(), *map = p.tileMap.data();
+    size_t nb = p.tileB.size();
+    float* buf = scratch(nb);
     forEachBlock(p, [&](size_t oa, size_t ob) {
       const float* x = a + oa;
       float* y = b + ob;
-      for (size_t i = 0; i < p.block; ++i) y[tb[i]] = op(y[tb[i]], x[ta[i]]);
+      for (size_t j = 0; j < nb; ++j) buf[j] = y[tb[j]];
+      for (size_t i = 0; i < p.block; ++i) buf[map[i]] = op(buf[map[i]], x[ta[i]]);
+      for (size_t j = 0; j < nb; ++j) y[tb[j]] = buf[j];
     });
   } else {
     forEachBlock(p, [&](size_t oa, size_t ob) { reduceBlock(p, a + oa, b + ob, op); });

@@ -140,7 +140,7 @@ bool TokenReader::skipComment() {
 }
 
 void TokenReader::enterComment(ErrDef tooDeep) {
-  if (depth_ > MAX_COMMENT_DEPTH) {
+  if (depth_ >= MAX_COMMENT_DEPTH) {
     depth_ = 0;
     fail(tooDeep);
   }

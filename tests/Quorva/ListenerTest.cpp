@@ -6,7 +6,7 @@
 
 namespace {
 
-// What a callback saw: one entry per event, "EVENT:name" with the name read through the API.
+// What a callback saw, and how it is to answer.
 struct Heard {
   std::vector<std::string> events;
   std::vector<void*> infos;
@@ -14,31 +14,23 @@ struct Heard {
   bool throws = false;  // whether it throws instead
 };
 
-std::string eventWord(eventtype_vq what) {
-  switch (what) {
-    case CREATE_EVENT: return "CREATE";
-    case DUPLICATE_EVENT: return "DUPLICATE";
-    case REMOVE_EVENT: return "REMOVE";
-    case CHANGE_EVENT: return "CHANGE";
-  }
-  return "?";
-}
-
-int onNode(const node_bn* node, eventtype_vq what, void* object, void* info) {
+// Records an event as "EVENT:name", the name read through the API from inside the callback.
+int hear(void* object, const char* name, eventtype_vq what, void* info) {
   Heard& heard = *static_cast<Heard*>(object);
-  const char* name = GetNodeName_bn(node);
-  heard.events.push_back(eventWord(what) + ":" + (name ? name : "(failed)"));
+  const char* word = what == CREATE_EVENT ? "CREATE" : what == DUPLICATE_EVENT ? "DUPLICATE"
+                     : what == REMOVE_EVENT ? "REMOVE" : "CHANGE";
+  heard.events.push_back(std::string(word) + ":" + (name ? name : "(failed)"));
   heard.infos.push_back(info);
   if (heard.throws) throw std::runtime_error("listener gave up");
   return heard.result;
 }
 
+int onNode(const node_bn* node, eventtype_vq what, void* object, void* info) {
+  return hear(object, GetNodeName_bn(node), what, info);
+}
+
 int onNet(const net_bn* net, eventtype_vq what, void* object, void* info) {
-  Heard& heard = *static_cast<Heard*>(object);
-  const char* name = GetNetName_bn(net);
-  heard.events.push_back(eventWord(what) + ":" + (name ? name : "(failed)"));
-  heard.infos.push_back(info);
-  return heard.result;
+  return hear(object, GetNetName_bn(net), what, info);
 }
 
 }  // namespace
@@ -63,10 +55,10 @@ TEST_F(ListenerTest, ChangeEventComesOnlyWhenTheFindingChanges) {
   EXPECT_EQ(heard.events, std::vector<std::string>{"CHANGE:A"});
   RetractNodeFindings_bn(a);
   RetractNodeFindings_bn(a);         // nothing to retract
-  EnterFindingNot_bn(a, 0);
-  EnterFindingNot_bn(a, 0);          // ruled out already
   const prob_bn ones[] = {1, 1, 1}, zeros[] = {0, 0, 0};
   EnterNodeLikelihood_bn(a, ones);   // tells nothing
+  EnterFindingNot_bn(a, 0);
+  EnterFindingNot_bn(a, 0);          // ruled out already
   EnterNodeLikelihood_bn(a, zeros);  // refused
   EXPECT_EQ(heard.events, (std::vector<std::string>{"CHANGE:A", "CHANGE:A", "CHANGE:A"}));
   EXPECT_EQ(errorCount(ERROR_ERR), 2);

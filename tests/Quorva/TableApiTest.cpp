@@ -1,11 +1,10 @@
 // Node tables through the C API: rows of the CPT, function and experience tables, whole tables and
 // sub-tables as doubles, their argument checks, and the size limit of a CPT.
-#include "BN/Bnet.h"
 #include "BN/NodeTables.h"
 #include "BN/TableErrors.h"
 #include "Basic/BasicErrors.h"
 #include "Quorva/ApiErrors.h"
-#include "Quorva/Environ.h"
+#include "BN/Bnode.h"
 #include "TableFixture.h"
 
 namespace err = quorva::err;
@@ -49,6 +48,11 @@ TEST_F(TableApiTest, ProbsRowLandsAtItsOffsetAndEveryOtherEntryIsUndefined) {
   expectValues(table(x, "cpt"), Values(12, 0.5));
   EXPECT_TRUE(HasNodeTable_bn(x, &complete));
   EXPECT_TRUE(complete);
+  const prob_bn unknown[] = {0.5f, std::nanf("")};  // a NaN leaves the entry undefined
+  SetNodeProbs_bn(x, a1b2, unknown);
+  EXPECT_EQ(GetNodeProbs_bn(x, a1b2)[1], UNDEF_FLT_vq);
+  EXPECT_TRUE(HasNodeTable_bn(x, &complete));
+  EXPECT_FALSE(complete);
   EXPECT_EQ(errorText(), "");
 }
 
@@ -334,18 +338,22 @@ TEST_F(TableApiTest, SetNodeTableRefusalsLeaveTheTablesAsTheyWere) {
              "can't set table of node 'Y' because it has a parent node that is continuous and undiscretized");
 }
 
-TEST_F(TableApiTest, NullTableRemovesJustThatTableAndDropsTheCompiledForm) {
-  setTable(x, "cpt", distinct(12));
+TEST_F(TableApiTest, NullTableRemovesJustThatTableAndTheCompiledNetSeesIt) {
+  // X copies A, which is in state 0 with probability 0.2; X -> Y gives the compiled net two cliques.
+  AddLink_bn(x, NewNode_bn("Y", 2, net));
+  setTable(a, "cpt", {0.2, 0.8});
+  setTable(x, "cpt", {1, 0, 1, 0, 1, 0, 0, 1, 0, 1, 0, 1});
   setTable(x, "exper", distinct(6, 1.0));
   setTable(x, "function_state", {0, 1, 0, 1, 0, 1});
-  quorva::Bnet& engineNet = *reinterpret_cast<quorva::Bnet*>(net);
-  engineNet.juncStep = 2;  // as if compiled
+  CompileNet_bn(net);
+  const prob_bn* beliefs = GetNodeBeliefs_bn(x);
+  ASSERT_NE(beliefs, nullptr);
+  EXPECT_NEAR(beliefs[0], 0.2, 1e-6);
+
   SetNodeTable_bn(x, "exper", nullptr, 0, nullptr, 0);
-  EXPECT_EQ(engineNet.juncStep, 0);
   const state_bn a0b1[] = {0, 1};
   EXPECT_TRUE(isUndef(GetNodeExperience_bn(x, a0b1)));
-  expectValues(table(x, "cpt"), distinct(12));
-
+  expectValues(table(x, "cpt"), {1, 0, 1, 0, 1, 0, 0, 1, 0, 1, 0, 1});
   // Removing the real-valued form leaves a state-valued function alone.
   SetNodeTable_bn(x, "function_real", nullptr, 0, nullptr, 0);
   EXPECT_EQ(GetNodeFuncState_bn(x, a0b1), 1);
@@ -353,6 +361,9 @@ TEST_F(TableApiTest, NullTableRemovesJustThatTableAndDropsTheCompiledForm) {
   EXPECT_EQ(GetNodeFuncState_bn(x, a0b1), UNDEF_STATE);
   SetNodeTable_bn(x, "cpt", nullptr, 0, nullptr, 0);
   EXPECT_FALSE(HasNodeTable_bn(x, nullptr));
+  beliefs = GetNodeBeliefs_bn(x);  // without a table, X is uniform
+  ASSERT_NE(beliefs, nullptr);
+  EXPECT_NEAR(beliefs[0], 0.5, 1e-6);
   EXPECT_EQ(errorText(), "");
 }
 
