@@ -41,6 +41,7 @@ bool inferenceTable(Bnode& n, PotTable& out, bool& incomplete) {
   const NodeTables& t = n.tables;
   if (t.cpt.isAllocated()) {
     out = t.cpt;
+    out.setFactor(1.0);
     size_t len = out.rowLength();
     for (size_t at = 0; at < out.size(); at += len)
       if (std::any_of(out.data() + at, out.data() + at + len, [](float v) { return isReservedFloat(v) || !(v >= 0); })) {
@@ -319,6 +320,7 @@ void updateBeliefs(Bnet& net) {
   } catch (const Inconsistent&) {
     engError(net.env, err::Inconsistent, "");
   }
+  ++jt.version;  // cached beliefs read before this update are stale
   net.juncStep = 5;
 }
 

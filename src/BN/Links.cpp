@@ -74,7 +74,6 @@ void setNodeParents(Bnode& child, std::vector<ParentSlot> slots, bool report) {
     if (child.kind == DISCONNECTED) engError(net.env, err::ChildDisconnected, p.name, child.name);
   }
   NetEdit edit(net, "set parents", EditKind::Structure);
-  if (report) warnCyclesAndDuplicates(child, slots);
 
   // Old links that survive unchanged; every other old link goes.
   std::vector<bool> kept(child.parents.size(), false);
@@ -92,7 +91,8 @@ void setNodeParents(Bnode& child, std::vector<ParentSlot> slots, bool report) {
     if (!dimensionKept[i]) sliceState[i] = std::max(child.parents[i].parent->findingState(), 0);
   std::vector<Bnode*> newParents;
   for (const ParentSlot& s : slots) newParents.push_back(s.link.parent);
-  tablesFollowParents(child, newParents, fromOld, sliceState);
+  tablesFollowParents(child, newParents, fromOld, sliceState);  // may refuse: nothing changed yet
+  if (report) warnCyclesAndDuplicates(child, slots);
 
   for (size_t i = 0; i < child.parents.size(); ++i)
     if (!kept[i]) removeOneChild(*child.parents[i].parent, child);

@@ -17,7 +17,8 @@
 //
 // When B is large and its fastest-varying dimensions lie outside A's block, each block would
 // touch a new cache line for every entry of B; then the block is a tile made of A's trailing
-// dimensions and B's, and both tables are reached through offset tables.
+// dimensions and B's.  The tile's entries of B pass through a buffer in B's order, so that both
+// tables are read and written in whole rows.
 #include "BN/PotKernels.h"
 
 #include <algorithm>
@@ -271,7 +272,7 @@ struct DivOp {  // division by 0 gives 0: the entry's configuration is impossibl
   float operator()(float x, float y) const {
     // The quotient is masked rather than chosen, so that the loops stay branch-free.
     uint32_t keep = y == 0.0f ? 0u : ~0u;
-    return x / y;
+    return std::bit_cast<float>(std::bit_cast<uint32_t>(x / y) & keep);
   }
 };
 struct SumOp {
@@ -479,6 +480,10 @@ void reduceBlock(const Plan& p, const float* __restrict x, float* y, Op op) {
 
 template <class Op>
 void readKernel(PotTable& dst, const PotTable& src, Op op) {
+  if (dst.nodes() == src.nodes() && dst.dims() == src.dims()) {  // the same list: entry by entry
+    rowOp(dst.data(), src.data(), dst.size(), op);
+    return;
+  }
   Plan p = makePlan(dst, src, false);
   float* a = dst.data();
   const float* b = src.data();

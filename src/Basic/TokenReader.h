@@ -16,16 +16,32 @@
 // CR, and at CR LF (one end).  here() is the position of the next character to be read;
 // tokenStart() that of the first character of the last token read (after white space).
 //
-// White space and comments.  Every read* method except readChar/peek first skips white space
-// (space, tab, LF, CR, VT, form feed) and comments: a line comment opened by the syntax's one or
-// two characters; "/*" ... "*/" (not nesting); "/#" ... "#/" (nesting, at most 32 deep); and,
-// when the syntax enables them, "<!-- ... -->" and "<![IGNORE[ ... ]>" sections (balanced by
-// counting angle brackets, quoted strings inside skipped whole).
+// White space and comments.  The token and list methods (readIdentifier to readPropertyList)
+// first skip white space (space, tab, LF, CR, VT, form feed) and comments: a line comment opened
+// by the syntax's one or two characters; "/*" ... "*/" (not nesting); "/#" ... "#/" (nesting, at
+// most 32 deep); and, when the syntax enables them, "<!-- ... -->" and "<![IGNORE[ ... ]>"
+// sections (balanced by counting angle brackets, quoted strings inside skipped whole).  The
+// character methods (peek, readChar, skipText, readRestOfLine, readRawUntil) skip nothing.
+//
+// Quoted strings.  Between the quotes bytes are taken as they stand (UTF-8), except after a
+// backslash:
+//   "\" and white space  a line continuation: the white space and comments after it are skipped
+//   "\|"                 nothing (a separator)
+//   "\Q" "\R" "\S"       raw binary: a length in 1, 2 or 8 bytes (little-endian), then that many
+//                        bytes, stored unchanged
+//   two hex digits       one byte (0-9 and A-F only), after which the reader is in sticky escape
+//                        mode: every character is read as if a backslash stood before it, so
+//                        further pairs continue the run, until a "/" (not stored) ends it.  A hex
+//                        digit followed by a non-hex character is that digit itself.  No sticky
+//                        mode when strings are read as UTF-16.
+//   n r t v f b a e O    LF, CR, TAB, VT, form feed, backspace, bell, escape (27), a zero byte
+//   anything else        itself (so \" is a quote and \\ a backslash)
+// StringQuoter.h writes strings that read back unchanged.
 //
 // Faults.  Every fault is an error record of the stream's environment whose message ends with the
 // context suffix: ", while reading field `F` of K 'N'" (or ", while reading K 'N'", or ", while
 // reading a K"), then ", on line L char C of file 'P'" (or ", in file 'P'" with no position).
-// fail/failAt throw (the error unwinds to the API frame); warn/notice and recordError record and
+// fail/failAt throw (the error unwinds to the API frame); warn/warnAt and recordError record and
 // return, for readers that go on after a fault.  Lexical faults of the reader itself (unterminated
 // comments and strings, binary escapes, list punctuation, truth values) are thrown as errors.
 #pragma once
@@ -144,15 +160,16 @@ class TokenReader {
   int readPunct();
   // Takes the punctuation character `c` when it stands next.
   bool readPunct(char c);
-  // A quoted string with its escapes decoded (see TokenStrings.cpp for the rules); "missing open
-  // quote" when none stands next.  With the setting "Put_strings_in_unicode_normalization_form_C"
+  // A quoted string with its escapes decoded (the rules above); "missing open quote" when none
+  // stands next, "unterminated quote mark" at the end of input.  With the setting "Put_strings_in_unicode_normalization_form_C"
   // on, non-ASCII text not in Normalization Form C is converted (with a notice); with the syntax's
   // utf16Strings the result is UTF-16LE and two zero bytes.
   std::string readQuoted();
   // The text between quotes exactly as written, escapes left as they are (a backslash still keeps
   // the next character from ending the string).
   std::string readQuotedRaw();
-  // Any token.
+  // Any token.  A word such as INFINITY comes back as a Word (readNumber reads it as a number);
+  // "-INFINITY" and "@name" come back as Numbers.
   Token readToken();
 
   // ---- values and lists (TokenLists.cpp) ----

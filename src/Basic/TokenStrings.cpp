@@ -1,17 +1,4 @@
-// The token reader's quoted strings.
-//
-// Between the quotes bytes are taken as they stand (UTF-8), except after a backslash:
-//   "\" and white space   a line continuation: the white space and comments after it are skipped
-//   "\|"                  nothing (a separator)
-//   "\Q" "\R" "\S"        raw binary: a length in 1, 2 or 8 bytes (little-endian), then that many
-//                         bytes, stored unchanged
-//   two hex digits        one byte (0-9 and A-F only), after which the reader is in sticky escape
-//                         mode: every character is read as if a backslash stood before it, so
-//                         further pairs continue the run, until a "/" (not stored) ends it.  A
-//                         hex digit followed by a non-hex character is that digit itself.  No
-//                         sticky mode when strings are read as UTF-16.
-//   n r t v f b a e O     LF, CR, TAB, VT, form feed, backspace, bell, escape (27), a zero byte
-//   anything else         itself (so \" is a quote and \\ a backslash)
+// The token reader's quoted strings: escapes, binary runs, NFC and UTF-16 (rules in TokenReader.h).
 #include <cstdint>
 
 #include "Basic/EnvCore.h"

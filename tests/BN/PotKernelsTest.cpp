@@ -197,13 +197,19 @@ TEST_F(PotKernelsTest, KernelsOnLargerTablesInMixedOrdersMatchTheReference) {
   Nodes bin = makeNodes(std::vector<int>(11, 2));
   bin.push_back(makeNodes({3})[0]);
   Nodes reversed(bin.rbegin(), bin.rend());
-  Nodes everyOther, interleaved;
+  Nodes everyOther, oddOnes, interleaved;
   for (size_t i = 0; i < bin.size(); i += 2) everyOther.push_back(bin[i]);
+  for (size_t i = 1; i < bin.size(); i += 2) oddOnes.push_back(bin[i]);
   for (size_t i = 0; i < 6; ++i) interleaved.insert(interleaved.end(), {bin[i], bin[11 - i]});
+  Nodes first10(bin.begin(), bin.begin() + 10);
   for (Op op : {Op::Copy, Op::Multiply, Op::Divide, Op::Sum, Op::Max}) {
     check(op, bin, reversed);
     check(op, bin, interleaved);
+    // Nodes present and absent in turn, with the last present or absent, in rows of 1 to 4.
     check(op, bin, everyOther);
+    check(op, bin, oddOnes);
+    check(op, first10, {bin[1], bin[3], bin[5], bin[7], bin[9]});
+    check(op, first10, {bin[1], bin[3], bin[6], bin[8], bin[9]});
     check(op, everyOther, reversed);
     check(op, Nodes(bin.begin(), bin.begin() + 3), bin);
     check(op, Nodes(bin.end() - 3, bin.end()), bin);

@@ -127,7 +127,6 @@ class RandomNetInferenceTest : public NetTest {
         EXPECT_TRUE(number == err::CantEnterLikelihood.number && text.find(OTHERS_RULE_OUT) != std::string::npos)
             << text;
       if (number == err::FindingInconsistentModel.number) ++refusedAsInconsistent;
-      fprintf(stderr, "DBG refused %d auto=%d\n", number, autoUpdating);
       return what.str() + " (refused)";
     }
     EXPECT_FALSE(autoUpdating && p == 0) << what.str() << ": accepted although impossible";

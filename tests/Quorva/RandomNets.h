@@ -14,20 +14,20 @@
 struct RandomNetShape {
   int minNodes = 6, maxNodes = 14;
   int maxParents = 4;
-  double maxJoint = 30000;  // the product of all state counts stays at or below this
+  double maxJoint = 20000;  // the product of all state counts stays at or below this
   bool tables = true;
 };
 
-// A row of `n` probabilities: one-hot (15%), with some zeros (25%), or all positive.
+// A row of `n` probabilities: one-hot (25%), with some zeros (30%), or all positive.
 inline std::vector<float> randomRow(std::mt19937& rng, int n) {
   std::uniform_real_distribution<double> u(0, 1);
   std::vector<double> w(static_cast<size_t>(n), 0.0);
   double kind = u(rng);
-  if (kind < 0.15) {
+  if (kind < 0.25) {
     w[rng() % static_cast<unsigned>(n)] = 1;
   } else {
     for (double& x : w) x = u(rng) + 0.02;
-    if (kind < 0.4) {
+    if (kind < 0.55) {
       std::vector<size_t> at(w.size());
       std::iota(at.begin(), at.end(), size_t{0});
       std::shuffle(at.begin(), at.end(), rng);

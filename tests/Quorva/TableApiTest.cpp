@@ -1,10 +1,9 @@
 // Node tables through the C API: rows of the CPT, function and experience tables, whole tables and
 // sub-tables as doubles, their argument checks, and the size limit of a CPT.
+#include "BN/Bnode.h"
 #include "BN/NodeTables.h"
 #include "BN/TableErrors.h"
-#include "Basic/BasicErrors.h"
 #include "Quorva/ApiErrors.h"
-#include "BN/Bnode.h"
 #include "TableFixture.h"
 
 namespace err = quorva::err;

@@ -1,9 +1,7 @@
 // Node tables following changes of structure through the C API: links deleted, added and switched,
 // and states added, removed and reordered, on the node itself and on its parents.
-#include "BN/Bnet.h"
 #include "BN/NetErrors.h"
 #include "BN/TableErrors.h"
-#include "Basic/BasicErrors.h"
 #include "Quorva/Environ.h"
 #include "TableFixture.h"
 
