@@ -193,22 +193,42 @@ std::vector<std::vector<int>> orderCliques(const UGraph& g, const std::vector<in
   std::vector<int> position;
   std::vector<std::vector<int>> later = laterNeighbours(g, order, position);
   std::vector<size_t> bound(g.nodes.size(), 0);
-  std::vector<std::vector<int>> cliques;
+  // A node whose clique is contained in an earlier one belongs to the clique that holds that one
+  // (its owner).  A clique's place is that of the last node it owns, so that each clique comes
+  // after the one holding its separator when the list is reversed.
+  std::vector<int> subsumer(g.nodes.size(), -1), owner(g.nodes.size(), -1), last(g.nodes.size(), -1);
+  std::vector<int> heads;
   for (int v : order) {
     const std::vector<int>& L = later[static_cast<size_t>(v)];
     if (!L.empty()) {
       int m = *std::min_element(L.begin(), L.end(), [&](int a, int b) {
         return position[static_cast<size_t>(a)] < position[static_cast<size_t>(b)];
       });
-      bound[static_cast<size_t>(m)] = std::max(bound[static_cast<size_t>(m)], L.size() - 1);
+      size_t& b = bound[static_cast<size_t>(m)];
+      if (L.size() - 1 > b || subsumer[static_cast<size_t>(m)] < 0) {
+        b = std::max(b, L.size() - 1);
+        subsumer[static_cast<size_t>(m)] = v;
+      }
     }
     bool hasNeighbours = !g.adj[static_cast<size_t>(v)].empty();
-    if (hasNeighbours && L.size() <= bound[static_cast<size_t>(v)]) continue;
+    int& own = owner[static_cast<size_t>(v)];
+    if (hasNeighbours && L.size() <= bound[static_cast<size_t>(v)] && subsumer[static_cast<size_t>(v)] >= 0) {
+      own = owner[static_cast<size_t>(subsumer[static_cast<size_t>(v)])];
+    } else {
+      own = v;
+      heads.push_back(v);
+    }
+    last[static_cast<size_t>(own)] = position[static_cast<size_t>(v)];
+  }
+  std::stable_sort(heads.begin(), heads.end(),
+                   [&](int a, int b) { return last[static_cast<size_t>(a)] > last[static_cast<size_t>(b)]; });
+  std::vector<std::vector<int>> cliques;
+  for (int v : heads) {
     std::vector<int> clique{v};
+    const std::vector<int>& L = later[static_cast<size_t>(v)];
     clique.insert(clique.end(), L.begin(), L.end());
     cliques.push_back(std::move(clique));
   }
-  std::reverse(cliques.begin(), cliques.end());
   return cliques;
 }
 

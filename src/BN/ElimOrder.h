@@ -29,7 +29,9 @@ std::vector<int> greedyOrder(const UGraph& g, const std::vector<int>& eliminate,
 double scoreOrder(const UGraph& g, const std::vector<int>& order);
 
 // The maximal cliques of the order, each the eliminated node followed by its later neighbours in
-// the filled graph, listed in reverse elimination order (the clique of the last node first).
+// the filled graph.  They are listed latest first by the last node whose own clique each contains
+// (the clique of the last node first), so that the nodes a clique shares with the cliques before
+// it all lie in one of them.
 std::vector<std::vector<int>> orderCliques(const UGraph& g, const std::vector<int>& order);
 
 // Decision stages: the decision made last gets stage 1, its parents stage 2, the one before it 3

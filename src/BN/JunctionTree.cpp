@@ -39,12 +39,13 @@ void checkAcyclic(const Bnet& net) {
         stack.pop_back();
         continue;
       }
+      const Bnode* from = x;
       const Bnode* c = x->children[i++];
       bool delayed = std::all_of(c->parents.begin(), c->parents.end(),
-                                 [&](const Link& l) { return l.parent != x || l.hasDelay(); });
+                                 [&](const Link& l) { return l.parent != from || l.hasDelay(); });
       if (delayed) continue;
       if (state[c] == 1)
-        engError(net.env, err::CantCompile, net.name, format(err::CycleAtCompile.text, x->name, c->name));
+        engError(net.env, err::CantCompile, net.name, format(err::CycleAtCompile.text, from->name, c->name));
       if (!state[c]) {
         state[c] = 1;
         stack.push_back({c, 0});
@@ -101,13 +102,14 @@ std::vector<int> chooseOrder(Bnet& net, const UGraph& g) {
   if (!net.elimOrder.empty()) {
     std::vector<int> order;
     std::vector<char> used(g.nodes.size(), 0);
-    bool fits = net.elimOrder.size() == g.nodes.size();
+    bool fits = true;
     for (const Bnode* n : net.elimOrder) {
+      if (n->kind == CONSTANT) continue;  // listed, but outside the graph
       auto it = index.find(n);
       if (it == index.end() || used[static_cast<size_t>(it->second)]) fits = false;
       else used[static_cast<size_t>(it->second)] = 1, order.push_back(it->second);
     }
-    if (fits) return order;
+    if (fits && order.size() == g.nodes.size()) return order;
     engNotice(net.env, err::OrderRemoved, net.name, "no longer lists the >-node-s of the >-net");
   }
   std::vector<int> all(g.nodes.size());
@@ -119,7 +121,7 @@ std::vector<int> chooseOrder(Bnet& net, const UGraph& g) {
 }
 
 // Links each clique to its mate: the first earlier clique holding its separator.
-void joinCliques(JunctionTree& jt) {
+void joinCliques(JunctionTree& jt, EnvCore* env) {
   std::map<const Bnode*, bool> seen;
   for (size_t i = 0; i < jt.cliques.size(); ++i) {
     Clique& c = jt.cliques[i];
@@ -142,7 +144,7 @@ void joinCliques(JunctionTree& jt) {
       for (size_t k = i; k-- > 0 && mate < 0;)
         if (holds(k)) mate = static_cast<int>(k);
     }
-    QASSERT(nullptr, mate >= 0);  // mate
+    QASSERT(env, mate >= 0);  // mate
     Separator s;
     s.a = mate;
     s.b = static_cast<int>(i);
@@ -206,7 +208,7 @@ void compileNet(Bnet& net) {
     }
     jt->cliques.push_back(std::move(c));
   }
-  joinCliques(*jt);
+  joinCliques(*jt, net.env);
   assignHomes(net, *jt);
   checkMemory(net, *jt);
   net.jt = std::move(jt);

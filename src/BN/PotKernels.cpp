@@ -22,6 +22,7 @@
 #include "BN/PotKernels.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -55,12 +56,36 @@ struct Group {
   size_t rows = 1, rest = 1;
 };
 
+// A short list held in place, for the dimensions of a plan: a plan keeps only dimensions of 2
+// or more states, and an allocated table has fewer than 2^29 entries, so each table gives fewer
+// than 29.
+template <class T>
+class ShortList {
+ public:
+  static constexpr size_t CAPACITY = 64;
+  void push_back(const T& v) { items_[n_++] = v; }
+  size_t size() const { return n_; }
+  bool empty() const { return n_ == 0; }
+  T& operator[](size_t i) { return items_[i]; }
+  const T& operator[](size_t i) const { return items_[i]; }
+  T& back() { return items_[n_ - 1]; }
+  T* begin() { return items_.data(); }
+  T* end() { return items_.data() + n_; }
+  const T* begin() const { return items_.data(); }
+  const T* end() const { return items_.data() + n_; }
+
+ private:
+  std::array<T, CAPACITY> items_;
+  size_t n_ = 0;
+};
+using Dims = ShortList<Dim>;
+
 struct Plan {
-  std::vector<Dim> outer;  // walked as an odometer, outermost first
+  Dims outer;  // walked as an odometer, outermost first
   size_t baseB = 0;        // B's offset from the source nodes fixed at their current states
   size_t block = 1;        // entries of A per block
   // Blocks of consecutive entries of A.
-  std::vector<Group> groups;
+  ShortList<Group> groups;
   std::vector<uint32_t> offK;  // B offsets of the kept vector
   size_t kept = 1;
   bool keptInPlace = true;  // offK[k] == k
@@ -72,47 +97,35 @@ struct Plan {
   std::vector<uint32_t> tileMap;  // for each A entry, its B entry's place in tileB
 };
 
-std::vector<size_t> stridesOf(const std::vector<int>& dims) {
-  std::vector<size_t> s(dims.size());
-  size_t acc = 1;
-  for (size_t i = dims.size(); i-- > 0;) {
-    s[i] = acc;
-    acc *= static_cast<size_t>(dims[i]);
-  }
-  return s;
-}
-
 int indexIn(const std::vector<Bnode*>& list, const Bnode* n) {
   auto it = std::find(list.begin(), list.end(), n);
   return it == list.end() ? -1 : static_cast<int>(it - list.begin());
 }
 
-// Merges neighbouring dimensions whose strides line up in both tables.
-std::vector<Dim> merged(const std::vector<Dim>& dims) {
-  std::vector<Dim> out;
-  for (const Dim& d : dims) {
-    if (!out.empty()) {
-      Dim& o = out.back();
-      if (o.sA == d.sA * d.count && o.sB == d.sB * d.count) {
-        o = {o.count * d.count, d.sA, d.sB};
-        continue;
-      }
+// Appends d to `out`, merged into the last dimension when their strides line up in both tables.
+void appendMerged(Dims& out, const Dim& d) {
+  if (!out.empty()) {
+    Dim& o = out.back();
+    if (o.sA == d.sA * d.count && o.sB == d.sB * d.count) {
+      o = {o.count * d.count, d.sA, d.sB};
+      return;
     }
-    out.push_back(d);
   }
-  return out;
+  out.push_back(d);
 }
 
 // The offsets over the row-major enumeration of `dims`, through stride `s` of each.
 template <class Stride>
-std::vector<uint32_t> offsetsOver(const std::vector<Dim>& dims, Stride s) {
-  std::vector<uint32_t> off{0};
-  for (const Dim& d : dims) {
-    std::vector<uint32_t> next;
-    next.reserve(off.size() * d.count);
-    for (uint32_t o : off)
-      for (size_t i = 0; i < d.count; ++i) next.push_back(static_cast<uint32_t>(o + i * s(d)));
-    off = std::move(next);
+std::vector<uint32_t> offsetsOver(const Dims& dims, Stride s) {
+  size_t n = 1;
+  for (const Dim& d : dims) n *= d.count;
+  std::vector<uint32_t> off(n);
+  off[0] = 0;
+  size_t len = 1;  // filled so far: the enumeration of the dimensions inside the current one
+  for (size_t k = dims.size(); k-- > 0;) {
+    for (size_t i = 1; i < dims[k].count; ++i)
+      for (size_t j = 0; j < len; ++j) off[i * len + j] = static_cast<uint32_t>(off[j] + i * s(dims[k]));
+    len *= dims[k].count;
   }
   return off;
 }
@@ -124,12 +137,14 @@ Plan makePlan(const PotTable& a, const PotTable& b, bool iterateBOnly) {
   const auto& bn = b.nodes();
   const auto& ad = a.dims();
   const auto& bd = b.dims();
-  std::vector<size_t> sa = stridesOf(ad), sb = stridesOf(bd);
-  std::vector<Dim> bOnly, dims;
+  QASSERT(a.env(), a.size() < MAX_ALLOC_ENTRIES && b.size() < MAX_ALLOC_ENTRIES);  // for ShortList
+  std::vector<size_t> sb(bd.size());
+  for (size_t j = bd.size(), acc = 1; j-- > 0; acc *= static_cast<size_t>(bd[j])) sb[j] = acc;
+  Dims bOnly, dims;
   for (size_t j = 0; j < bn.size(); ++j) {
     if (indexIn(an, bn[j]) >= 0) continue;
     if (iterateBOnly) {
-      bOnly.push_back({static_cast<size_t>(bd[j]), 0, sb[j]});
+      if (bd[j] > 1) bOnly.push_back({static_cast<size_t>(bd[j]), 0, sb[j]});
     } else {
       int st = bn[j]->curState;
       if (st < 0 || st >= bd[j])
@@ -137,13 +152,13 @@ Plan makePlan(const PotTable& a, const PotTable& b, bool iterateBOnly) {
       p.baseB += static_cast<size_t>(st) * sb[j];
     }
   }
+  size_t sa = a.size();  // A's strides: each the product of the counts after it
   for (size_t i = 0; i < an.size(); ++i) {
+    sa /= static_cast<size_t>(ad[i]);
+    if (ad[i] == 1) continue;
     int j = indexIn(bn, an[i]);
-    dims.push_back({static_cast<size_t>(ad[i]), sa[i], j >= 0 ? sb[static_cast<size_t>(j)] : 0});
+    dims.push_back({static_cast<size_t>(ad[i]), sa, j >= 0 ? sb[static_cast<size_t>(j)] : 0});
   }
-  auto single = [](const Dim& d) { return d.count == 1; };
-  bOnly.erase(std::remove_if(bOnly.begin(), bOnly.end(), single), bOnly.end());
-  dims.erase(std::remove_if(dims.begin(), dims.end(), single), dims.end());
 
   // The block: A's trailing dimensions.
   size_t k = dims.size();
@@ -159,8 +174,8 @@ Plan makePlan(const PotTable& a, const PotTable& b, bool iterateBOnly) {
   for (const Dim& d : bOnly) finestOut = std::min(finestOut, d.sB);
   if (b.size() >= TILE_MIN_B && finestOut < finestIn && finestOut < 16) {
     p.tiled = true;
-    std::vector<Dim> all = bOnly;
-    all.insert(all.end(), dims.begin(), dims.end());
+    Dims all = bOnly;
+    for (const Dim& d : dims) all.push_back(d);
     std::vector<bool> inTile(all.size(), false);
     size_t sideA = 1;
     for (size_t i = all.size(); i-- > 0 && all[i].sA != 0 && (sideA == 1 || sideA * all[i].count <= TILE_SIDE);) {
@@ -177,16 +192,19 @@ Plan makePlan(const PotTable& a, const PotTable& b, bool iterateBOnly) {
       inTile[i] = true;
       sideB *= all[i].count;
     }
-    std::vector<Dim> tile, rest;
-    for (size_t i = 0; i < all.size(); ++i) (inTile[i] ? tile : rest).push_back(all[i]);
+    Dims tile;
+    for (size_t i = 0; i < all.size(); ++i) {
+      if (inTile[i]) tile.push_back(all[i]);
+      else appendMerged(p.outer, all[i]);
+    }
     p.block = sideA * sideB;
     // The tile passes through a buffer in B's order, so that both tables are read and written
     // in whole rows (large power-of-two strides would otherwise thrash the cache sets).
-    std::vector<Dim> inB;
+    Dims inB;
     for (const Dim& d : tile)
       if (d.sB != 0) inB.push_back(d);
     std::stable_sort(inB.begin(), inB.end(), [](const Dim& x, const Dim& y) { return x.sB > y.sB; });
-    std::vector<Dim> toBuf = tile;
+    Dims toBuf = tile;
     for (Dim& d : toBuf) {
       size_t at = 1;
       for (size_t j = inB.size(); j-- > 0 && inB[j].sB != d.sB;) at *= inB[j].count;
@@ -195,19 +213,18 @@ Plan makePlan(const PotTable& a, const PotTable& b, bool iterateBOnly) {
     p.tileA = offsetsOver(tile, [](const Dim& d) { return d.sA; });
     p.tileMap = offsetsOver(toBuf, [](const Dim& d) { return d.sB; });
     p.tileB = offsetsOver(inB, [](const Dim& d) { return d.sB; });
-    p.outer = merged(rest);
     return p;
   }
 
-  std::vector<Dim> outer = bOnly;
-  outer.insert(outer.end(), dims.begin(), dims.begin() + static_cast<long>(k));
-  p.outer = merged(outer);
-  std::vector<Dim> inBlock = merged(std::vector<Dim>(dims.begin() + static_cast<long>(k), dims.end()));
-  std::vector<Dim> keptDims;
+  for (const Dim& d : bOnly) appendMerged(p.outer, d);
+  for (size_t i = 0; i < k; ++i) appendMerged(p.outer, dims[i]);
+  Dims inBlock;
+  for (size_t i = k; i < dims.size(); ++i) appendMerged(inBlock, dims[i]);
+  Dims keptDims;
   for (const Dim& d : inBlock) {
     bool kept = d.sB != 0;
     if (!p.groups.empty() && p.groups.back().kept == kept) p.groups.back().count *= d.count;
-    else p.groups.push_back({d.count, kept, 0});
+    else p.groups.push_back({d.count, kept});
     if (kept) keptDims.push_back(d);
     else p.anySpread = true;
   }
@@ -230,7 +247,7 @@ Plan makePlan(const PotTable& a, const PotTable& b, bool iterateBOnly) {
 template <class Inner>
 void forEachBlock(const Plan& p, Inner&& inner) {
   size_t n = p.outer.size();
-  std::vector<size_t> ctr(n, 0);
+  std::array<size_t, Dims::CAPACITY> ctr{};
   size_t offA = 0, offB = p.baseB;
   while (true) {
     inner(offA, offB);

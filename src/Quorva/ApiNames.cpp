@@ -149,6 +149,12 @@ constexpr ApiName API_NAMES[] = {
     {"GetNodeExpectedValue_bn", "Node.getExpectedValue"},
     {"MostProbableConfig_bn", "Net.getMostProbableConfig"},
     {"JointProbability_bn", "Net.getJointProbability"},
+    {"NewFileStream_vq", "Streamer.Streamer(file)"},
+    {"NewMemoryStream_vq", "Streamer.Streamer(memory)"},
+    {"SetStreamContents_vq", "Streamer.setBytes"},
+    {"GetStreamContents_vq", "Streamer.getBytes"},
+    {"DeleteStream_vq", "Streamer.finalize"},
+    {"SetStreamPassword_vq", "Streamer.setPassword"},
 };
 
 }  // namespace

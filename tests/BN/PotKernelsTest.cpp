@@ -114,6 +114,14 @@ class PotKernelsTest : public ::testing::Test {
     return t;
   }
 
+  PotTable filled(const Nodes& nodes, const std::vector<float>& values, double factor = 1) {
+    PotTable t(&core, nodes);
+    t.allocate();
+    std::copy(values.begin(), values.end(), t.data());
+    t.setFactorRaw(factor);
+    return t;
+  }
+
   // Runs `op` on random tables over these lists and compares every value with the reference.
   void check(Op op, const Nodes& dstNodes, const Nodes& srcNodes) {
     SCOPED_TRACE(std::string(opName(op)) + " dst " + describe(dstNodes) + " src " + describe(srcNodes));
@@ -240,11 +248,7 @@ TEST_F(PotKernelsTest, ReordersOfLargeTablesMatchTheReference) {
 }
 
 TEST_F(PotKernelsTest, MultiplyByATableWithoutNodesChangesOnlyTheFactor) {
-  Nodes n = makeNodes({2, 3});
-  PotTable dst = randomTable(n, 0), scalar(&core, {});
-  scalar.allocate();
-  scalar.data()[0] = 0.5f;
-  scalar.setFactorRaw(4);
+  PotTable dst = randomTable(makeNodes({2, 3}), 0), scalar = filled({}, {0.5f}, 4);
   std::vector<float> before(dst.data(), dst.data() + dst.size());
   double factor = dst.factor();
   multiplyIn(dst, scalar);
@@ -254,13 +258,7 @@ TEST_F(PotKernelsTest, MultiplyByATableWithoutNodesChangesOnlyTheFactor) {
 
 TEST_F(PotKernelsTest, MultiplyInRescalesAProductThatWouldUnderflow) {
   Nodes n = makeNodes({4});
-  PotTable dst(&core, n), src(&core, n);
-  dst.allocate();
-  src.allocate();
-  std::fill(dst.data(), dst.data() + 4, 1e-5f);
-  std::fill(src.data(), src.data() + 4, 1e-6f);
-  dst.setFactorRaw(3);
-  src.setFactorRaw(2);
+  PotTable dst = filled(n, std::vector<float>(4, 1e-5f), 3), src = filled(n, std::vector<float>(4, 1e-6f), 2);
   multiplyIn(dst, src);  // entries 1e-11 each, summing to 4e-11
   EXPECT_NEAR(dst.factor(), 6 * 4e-11, 6 * 4e-11 * 1e-5);
   for (int i = 0; i < 4; ++i) EXPECT_FLOAT_EQ(dst.data()[i], 0.25f);
@@ -269,13 +267,7 @@ TEST_F(PotKernelsTest, MultiplyInRescalesAProductThatWouldUnderflow) {
 TEST_F(PotKernelsTest, DivideByDividesTheFactorsAndGuardsOverflowOnlyWhenItDropsBelowOne) {
   Nodes n = makeNodes({2, 2});
   for (double srcFactor : {4.0, 0.5}) {
-    PotTable dst(&core, n), src(&core, {n[1]});
-    dst.allocate();
-    src.allocate();
-    std::fill(dst.data(), dst.data() + 4, 4e10f);
-    src.data()[0] = 2;
-    src.data()[1] = 0;
-    src.setFactorRaw(srcFactor);
+    PotTable dst = filled(n, std::vector<float>(4, 4e10f)), src = filled({n[1]}, {2, 0}, srcFactor);
     divideBy(dst, src);  // entries 2e10 where the source is 2, 0 where it is 0
     for (int i = 0; i < 4; ++i) {
       double want = i % 2 ? 0.0 : 4e10 / (2 * srcFactor);
@@ -292,16 +284,11 @@ TEST_F(PotKernelsTest, DivideByDividesTheFactorsAndGuardsOverflowOnlyWhenItDrops
 }
 
 TEST_F(PotKernelsTest, DivideByATinySourceEntryStaysFinite) {
-  // The divisor is the same over each run of 512 entries: the one-entry-per-block path.
-  Nodes n = makeNodes(std::vector<int>(10, 2));
-  PotTable dst(&core, n), src(&core, {n[0]});
-  dst.allocate();
-  src.allocate();
+  Nodes n = makeNodes(std::vector<int>(10, 2));  // the divisor is the same over runs of 512
+  std::vector<float> values(1024, 1e-5f);
+  values[1] = 0;
   const float tiny = 1e-39f;  // subnormal: its reciprocal does not fit in a float
-  std::fill(dst.data(), dst.data() + dst.size(), 1e-5f);
-  dst.data()[1] = 0;
-  src.data()[0] = tiny;
-  src.data()[1] = 1;
+  PotTable dst = filled(n, values), src = filled({n[0]}, {tiny, 1});
   divideBy(dst, src);
   for (size_t i = 0; i < dst.size(); ++i) {
     double want = i == 1 ? 0.0 : 1e-5 / (i < 512 ? static_cast<double>(tiny) : 1.0);
@@ -311,11 +298,7 @@ TEST_F(PotKernelsTest, DivideByATinySourceEntryStaysFinite) {
 
 TEST_F(PotKernelsTest, ASourceNodeFixedOutsideItsStatesIsRejected) {
   Nodes n = makeNodes({2, 3});
-  PotTable dst(&core, {n[0]}), src(&core, n);
-  dst.allocate();
-  src.allocate();
-  dst.fill(1);
-  src.fill(1);
+  PotTable dst = filled({n[0]}, {1, 1}), src = filled(n, std::vector<float>(6, 1));
   n[1]->curState = 3;
   try {
     multiplyIn(dst, src);
@@ -324,15 +307,6 @@ TEST_F(PotKernelsTest, ASourceNodeFixedOutsideItsStatesIsRejected) {
     ASSERT_NE(e.record, nullptr);
     EXPECT_EQ(e.record->number, -2459);
   }
-}
-
-TEST_F(PotKernelsTest, CopyWithoutReorderCopiesEntriesAndFactor) {
-  Nodes n = makeNodes(std::vector<int>(19, 2));  // large enough for the big-block path
-  PotTable src = randomTable(n, 0.1), dst(&core, n);
-  dst.allocate();
-  copyFrom(dst, src, false);
-  EXPECT_EQ(dst.factor(), src.factor());
-  EXPECT_TRUE(std::equal(src.data(), src.data() + src.size(), dst.data()));
 }
 
 TEST_F(PotKernelsTest, AProductPotentialMultipliesOutToTheProductOfItsFactors) {
