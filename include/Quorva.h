@@ -560,6 +560,122 @@ void DeleteStream_vq(stream_vq* stream);
  * NULL or "" removes it.  Any other stream is refused with 2643. */
 void SetStreamPassword_vq(stream_vq* stream, const char* password);
 
+/* ===================================================================== net files */
+
+/* Writes the whole net to `file`, replacing what the stream held: as a BIF file when the stream's
+ * name ends in ".bif", otherwise as a DNET text file (in the format version of the setting
+ * "Version_of_format_to_make_DNET_and_QOVA_files").  Fields that still have the values of a new
+ * net or node are left out.  Errors: a NULL or deleted net or stream, a table too large to save
+ * (3650), the stream's write faults. */
+void WriteNet_bn(const net_bn* net, stream_vq* file);
+
+/* Options of ReadNet_bn.  The engine keeps no display information, so all four read the same
+ * (visual objects in the file are passed over); the last three concern the window an interactive
+ * application opens for the net. */
+#define NO_VISUAL_INFO 0x10
+#define NO_WINDOW 0x20
+#define MINIMIZED_WINDOW 0x30
+#define REGULAR_WINDOW 0x40
+
+/* Reads a net from `file`: a BIF file when the stream's name ends in ".bif", otherwise a DNET
+ * text file.  The net belongs to the environment of the stream.  Nodes may name parents that
+ * are declared later in the file.  Each fault is an error record whose message ends with where
+ * it was found (", while reading field `probs` of node 'A', on line 12 char 9 of file 'x.dne'");
+ * the first error ends the read and nothing is returned.  Unknown fields and objects, and a
+ * format version outside 1.00 to 2.09, give warnings and the read goes on.  `options` must be
+ * one of the four constants above (2410).  NULL on failure. */
+net_bn* ReadNet_bn(stream_vq* file, int options);
+
+/* ===================================================================== case files */
+/* A case file is a text table of cases: a header line of column names, then one line per case
+ * with one value per column, separated by the delimiter (tab by default; comma or space).  Columns
+ * name nodes; the column "IDnum" holds a case's identifier (a non-negative integer) and
+ * "NumCases" its frequency (how many times it occurred).  A value is a state name, a state title
+ * in double quotes, "#" and a state number, a number (a continuous node's value, or the level of
+ * a discrete node's state), a likelihood written "[p0;p1;...]", or the missing-data character
+ * ("*" by default) for no finding.  Lines end in CR LF when written; "//", "slash-star" and "/#"
+ * comments are skipped when read.  The settings-file key "Write_case_file_header" (off by
+ * default) makes new files begin with the magic line "// ~->[CASE-1]->~" and a creator comment;
+ * "Case_file_value_form" sets the initial form of SetCaseFileValueForm_vq. */
+
+typedef struct caseset_cs caseset_cs; /* a set of cases, held in case files */
+typedef long long caseposn_bn;        /* the position of a case in its file, or one below */
+
+#define FIRST_CASE (-15)    /* read the first case of the file */
+#define NEXT_CASE (-14)     /* read the case after the one last read from the stream */
+#define NO_MORE_CASES (-13) /* returned when the file has no further case */
+
+/* What a reader does with a column naming no node of the net. */
+typedef enum {
+  DONT_ADD_NEW = 0,      /* ignore it; ignored columns are listed in a notice */
+  QUERY_ADD_NEW = 1,     /* ask (with no one to answer: a notice asks, and it is ignored) */
+  PRINT_AND_ADD_NEW = 2, /* add a continuous node of that name, with a notice */
+  QUIETLY_ADD_NEW = 3    /* add a continuous node of that name */
+} addnew_bn;
+
+/* Appends one case to `file`: the current findings of `nodes`, with the identifier `id_num` (-1
+ * for none) and the frequency `freq`.  A new or empty file first gets the header line: " IDnum"
+ * when id_num is 0 or more, "NumCases" when freq is not 1, then the node names.  A file that has a
+ * header keeps its columns (a column naming no node of the list is written missing; an id or a
+ * frequency other than 1 without its column is refused, 2091 and 2090).  Returns 0, or -1 on
+ * failure.  Errors: 5579 (id_num below -1), 5580 (freq below 0), the stream's write faults. */
+long WriteNetFindings_bn(const nodelist_bn* nodes, stream_vq* file, long id_num, double freq);
+
+/* Reads a case of `file` into the findings of `nodes` (all of one net), replacing their findings;
+ * listed nodes whose value is missing lose theirs.  `*case_posn` is FIRST_CASE, NEXT_CASE or a
+ * position returned before; it receives the position of the case read, or NO_MORE_CASES after
+ * the last (a NEXT_CASE after that starts over, with a warning).  `id_num` and `freq` (may be
+ * NULL) receive the case's IDnum (-1 without) and NumCases (1 without).  A case with a value that
+ * names no state is skipped with a warning (2103) and the next one read.  A refused value leaves
+ * every finding as it was; the next NEXT_CASE goes on after the faulty line.  Columns naming no
+ * node of the net are ignored.  Errors: 2111 (no cases), 2100-2107 (faulty values and lines, with
+ * the case, line, character and file), 3893, 2081, 2083, 2084, 2113, and the finding checks. */
+void ReadNetFindings_bn(caseposn_bn* case_posn, stream_vq* file, const nodelist_bn* nodes,
+                        long* id_num, double* freq);
+
+/* As ReadNetFindings_bn; with `add`, the listed nodes whose value is missing keep their
+ * findings. */
+void ReadNetFindings2_bn(caseposn_bn* case_posn, stream_vq* file, bool_vq add, const nodelist_bn* nodes,
+                         long* id_num, double* freq);
+
+/* As ReadNetFindings2_bn, with columns naming no node of the net treated by `add_new`; nodes it
+ * adds are read too.  Error 5582 for another mode. */
+void ReadNetFindings3_bn(caseposn_bn* case_posn, stream_vq* file, bool_vq add, const nodelist_bn* nodes,
+                         addnew_bn add_new, long* id_num, double* freq);
+
+/* Sets the delimiter of the case files the environment writes (and prefers when reading): ',',
+ * ' ' or '\t'; -1 only queries.  Returns the previous one, or -1 on failure.  Errors: 5574 (another
+ * character), 5575 (not a comma while the missing-data character is absent or a space). */
+int SetCaseFileDelimChar_vq(int newchar, environ_vq* env);
+
+/* Sets the missing-data character: 0 (absent: written as nothing), ' ', '*', '?' or '-'; -1 only
+ * queries.  Returns the previous one, or -1 on failure.  Errors: 5576 (another character), 5577
+ * (absent or a space while the delimiter is not a comma). */
+int SetMissingDataChar_vq(int newchar, environ_vq* env);
+
+/* Sets how a state is written: 0 its name, 1 its title, 2 its level (and real values for every
+ * node that has one), 3 "#" and its number; a form the node lacks falls to the next.  -1 only
+ * queries.  Returns the previous form, or -1 on failure (5578). */
+int SetCaseFileValueForm_vq(int form, environ_vq* env);
+
+/* An empty caseset named `name` (may be NULL), owned by `env` until deleted or the close. */
+caseset_cs* NewCaseset_cs(const char* name, environ_vq* env);
+
+/* Adds the cases of the case file `file` to the caseset, each weighted by `degree` (0 or more,
+ * 5584).  The file is read through and checked; a refused file leaves the caseset as it was.
+ * The caseset keeps the stream, not the cases: the file is read again when the caseset is
+ * written.  `options` must be NULL or "" (5583). */
+void AddFileToCaseset_cs(caseset_cs* cases, stream_vq* file, double degree, const char* options);
+
+/* Writes every case of the caseset to `file` (replacing its contents) as one case file: the
+ * union of the columns of its files, missing where a file lacks a column, NumCases multiplied by
+ * the file's degree.  `options` must be NULL or "" (5583).  Error 2115 when a file of the
+ * caseset has been deleted. */
+void WriteCaseset_cs(const caseset_cs* cases, stream_vq* file, const char* options);
+
+/* Frees the caseset (not its streams); its handle becomes invalid. */
+void DeleteCaseset_cs(caseset_cs* cases);
+
 #ifdef __cplusplus
 }
 #endif

@@ -8,6 +8,8 @@
 #include "BN/Bnet.h"
 #include "BN/ElimOrder.h"
 #include "BN/InferErrors.h"
+#include "BN/OrderSearch.h"
+#include "Basic/RandomGen.h"
 #include "Basic/EnvCore.h"
 #include "Basic/Format.h"
 #include "Basic/Raise.h"
@@ -54,8 +56,8 @@ void checkAcyclic(const Bnet& net) {
   }
 }
 
-// The moral graph over the nodes to eliminate: parents of chance and utility nodes married,
-// links into decisions dropped, constant and utility nodes left out.
+}  // namespace
+
 UGraph moralGraph(const Bnet& net) {
   UGraph g;
   std::map<const Bnode*, int> index;
@@ -88,6 +90,8 @@ UGraph moralGraph(const Bnet& net) {
   return g;
 }
 
+namespace {
+
 void checkNodes(const Bnet& net, const UGraph& g) {
   for (const Bnode* n : g.nodes)
     if (n->numStates == 0)
@@ -95,10 +99,12 @@ void checkNodes(const Bnet& net, const UGraph& g) {
                format(">-node '%s' is continuous and has not been discretized", n->name));
 }
 
-// The order to use: the stored one when it still fits, else a greedy one (stored on the net).
-std::vector<int> chooseOrder(Bnet& net, const UGraph& g) {
+// The order to use: the stored one when it still fits, else a greedy one, or with optimising the
+// search's best, starting from the stored one; a found order is stored on the net.
+std::vector<int> chooseOrder(Bnet& net, const UGraph& g, const CompileOptions& options) {
   std::map<const Bnode*, int> index;
   for (size_t i = 0; i < g.nodes.size(); ++i) index[g.nodes[i]] = static_cast<int>(i);
+  std::vector<int> stored;
   if (!net.elimOrder.empty()) {
     std::vector<int> order;
     std::vector<char> used(g.nodes.size(), 0);
@@ -109,12 +115,23 @@ std::vector<int> chooseOrder(Bnet& net, const UGraph& g) {
       if (it == index.end() || used[static_cast<size_t>(it->second)]) fits = false;
       else used[static_cast<size_t>(it->second)] = 1, order.push_back(it->second);
     }
-    if (fits && order.size() == g.nodes.size()) return order;
-    engNotice(net.env, err::OrderRemoved, net.name, "no longer lists the >-node-s of the >-net");
+    fits = fits && order.size() == g.nodes.size();
+    if (fits && !options.optimize) return order;
+    if (fits) stored = order;
+    else engNotice(net.env, err::OrderRemoved, net.name, "no longer lists the >-node-s of the >-net");
   }
+  // The nodes to eliminate in name order: ties in the heuristic fall the same way whatever order
+  // the nodes were made in.
   std::vector<int> all(g.nodes.size());
   for (size_t i = 0; i < all.size(); ++i) all[i] = static_cast<int>(i);
-  std::vector<int> order = all.size() < 2 ? all : greedyOrder(g, all, decisionStages(g), nullptr);
+  std::stable_sort(all.begin(), all.end(), [&](int a, int b) {
+    return g.nodes[static_cast<size_t>(a)]->name < g.nodes[static_cast<size_t>(b)]->name;
+  });
+  std::vector<int> order;
+  if (all.size() < 2) order = all;
+  else if (options.optimize)
+    order = searchOrder(g, all, stored, net.randgen.pick(net.env), {options.seconds, options.console});
+  else order = greedyOrder(g, all, decisionStages(g), nullptr);
   net.elimOrder.clear();
   for (int i : order) net.elimOrder.push_back(g.nodes[static_cast<size_t>(i)]);
   return order;
@@ -190,16 +207,18 @@ void checkMemory(Bnet& net, const JunctionTree& jt) {
 
 }  // namespace
 
-void compileNet(Bnet& net) {
+void compileNet(Bnet& net, const CompileOptions& options) {
   if (net.juncStep >= 1) return;
   net.uncompile();
   auto jt = std::make_unique<JunctionTree>();
   jt->hasDecisions = std::any_of(net.nodes.begin(), net.nodes.end(),
                                  [](const Bnode* n) { return n->kind == DECISION || n->kind == UTILITY; });
+  if (options.optimize && std::any_of(net.nodes.begin(), net.nodes.end(), [](const Bnode* n) { return n->kind == DECISION; }))
+    engError(net.env, err::OptimizingWithDecisions, net.name);
   checkAcyclic(net);
   UGraph g = moralGraph(net);
   checkNodes(net, g);
-  std::vector<int> order = chooseOrder(net, g);
+  std::vector<int> order = chooseOrder(net, g, options);
   for (const auto& members : orderCliques(g, order)) {
     Clique c;
     for (int m : members) {

@@ -2,6 +2,7 @@
 // potentials that belief updating keeps on them.
 #pragma once
 #include <cstdint>
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -48,8 +49,21 @@ struct JunctionTree {
   double totalSize() const;
 };
 
-// Compiles the net (nothing when it is compiled); with `optimize`, the order search runs.
-void compileNet(Bnet& net);
+// How a compile finds its order: the stored or greedy one, or (optimising) the order search for
+// `seconds`, printing its estimates to `console`.
+struct CompileOptions {
+  bool optimize = false;
+  double seconds = 0;
+  std::FILE* console = nullptr;
+};
+
+struct UGraph;
+// The moral graph over the nodes to eliminate: parents of chance and utility nodes married, links
+// into decisions dropped, constant and utility nodes left out.
+UGraph moralGraph(const Bnet& net);
+
+// Compiles the net (nothing when it is compiled).
+void compileNet(Bnet& net, const CompileOptions& options = {});
 void uncompileNet(Bnet& net);
 // "Clique  [Joined To] ..." report of the compiled net.
 std::string junctionTreeReport(const Bnet& net);

@@ -82,6 +82,7 @@ std::string FileSpec::displayName() const {
 
 void FileSpec::setContents(const char* bytes, size_t length, bool copy) {
   QASSERT(env_, isMemory());
+  ++generation_;
   if (!copy) {
     owned_.clear();
     owned_.shrink_to_fit();
@@ -127,6 +128,7 @@ void FileSpec::write(std::string_view bytes) { putBytes(bytes, "wb"); }
 void FileSpec::append(std::string_view bytes) { putBytes(bytes, "ab"); }
 
 void FileSpec::putBytes(std::string_view bytes, const char* mode) {
+  ++generation_;
   if (isMemory()) {
     std::string fresh = mode[0] == 'a' ? std::string(contents()) : std::string();
     fresh.append(bytes);
@@ -143,6 +145,7 @@ void FileSpec::putBytes(std::string_view bytes, const char* mode) {
 }
 
 std::FILE* FileSpec::openFile(const char* mode) {
+  ++generation_;
   if (file_ && fileMode_ == mode) {
     bool appending = std::strchr(mode, 'a') != nullptr;
     std::fseek(file_, 0, appending ? SEEK_END : SEEK_SET);
@@ -157,6 +160,7 @@ std::FILE* FileSpec::openFile(const char* mode) {
 }
 
 void FileSpec::closeFile() {
+  if (file_) ++generation_;
   if (file_) std::fclose(file_);
   file_ = nullptr;
   fileMode_.clear();
@@ -172,6 +176,7 @@ void FileSpec::setPassword(const char* password) {
 }
 
 void FileSpec::release() {
+  ++generation_;
   closeFile();
   std::string().swap(owned_);
   borrowed_ = nullptr;

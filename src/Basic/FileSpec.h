@@ -1,6 +1,7 @@
 // Streams: the one object through which every file is read and written, bound either to a file
 // path or to a buffer in memory.
 #pragma once
+#include <cstdint>
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -74,6 +75,10 @@ class FileSpec : public Tagged {
   std::FILE* openFile(const char* mode);
   void closeFile();
 
+  // Changes whenever the bytes or the open file may have changed under a reader that is kept
+  // between calls (contents set, written, released; the file opened, repositioned or closed).
+  uint64_t generation() const { return generation_; }
+
  private:
   void putBytes(std::string_view bytes, const char* mode);
 
@@ -86,6 +91,7 @@ class FileSpec : public Tagged {
   std::string password_;
   std::FILE* file_ = nullptr;
   std::string fileMode_;
+  uint64_t generation_ = 0;
 };
 
 }  // namespace quorva

@@ -14,6 +14,7 @@ inline constexpr uint16_t BNET_TYPE = 0x94A3;
 inline constexpr uint16_t BNODE_TYPE = 0x94A4;
 inline constexpr uint16_t NODELIST_TYPE = 0x94A5;
 inline constexpr uint16_t FILESPEC_TYPE = 0x94B1;
+inline constexpr uint16_t CASESET_TYPE = 0x94B4;
 inline constexpr uint16_t RANDGEN_TYPE = 0x9492;
 // Shared by several kinds of object: while being constructed, and after deletion.
 inline constexpr uint16_t BUILDING_TYPE = 0x9583;

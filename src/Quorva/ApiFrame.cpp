@@ -71,6 +71,12 @@ Environ* envOf(const stream_vq* stream) {
   return env && env->isOfType(ENVIRON_TYPE) ? env : defaultEnviron();
 }
 
+Environ* envOf(const caseset_cs* cases) {
+  if (singleGlobal() || !cases || !handleIsOfType(cases, CASESET_TYPE)) return defaultEnviron();
+  Environ* env = Environ::of(asCaseset(cases)->env);
+  return env && env->isOfType(ENVIRON_TYPE) ? env : defaultEnviron();
+}
+
 namespace {
 
 // The common handle check: null, type tag, deleted flag.  At level 1 nothing is checked, but a
@@ -118,6 +124,10 @@ RandomGen& ApiFrame::randgen(const randgen_vq* h) {
 
 FileSpec& ApiFrame::stream(const stream_vq* h) {
   return checked<FileSpec>(*this, h, FILESPEC_TYPE, "FileSpec", err::DeletedObject);
+}
+
+Caseset& ApiFrame::caseset(const caseset_cs* h) {
+  return checked<Caseset>(*this, h, CASESET_TYPE, "Caseset", err::DeletedObject);
 }
 
 void ApiFrame::state(const Bnode& node, int s) {

@@ -20,6 +20,7 @@ Environ* envOf(const nodelist_bn* list);
 Environ* envOf(const report_vq* report);
 Environ* envOf(const stream_vq* stream);
 Environ* envOf(const randgen_vq* rand);
+Environ* envOf(const caseset_cs* cases);
 
 // The checks a call makes on its arguments, at the environment's checking level.
 class ApiFrame {
@@ -37,6 +38,7 @@ class ApiFrame {
   FileSpec& stream(const stream_vq* h);
   // A random generator; one already deleted is refused as deleted.
   RandomGen& randgen(const randgen_vq* h);
+  Caseset& caseset(const caseset_cs* h);
   // A state index of a node with states (refused on one without).
   void state(const Bnode& node, int state);
   // A pointer argument that must not be null.

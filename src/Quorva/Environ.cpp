@@ -106,11 +106,14 @@ FileSpec& Environ::adoptStream(std::unique_ptr<FileSpec> stream) {
 }
 
 void Environ::deleteStream(FileSpec& stream) {
+  caseCursors.erase(&stream);
   stream.release();
   stream.deleted = 1;
 }
 
 void Environ::close() {
+  caseCursors.clear();
+  for (const auto& c : casesets) c->release();
   for (const auto& s : streams) deleteStream(*s);
   lists.clear();
   while (!nets.empty()) deleteNet(*nets.back());

@@ -11,6 +11,9 @@
 #include "BN/NodeList.h"
 #include "Basic/EnvCore.h"
 #include "Basic/FileSpec.h"
+#include "VarVal/CaseFindings.h"
+#include "VarVal/CaseFormat.h"
+#include "VarVal/Caseset.h"
 
 namespace quorva {
 
@@ -44,6 +47,11 @@ class Environ : public EnvCore {
   std::vector<std::unique_ptr<FileSpec>> streams;
   FileSpec& adoptStream(std::unique_ptr<FileSpec> stream);
   void deleteStream(FileSpec& stream);
+  // Case files: the settings, the cursors of reading one case at a time (per stream), and the
+  // casesets (a deleted one stays as a shell until the close).
+  CaseFormat caseFormat;
+  CaseCursors caseCursors;
+  std::vector<std::unique_ptr<Caseset>> casesets;
   // Frees everything the environment owns and marks it closed.
   void close();
 };

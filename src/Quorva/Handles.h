@@ -10,6 +10,7 @@
 #include "Basic/RandomGen.h"
 #include "Quorva.h"
 #include "Quorva/Environ.h"
+#include "VarVal/Caseset.h"
 
 namespace quorva {
 
@@ -25,6 +26,7 @@ inline NodeList* asList(const nodelist_bn* h) { return engine<NodeList>(h); }
 inline ErrorRecord* asReport(const report_vq* h) { return engine<ErrorRecord>(h); }
 inline FileSpec* asStream(const stream_vq* h) { return engine<FileSpec>(h); }
 inline RandomGen* asRandgen(const randgen_vq* h) { return engine<RandomGen>(h); }
+inline Caseset* asCaseset(const caseset_cs* h) { return engine<Caseset>(h); }
 
 // The int a C caller passed for an enum parameter: any int may arrive, and reading one outside
 // the enumerators as the enum type would be undefined.
@@ -44,5 +46,6 @@ inline const nodelist_bn* handle(const NodeList* l) { return reinterpret_cast<co
 inline report_vq* handle(ErrorRecord* r) { return reinterpret_cast<report_vq*>(r); }
 inline stream_vq* handle(FileSpec* s) { return reinterpret_cast<stream_vq*>(s); }
 inline randgen_vq* handle(RandomGen* g) { return reinterpret_cast<randgen_vq*>(g); }
+inline caseset_cs* handle(Caseset* c) { return reinterpret_cast<caseset_cs*>(c); }
 
 }  // namespace quorva

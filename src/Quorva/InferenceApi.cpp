@@ -160,11 +160,15 @@ double JointProbability_bn(const nodelist_bn* nodes, const state_bn* states) {
     net.autoUpdate = false;
     double joint = 0;
     bool possible = true;
+    for (size_t i = 0; i < list.nodes.size(); ++i) f.state(*list.nodes[i], states[i]);
     for (size_t i = 0; i < list.nodes.size() && possible; ++i) {
       Bnode& n = *list.nodes[i];
       if (n.finding.state >= 0 && n.finding.state != states[i]) possible = false;
       Finding one = n.finding;
       if (!one.likelihood.empty() && one.likelihood[static_cast<size_t>(states[i])] == 0) possible = false;
+      // A likelihood keeps its weight at the state asked for and rules out the others.
+      for (size_t s = 0; s < one.likelihood.size(); ++s)
+        if (s != static_cast<size_t>(states[i])) one.likelihood[s] = 0;
       one.state = states[i];
       n.finding = one;
     }

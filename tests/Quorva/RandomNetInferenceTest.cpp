@@ -68,6 +68,38 @@ class RandomNetInferenceTest : public NetTest {
     }
     EXPECT_LE(worst, 1e-5) << where << ": beliefs of " << at;
     EXPECT_NEAR(FindingsProbability_bn(net), want.probFindings, 1e-4 * want.probFindings) << where;
+
+    // The probability of one to three nodes being in given states, given the findings.
+    nodelist_bn* some = NewNodeList2_bn(0, net);
+    std::vector<state_bn> config;
+    std::vector<std::vector<double>> joint = lik;
+    for (unsigned k = 1 + rng() % 3; k > 0; --k) {
+      size_t i = rng() % nodes.size();
+      if (IndexOfNodeInList_bn(nodes[i], some, 0) >= 0) continue;
+      size_t s = rng() % static_cast<unsigned>(GetNodeNumberStates_bn(nodes[i]));
+      AddNodeToList_bn(nodes[i], some, -1);
+      config.push_back(static_cast<state_bn>(s));
+      std::vector<double> only(static_cast<size_t>(GetNodeNumberStates_bn(nodes[i])), 0.0);
+      only[s] = joint[i].empty() ? 1.0 : joint[i][s];
+      joint[i] = only;
+    }
+    EXPECT_NEAR(JointProbability_bn(some, config.data()), ref->solve(joint).probFindings / want.probFindings, 1e-5)
+        << where << ": joint probability of " << listNames(some);
+    DeleteNodeList_bn(some);
+
+    // Now and then, the most probable state of each node: its best configuration is as good as
+    // that of any other state (ties allowed).
+    if (rng() % 4 == 0) {
+      std::vector<state_bn> config(nodes.size(), UNDEF_STATE);
+      MostProbableConfig_bn(GetNetNodes_bn(net), config.data(), 0);
+      std::vector<std::vector<double>> best = ref->maxMarginals(lik);
+      for (size_t i = 0; i < nodes.size(); ++i) {
+        double top = *std::max_element(best[i].begin(), best[i].end());
+        bool inRange = config[i] >= 0 && static_cast<size_t>(config[i]) < best[i].size();
+        double got = inRange ? best[i][static_cast<size_t>(config[i])] : -1;
+        EXPECT_NEAR(got, top, 1e-5 * top) << where << ": most probable state of V" << i;
+      }
+    }
     EXPECT_EQ(errorCount(ERROR_ERR), 0) << where;
     return true;
   }
@@ -173,9 +205,9 @@ class RandomNetInferenceTest : public NetTest {
 };
 
 TEST_F(RandomNetInferenceTest, BeliefsMatchEnumerationAsFindingsComeAndGoAndTablesChange) {
-  for (unsigned seed = 1; seed <= 36; ++seed) {
-    start(seed, seed % 3 == 0);
-    SCOPED_TRACE("seed " + std::to_string(seed) + (autoUpdating ? " auto-update" : ""));
+  for (unsigned seed = 1; seed <= 30; ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed) + (seed % 3 == 0 ? " auto-update" : ""));
+    ASSERT_NO_FATAL_FAILURE(start(seed, seed % 3 == 0));
     matchesReference("no findings");
     for (int round = 0; round < 4; ++round) {
       for (unsigned k = 1 + rng() % 4; k > 0; --k) {

@@ -75,3 +75,20 @@ ReferenceJoint::Answer ReferenceJoint::solve(const std::vector<std::vector<doubl
   }
   return out;
 }
+
+std::vector<std::vector<double>> ReferenceJoint::maxMarginals(const std::vector<std::vector<double>>& likelihoods) const {
+  std::vector<std::vector<double>> best;
+  for (int s : states_) best.emplace_back(static_cast<size_t>(s), 0.0);
+  std::vector<int> config(states_.size(), 0);
+  size_t at = 0;
+  do {
+    double w = joint_[at++];
+    for (size_t v = 0; v < config.size(); ++v)
+      if (!likelihoods[v].empty()) w *= likelihoods[v][static_cast<size_t>(config[v])];
+    for (size_t v = 0; v < config.size(); ++v) {
+      double& b = best[v][static_cast<size_t>(config[v])];
+      if (w > b) b = w;
+    }
+  } while (advance(config, states_));
+  return best;
+}

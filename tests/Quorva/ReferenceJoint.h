@@ -18,6 +18,8 @@ class ReferenceJoint {
   };
   // `likelihoods` holds one vector per node in net order (empty: no finding on that node).
   Answer solve(const std::vector<std::vector<double>>& likelihoods) const;
+  // Per node and state, the largest weight of a configuration with the node in that state.
+  std::vector<std::vector<double>> maxMarginals(const std::vector<std::vector<double>>& likelihoods) const;
 
   std::size_t size() const { return joint_.size(); }
 

@@ -1,0 +1,270 @@
+// Reading a case file as a table: preamble, header and case lines.
+#include "VarVal/CaseReader.h"
+
+#include <cctype>
+#include <cmath>
+#include <cstdlib>
+
+#include "Basic/Raise.h"
+#include "VarVal/CaseErrors.h"
+
+namespace quorva {
+
+namespace {
+
+bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\v' || c == '\f' || c == '\r' || c == '\n'; }
+
+std::string trimmed(const std::string& s, size_t& first) {
+  first = 0;
+  while (first < s.size() && isBlank(s[first])) ++first;
+  size_t last = s.size();
+  while (last > first && isBlank(s[last - 1])) --last;
+  return s.substr(first, last - first);
+}
+
+bool endsWithCsv(const std::string& path) {
+  if (path.size() < 4) return false;
+  std::string ext = path.substr(path.size() - 4);
+  for (char& c : ext) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return ext == ".csv";
+}
+
+// A whole field as a non-negative decimal integer.
+bool parseId(const std::string& s, long& out) {
+  if (s.empty() || s.size() > 18) return false;
+  for (char c : s)
+    if (c < '0' || c > '9') return false;
+  out = std::strtol(s.c_str(), nullptr, 10);
+  return true;
+}
+
+}  // namespace
+
+CaseReader::CaseReader(FileSpec& stream, const CaseFormat& format, bool quiet, size_t block)
+    : stream_(stream), format_(format), quiet_(quiet), rd_(stream, Syntax{{0, 0}, false, false}, block) {}
+
+void CaseReader::checkEncoding() {
+  int b0 = rd_.peek(0), b1 = rd_.peek(1), b2 = rd_.peek(2), b3 = rd_.peek(3);
+  const char* wide = nullptr;
+  if (b0 == 0xFF && b1 == 0xFE)
+    wide = (b2 == 0 && b3 == 0) ? "UTF-32LE" : "UTF-16LE";
+  else if (b0 == 0xFE && b1 == 0xFF)
+    wide = "UTF-16BE";
+  else if (b0 == 0 && b1 == 0 && b2 == 0xFE && b3 == 0xFF)
+    wide = "UTF-32BE";
+  else if (b0 > 0 && b1 == 0)
+    wide = "UTF-16LE";
+  else if (b0 == 0 && b1 > 0)
+    wide = "UTF-16BE";
+  if (wide) engError(stream_.env(), err::CaseNotAscii, wide, stream_.displayName());
+  rd_.skipText("\xEF\xBB\xBF");  // a UTF-8 byte order mark
+}
+
+void CaseReader::readMagic(const std::string& line) {
+  size_t open = line.find("~->[");
+  size_t close = line.find("]->~", open);
+  if (close == std::string::npos) return;
+  std::string inside = line.substr(open + 4, close - open - 4);
+  size_t dash = inside.find('-');
+  std::string kind = inside.substr(0, dash);
+  if (kind != "CASE") engError(stream_.env(), err::NotCaseFile, kind, stream_.displayName());
+  version_ = dash == std::string::npos ? 0 : std::strtod(inside.c_str() + dash + 1, nullptr);
+  if (version_ != CASE_FILE_VERSION && !quiet_)
+    engWarning(stream_.env(), err::CaseFileVersion, version_ < CASE_FILE_VERSION ? "old" : "new", version_,
+               stream_.displayName());
+}
+
+bool CaseReader::stripComments(std::string& line, long) {
+  bool data = false, openedHere = false, inQuote = false;
+  for (size_t i = 0; i < line.size(); ++i) {
+    char c = line[i];
+    char d = i + 1 < line.size() ? line[i + 1] : '\0';
+    if (comment_ == Comment::Block) {
+      if (c == '*' && d == '/') {
+        line[i + 1] = ' ';
+        ++i;
+        comment_ = Comment::None;
+      }
+      line[i] = ' ';
+      continue;
+    }
+    if (comment_ == Comment::Nested) {
+      if ((c == '/' && d == '#') || (c == '#' && d == '/')) {
+        depth_ += c == '/' ? 1 : -1;
+        line[i] = line[i + 1] = ' ';
+        ++i;
+        if (depth_ == 0) comment_ = Comment::None;
+      } else {
+        line[i] = ' ';
+      }
+      continue;
+    }
+    if (inQuote) {
+      if (c == '\\')
+        ++i;
+      else if (c == '"')
+        inQuote = false;
+      continue;
+    }
+    if (c == '"') {
+      inQuote = data = true;
+    } else if (c == '/' && d == '/') {
+      line.resize(i);
+      break;
+    } else if (c == '/' && (d == '*' || d == '#')) {
+      comment_ = d == '*' ? Comment::Block : Comment::Nested;
+      depth_ = 1;
+      openedHere = true;
+      line[i] = line[i + 1] = ' ';
+      ++i;
+    } else if (!isBlank(c)) {
+      data = true;
+    }
+  }
+  if (comment_ != Comment::None && openedHere && data)
+    engError(stream_.env(), err::CaseMultiLineComment);
+  return data;
+}
+
+bool CaseReader::nextDataLine(std::string& line, long& lineNo, uint64_t& offset) {
+  while (!rd_.atEnd()) {
+    offset = rd_.offset();
+    lineNo = rd_.here().line;
+    line = rd_.readRestOfLine();
+    if (stripComments(line, lineNo)) return true;
+  }
+  return false;
+}
+
+char CaseReader::chooseDelimiter(const std::string& header) const {
+  if (endsWithCsv(stream_.name())) return ',';
+  if (header.find(format_.delimiter) != std::string::npos) return format_.delimiter;
+  for (char c : {'\t', ','})
+    if (header.find(c) != std::string::npos) return c;
+  return ' ';
+}
+
+void CaseReader::split(const std::string& line, std::vector<std::string>& fields, std::vector<long>& chars) const {
+  fields.clear();
+  chars.clear();
+  auto field = [&](size_t from, size_t to) {
+    size_t lead = 0;
+    fields.push_back(trimmed(line.substr(from, to - from), lead));
+    chars.push_back(static_cast<long>(from + lead + 1));
+  };
+  size_t i = 0, n = line.size();
+  if (delim_ == ' ') {
+    while (true) {
+      while (i < n && isBlank(line[i])) ++i;
+      if (i >= n) break;
+      size_t start = i;
+      bool inQuote = false;
+      for (; i < n && (inQuote || !isBlank(line[i])); ++i) {
+        if (inQuote && line[i] == '\\')
+          ++i;
+        else if (line[i] == '"')
+          inQuote = !inQuote;
+      }
+      field(start, std::min(i, n));
+    }
+    return;
+  }
+  size_t start = 0;
+  bool inQuote = false;
+  for (; i < n; ++i) {
+    if (inQuote && line[i] == '\\') {
+      ++i;
+    } else if (line[i] == '"') {
+      inQuote = !inQuote;
+    } else if (!inQuote && line[i] == delim_) {
+      field(start, i);
+      start = i + 1;
+    }
+  }
+  field(start, n);
+}
+
+bool CaseReader::readHeader() {
+  checkEncoding();
+  bool sawMagic = false;
+  std::string line;
+  while (!rd_.atEnd()) {
+    long lineNo = rd_.here().line;
+    line = rd_.readRestOfLine();
+    if (comment_ == Comment::None) {
+      size_t lead = 0;
+      std::string t = trimmed(line, lead);
+      if (t.rfind("//", 0) == 0) {
+        if (!sawMagic && t.find("~->[") != std::string::npos) {
+          readMagic(t);
+          sawMagic = version_ > 0;
+        }
+        continue;
+      }
+    }
+    if (!stripComments(line, lineNo)) continue;
+    if (!sawMagic && !quiet_) engNotice(stream_.env(), err::CaseNoVersion, stream_.displayName());
+    delim_ = chooseDelimiter(line);
+    std::vector<std::string> names;
+    std::vector<long> chars;
+    split(line, names, chars);
+    for (std::string& name : names) {
+      CaseColumn col;
+      col.name = std::move(name);
+      if (col.name == "IDnum") {
+        if (idColumn_ >= 0) engError(stream_.env(), err::MultipleIdNum, stream_.displayName());
+        col.role = CaseColumn::IdNum;
+        idColumn_ = static_cast<int>(columns_.size());
+      } else if (col.name == "NumCases") {
+        if (freqColumn_ >= 0) engError(stream_.env(), err::MultipleNumCases, stream_.displayName());
+        col.role = CaseColumn::NumCases;
+        freqColumn_ = static_cast<int>(columns_.size());
+      }
+      columns_.push_back(std::move(col));
+    }
+    lastCount_ = columns_.size();
+    return true;
+  }
+  return false;
+}
+
+std::string CaseReader::where(const CaseRow& row, long charPos) const {
+  return quorva::format("case %ld on line %ld (char %ld of file '%s')", row.number, row.line, charPos,
+                stream_.displayName());
+}
+
+bool CaseReader::next(CaseRow& row) {
+  std::string line;
+  long lineNo = 0;
+  uint64_t offset = 0;
+  if (!nextDataLine(line, lineNo, offset)) return false;
+  row.number = ++cases_;
+  row.line = lineNo;
+  row.offset = offset;
+  row.id = -1;
+  row.freq = 1;
+  split(line, row.fields, row.chars);
+  size_t count = row.fields.size(), before = lastCount_;
+  lastCount_ = count;
+  EnvCore* env = stream_.env();
+  if (count < columns_.size())
+    engError(env, err::CaseTooFew, static_cast<int>(count), static_cast<int>(before), where(row, 1));
+  if (count > columns_.size()) engError(env, err::CaseTooMany, static_cast<int>(before), where(row, 1));
+  if (idColumn_ >= 0) {
+    const std::string& f = row.fields[static_cast<size_t>(idColumn_)];
+    if (!format_.isMissing(f) && !parseId(f, row.id))
+      engError(env, err::CaseIllegalValue, f, "IDnum", where(row, row.chars[static_cast<size_t>(idColumn_)]));
+  }
+  if (freqColumn_ >= 0) {
+    const std::string& f = row.fields[static_cast<size_t>(freqColumn_)];
+    if (!format_.isMissing(f)) {
+      char* end = nullptr;
+      row.freq = std::strtod(f.c_str(), &end);
+      if (*end || !std::isfinite(row.freq) || row.freq < 0)
+        engError(env, err::CaseIllegalNumCases, f, where(row, row.chars[static_cast<size_t>(freqColumn_)]));
+    }
+  }
+  return true;
+}
+
+}  // namespace quorva
