@@ -68,6 +68,7 @@ class Bnet : public Tagged {
   void tablesChanged();
   std::unique_ptr<JunctionTree> jt;  // present while compiled
   std::vector<Finding> enteredAs;    // per node: the finding now in the clique potentials
+  std::shared_ptr<void> kernelPlans; // the table kernels' iteration plans for this net's tables
   // Findings changed: beliefs that were current are stale until updated again.
   void findingsChanged() { if (juncStep > 4) juncStep = 4; }
   bool beliefsCurrent() const { return juncStep >= 5; }

@@ -27,9 +27,14 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <memory>
+#include <system_error>
+#include <unordered_map>
+#include <thread>
 #include <type_traits>
 #include <vector>
 
+#include "BN/Bnet.h"
 #include "BN/Bnode.h"
 #include "BN/PotErrors.h"
 #include "BN/PotTable.h"
@@ -495,13 +500,98 @@ void reduceBlock(const Plan& p, const float* __restrict x, float* y, Op op) {
   }
 }
 
+// Plans depend only on the two node lists (and on the current states of fixed nodes, which only
+// move the base offset), so each net keeps the plans of the table pairs it has met.
+struct PlanKey {
+  const void* a;
+  const void* ad;
+  const void* b;
+  const void* bd;
+  bool bOnly;
+  bool operator==(const PlanKey&) const = default;
+};
+struct PlanKeyHash {
+  size_t operator()(const PlanKey& k) const {
+    auto h = [](const void* p) { return std::hash<const void*>()(p); };
+    return h(k.a) ^ (h(k.b) * 31) ^ (h(k.ad) * 7) ^ (h(k.bd) * 131) ^ k.bOnly;
+  }
+};
+struct CachedPlan {
+  Plan plan;
+  std::weak_ptr<const std::vector<Bnode*>> a, b;  // alive means the keys still name these lists
+  std::weak_ptr<const std::vector<int>> ad, bd;
+};
+struct PlanCache {
+  std::unordered_map<PlanKey, CachedPlan, PlanKeyHash> plans;
+};
+
+constexpr size_t MAX_CACHED_PLANS = 4096;
+
+// The plan for A and B: from the net's cache when both lists are the ones it was made for.
+const Plan& cachedPlan(const PotTable& a, const PotTable& b, bool bOnly, Plan& temp) {
+  Bnet* net = !a.nodes().empty() ? a.nodes().front()->net : !b.nodes().empty() ? b.nodes().front()->net : nullptr;
+  auto an = a.nodesHandle(), bn = b.nodesHandle();
+  // Only lists that several tables share (clique, separator and base tables) are worth a plan
+  // kept: a table made for one call (a finding, a belief) brings a list of its own.
+  if (!net || an.use_count() < 2 || bn.use_count() < 2) return temp = makePlan(a, b, bOnly);
+  if (!net->kernelPlans) net->kernelPlans = std::make_shared<PlanCache>();
+  auto& cache = static_cast<PlanCache*>(net->kernelPlans.get())->plans;
+  auto ad = a.dimsHandle(), bd = b.dimsHandle();
+  PlanKey key{an.lock().get(), ad.lock().get(), bn.lock().get(), bd.lock().get(), bOnly};
+  auto it = cache.find(key);
+  if (it != cache.end() && !it->second.a.expired() && !it->second.b.expired() && !it->second.ad.expired() &&
+      !it->second.bd.expired()) {
+    Plan& p = it->second.plan;
+    // Only the base offset of nodes fixed at their current states can have moved.
+    if (!bOnly) {
+      p.baseB = 0;
+      const auto& bl = b.nodes();
+      const auto& bdims = b.dims();
+      size_t stride = 1;
+      for (size_t j = bl.size(); j-- > 0; stride *= static_cast<size_t>(bdims[j])) {
+        if (indexIn(a.nodes(), bl[j]) >= 0) continue;
+        int st = bl[j]->curState;
+        if (st < 0 || st >= bdims[j])
+          engError(a.env(), err::CurrentStateRange, st, bdims[j], static_cast<int>(j), bl[j]->numStates);
+        p.baseB += static_cast<size_t>(st) * stride;
+      }
+    }
+    return p;
+  }
+  if (cache.size() >= MAX_CACHED_PLANS) cache.clear();
+  CachedPlan& slot = cache[key];
+  slot = CachedPlan{makePlan(a, b, bOnly), an, bn, ad, bd};
+  return slot.plan;
+}
+
+// A block copy; 65,536 floats or more are split with a worker thread when the machine has more
+// than one core (and copied in one piece when no thread can be started).
+void copyBlock(float* dst, const float* src, size_t n) {
+  constexpr size_t SPLIT = 65536;
+  if (n < SPLIT || std::thread::hardware_concurrency() < 2) {
+    std::memcpy(dst, src, n * sizeof(float));
+    return;
+  }
+  size_t half = n / 2;
+  std::thread worker;
+  try {
+    worker = std::thread([=] { std::memcpy(dst + half, src + half, (n - half) * sizeof(float)); });
+  } catch (const std::system_error&) {
+    std::memcpy(dst, src, n * sizeof(float));
+    return;
+  }
+  std::memcpy(dst, src, half * sizeof(float));
+  worker.join();
+}
+
 template <class Op>
 void readKernel(PotTable& dst, const PotTable& src, Op op) {
   if (dst.nodes() == src.nodes() && dst.dims() == src.dims()) {  // the same list: entry by entry
     rowOp(dst.data(), src.data(), dst.size(), op);
     return;
   }
-  Plan p = makePlan(dst, src, false);
+  Plan temp;
+  const Plan& p = cachedPlan(dst, src, false, temp);
   float* a = dst.data();
   const float* b = src.data();
   if (p.tiled) {
@@ -526,7 +616,8 @@ void reduceInto(PotTable& dst, const PotTable& src, float start, Op op) {
   requireAllocated(dst, "isAllocated()");
   QASSERT(dst.env(), dst.data() != src.data());
   std::fill(dst.data(), dst.data() + dst.size(), start);
-  Plan p = makePlan(src, dst, true);
+  Plan temp;
+  const Plan& p = cachedPlan(src, dst, true, temp);
   const float* a = src.data();
   float* b = dst.data();
   if (p.tiled) {
@@ -554,7 +645,7 @@ void copyFrom(PotTable& dst, const PotTable& src, bool reorder) {
   requireAllocated(dst, "isAllocated()");
   if (!reorder || dst.nodes() == src.nodes()) {
     QASSERT(dst.env(), dst.size() == src.size());
-    if (&src != &dst) std::memcpy(dst.data(), src.data(), dst.size() * sizeof(float));
+    if (&src != &dst) copyBlock(dst.data(), src.data(), dst.size());
   } else {
     readKernel(dst, src, CopyOp{});
   }

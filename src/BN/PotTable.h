@@ -53,6 +53,10 @@ class PotTable {
   const std::vector<int>& dims() const { return *dims_; }
   size_t numNodes() const { return nodes_->size(); }
   bool sharesNodesWith(const PotTable& o) const { return nodes_ == o.nodes_; }
+  // The node list's identity, for caching what depends only on the list (it never changes in
+  // place: a change makes a new list).
+  std::weak_ptr<const NodeVec> nodesHandle() const { return nodes_; }
+  std::weak_ptr<const std::vector<int>> dimsHandle() const { return dims_; }
   // Entries: the product of the dimensions, or TOO_LARGE past 2147483647.
   size_t size() const { return size_; }
   // The length of a row: the last node's state count (1 with no nodes).

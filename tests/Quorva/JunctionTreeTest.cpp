@@ -3,6 +3,7 @@
 // that hold their families, the cliques of the elimination order, decision and utility nodes; and
 // compiling, uncompiling, stored elimination orders and cycles through the API.
 #include <algorithm>
+#include <iterator>
 #include <map>
 #include <numeric>
 #include <random>

@@ -1,6 +1,7 @@
 // Beliefs and the probability of findings on random nets against an exact enumeration of the
 // joint: findings of every kind entered one at a time, retracted, and tables changed after
 // compiling, with and without automatic updating; impossible findings and recovery from them.
+#include <algorithm>
 #include <cmath>
 #include <functional>
 #include <memory>
