@@ -42,7 +42,7 @@ std::unique_ptr<Bnet> makeNet(EnvCore& env) {
   setStateTitle(b, 2, "four \"4\"");
   Bnode& d = net->addNode("D", 0);
   const double bounds[3] = {0, 10, 100};
-  setLevels(d, 3, bounds);
+  setLevels(d, 2, bounds);  // two intervals: three thresholds
   net->addNode("C", 0);
   return net;
 }
