@@ -10,7 +10,7 @@
 #include "BN/BifWriter.h"
 #include "BN/Bnet.h"
 #include "Basic/EnvCore.h"
-#include "Basic/FileSpec.h"
+#include "Basic/Stream.h"
 #include "Basic/Raise.h"
 
 using namespace quorva;

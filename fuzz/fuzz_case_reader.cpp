@@ -14,7 +14,7 @@
 #include "BN/Bnode.h"
 #include "BN/NodeStates.h"
 #include "Basic/EnvCore.h"
-#include "Basic/FileSpec.h"
+#include "Basic/Stream.h"
 #include "Basic/Raise.h"
 #include "VarVal/CaseFindings.h"
 #include "VarVal/CaseReader.h"

@@ -7,7 +7,7 @@
 #include "BN/Bnet.h"
 #include "BN/DnetReader.h"
 #include "Basic/EnvCore.h"
-#include "Basic/FileSpec.h"
+#include "Basic/Stream.h"
 #include "Basic/Raise.h"
 
 using namespace quorva;

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "Basic/EnvCore.h"
-#include "Basic/FileSpec.h"
+#include "Basic/Stream.h"
 #include "Basic/Raise.h"
 #include "Basic/Settings.h"
 #include "Basic/StringQuoter.h"

@@ -12,7 +12,7 @@
 #include "BN/BifErrors.h"
 #include "BN/Bnet.h"
 #include "BN/NodeTableOps.h"
-#include "Basic/FileSpec.h"
+#include "Basic/Stream.h"
 #include "Basic/IdName.h"
 #include "Basic/Raise.h"
 

@@ -10,7 +10,7 @@
 #include "BN/DnetTables.h"
 #include "BN/JunctionTree.h"
 #include "Basic/EnvCore.h"
-#include "Basic/FileSpec.h"
+#include "Basic/Stream.h"
 
 namespace quorva {
 

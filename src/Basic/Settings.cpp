@@ -9,7 +9,7 @@
 #include <filesystem>
 
 #include "Basic/EnvCore.h"
-#include "Basic/FileSpec.h"
+#include "Basic/Stream.h"
 #include "Basic/Raise.h"
 #include "Basic/ReaderErrors.h"
 

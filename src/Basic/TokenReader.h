@@ -53,7 +53,7 @@
 
 #include "Basic/ErrDef.h"
 #include "Basic/ErrorRecord.h"
-#include "Basic/FileSpec.h"
+#include "Basic/Stream.h"
 #include "Basic/Format.h"
 #include "Basic/Raise.h"
 

@@ -10,7 +10,7 @@
 #include "BN/Bnet.h"
 #include "BN/NodeList.h"
 #include "Basic/EnvCore.h"
-#include "Basic/FileSpec.h"
+#include "Basic/Stream.h"
 #include "VarVal/CaseFindings.h"
 #include "VarVal/CaseFormat.h"
 #include "VarVal/Caseset.h"

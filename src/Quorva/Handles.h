@@ -6,7 +6,7 @@
 #include "BN/Bnode.h"
 #include "BN/NodeList.h"
 #include "Basic/ErrorRecord.h"
-#include "Basic/FileSpec.h"
+#include "Basic/Stream.h"
 #include "Basic/RandomGen.h"
 #include "Quorva.h"
 #include "Quorva/Environ.h"

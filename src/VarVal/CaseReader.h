@@ -18,7 +18,7 @@
 #include <string>
 #include <vector>
 
-#include "Basic/FileSpec.h"
+#include "Basic/Stream.h"
 #include "Basic/TokenReader.h"
 #include "VarVal/CaseFormat.h"
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "Basic/FileSpec.h"
+#include "Basic/Stream.h"
 #include "VarVal/CaseFormat.h"
 
 namespace quorva {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "Basic/FileSpec.h"
+#include "Basic/Stream.h"
 #include "Basic/Tagged.h"
 #include "VarVal/CaseFormat.h"
 

@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "Basic/EnvCore.h"
-#include "Basic/FileSpec.h"
+#include "Basic/Stream.h"
 #include "Basic/Raise.h"
 #include "Basic/TokenReader.h"
 

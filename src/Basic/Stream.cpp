@@ -1,5 +1,5 @@
 // Streams over files and memory buffers: opening, block reads, writes, appends and passwords.
-#include "Basic/FileSpec.h"
+#include "Basic/Stream.h"
 
 #include <algorithm>
 #include <cctype>
