@@ -50,7 +50,7 @@ test: deps
 tsan: deps
 	cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=Debug \
 	  -DQUORVA_SANITIZE=thread -DQUORVA_BENCH=OFF
-	cmake --build build-tsan $(JOBS)
+	cmake --build build-tsan $(JOBS) --target test_Quorva
 	TSAN_OPTIONS=halt_on_error=1 ctest --test-dir build-tsan --output-on-failure -L Quorva $(JOBS)
 
 bench: deps
