@@ -156,23 +156,28 @@ void DnetReader::readNetStatement(const std::string& word) {
   readNetField(word);
 }
 
-void DnetReader::readNetField(const std::string& word) {
-  ContextScope ctx(rd_, {"net", net_->name, word});
-  TextPosition at = rd_.tokenStart();
-  bool known = netFieldNames().count(word) > 0;
+bool DnetReader::openField(const std::string& word, bool known, const TextPosition& at) {
   if (rd_.skipSpace() != '=') {
     if (known) rd_.fail(err::DnetMissingEquals, word);
     rd_.warnAt(at, err::DnetUnknownItem, "object", word);
     skipObject();
     rd_.readPunct(';');
-    return;
+    return false;
   }
   rd_.readPunct('=');
   if (!known) {
     rd_.warnAt(at, err::DnetUnknownItem, "field", word);
     skipValue();
-    return endStatement(word);
+    endStatement(word);
+    return false;
   }
+  return true;
+}
+
+void DnetReader::readNetField(const std::string& word) {
+  ContextScope ctx(rd_, {"net", net_->name, word});
+  TextPosition at = rd_.tokenStart();
+  if (!openField(word, netFieldNames().count(word) > 0, at)) return;
   if (!netFields_.insert(word).second) rd_.failAt(at, err::DnetDuplicateNetField, word);
   if (word == "title") {
     net_->title = rd_.readQuoted();

@@ -72,6 +72,9 @@ class DnetReader {
   void readTopObject();
   void readNetBlock();
   void readNetStatement(const std::string& word);
+  // Reads the "=" after a field name; an unknown object or field is skipped with a warning
+  // (false), a known field without "=" refused.  True when the caller is to read the value.
+  bool openField(const std::string& word, bool known, const TextPosition& at);
   void readNetField(const std::string& word);
   void readNodeset();
   void readUser(UserFields& into);

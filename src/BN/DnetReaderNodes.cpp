@@ -133,20 +133,7 @@ void DnetReader::inheritFrom(NodeDecl& d, const NodeDecl& def) {
 void DnetReader::readNodeField(NodeDecl& d, const std::string& word) {
   ContextScope ctx(rd_, {"node", d.name, word});
   TextPosition at = rd_.tokenStart();
-  bool known = nodeFieldNames().count(word) > 0;
-  if (rd_.skipSpace() != '=') {
-    if (known) rd_.fail(err::DnetMissingEquals, word);
-    rd_.warnAt(at, err::DnetUnknownItem, "object", word);
-    skipObject();
-    rd_.readPunct(';');
-    return;
-  }
-  rd_.readPunct('=');
-  if (!known) {
-    rd_.warnAt(at, err::DnetUnknownItem, "field", word);
-    skipValue();
-    return endStatement(word);
-  }
+  if (!openField(word, nodeFieldNames().count(word) > 0, at)) return;
   if (d.fields.count(word)) rd_.failAt(at, err::DnetDuplicateNodeField, word, "node", d.name);
   if (word == "parents")
     for (const char* f : AFTER_PARENTS)
