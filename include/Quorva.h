@@ -491,6 +491,15 @@ void DeleteRandomGen_vq(randgen_vq* rand);
  * when the net is given another, and the application should no longer use it. */
 void SetNetRandomGen_bn(net_bn* net, randgen_vq* rand, bool_vq is_private);
 
+typedef enum { DEFAULT_SAMPLING = 0, JOIN_TREE_SAMPLING = 1, FORWARD_SAMPLING = 2 } sampling_bn;
+/* Draws a case from the net's distribution given its findings and enters it as state findings of
+ * the listed nodes (all of one net), replacing theirs.  Forward sampling (the default) draws
+ * parents first and repeats until a case agrees with the findings; junction-tree sampling
+ * compiles the net if needed and draws each listed node given the findings and the nodes drawn
+ * before it.  `rand` NULL draws from the net's generator.  Returns 0, or -1 when no case was found
+ * within `timeout` seconds (no limit when 0 or less) or on an error (findings left as they were). */
+int GenerateRandomCase_bn(const nodelist_bn* nodes, sampling_bn method, double timeout, randgen_vq* rand);
+
 /* ===================================================================== compiling and beliefs */
 /* Compiling builds the junction tree (moral graph, elimination order, cliques, home cliques).
  * Structural changes uncompile a net; table changes keep it compiled and rebuild its potentials;
@@ -524,6 +533,9 @@ double GetNodeExpectedValue_bn(node_bn* node, double* std_dev, double* x3, doubl
 void MostProbableConfig_bn(const nodelist_bn* nodes, state_bn* config, int nth);
 /* The probability that the listed nodes are in the given states, given the findings. */
 double JointProbability_bn(const nodelist_bn* nodes, const state_bn* states);
+/* The probability that the listed nodes are in the given states and the findings hold (the
+ * probability of the findings when the list is empty). */
+double GetJointProbability_bn(const nodelist_bn* nodes, const state_bn* states);
 
 /* ===================================================================== streams */
 /* A stream is the object through which nets, cases and other files are read and written: bound

@@ -267,6 +267,10 @@ void propagate(Bnet& net, JunctionTree& jt, bool maxMode) {
 
 // Makes the base: potentials from the tables, propagated with no findings, kept aside.
 void makeBase(Bnet& net, JunctionTree& jt) {
+  if (!jt.memoryChecked) {
+    checkTableMemory(net, jt, true);
+    jt.memoryChecked = true;
+  }
   if (net.juncStep < 2) allocateTables(net, jt);
   initPotentials(net, jt);
   propagate(net, jt, false);

@@ -7,6 +7,7 @@
 #include <map>
 
 #include "BN/Bnet.h"
+#include "Basic/Progress.h"
 #include "BN/PotTable.h"
 
 namespace quorva {
@@ -92,7 +93,7 @@ std::vector<int> decisionStages(const UGraph& g) {
 }
 
 std::vector<int> greedyOrder(const UGraph& g, const std::vector<int>& eliminate, const std::vector<int>& stage,
-                             double* cost) {
+                             double* cost, Progress* progress, size_t* placed) {
   Filled f(g);
   size_t n = g.nodes.size();
   std::vector<char> eliminated(n, 1);
@@ -157,6 +158,13 @@ std::vector<int> greedyOrder(const UGraph& g, const std::vector<int>& eliminate,
         if (nameGreater(g.nodes[static_cast<size_t>(b)], g.nodes[static_cast<size_t>(a)])) std::swap(a, b);
         f.link(a, b);
       }
+    if (progress && !progress->update(static_cast<double>(order.size()) / static_cast<double>(eliminate.size())) &&
+        !remaining.empty()) {
+      if (placed) *placed = order.size();
+      order.insert(order.end(), remaining.begin(), remaining.end());
+      total = scoreOrder(g, order);
+      break;
+    }
   }
   if (cost) *cost += total;
   return order;

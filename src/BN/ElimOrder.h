@@ -2,6 +2,7 @@
 // order, and the fill-in and maximal cliques of an order.  Graphs here are over node indices
 // 0..n-1 with symmetric neighbour lists.
 #pragma once
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -9,6 +10,7 @@ namespace quorva {
 
 class Bnode;
 class Bnet;
+class Progress;
 
 struct UGraph {
   std::vector<Bnode*> nodes;             // index -> node
@@ -21,9 +23,12 @@ double setSize(const UGraph& g, const std::vector<int>& members);
 
 // The greedy order over the listed nodes (indices), with decision stages and the simplicial
 // shortcut.  `stage[i]` is each node's stage (all 0 in a net without decisions).  Adds the total
-// clique size to *cost when given.
+// clique size to *cost when given.  With `progress`, reports step / number of nodes and stops
+// when the user halts: the nodes not yet placed follow in their list order, *placed (when given)
+// is set to the number placed before the halt, and the cost is that of the completed order.
 std::vector<int> greedyOrder(const UGraph& g, const std::vector<int>& eliminate,
-                             const std::vector<int>& stage, double* cost);
+                             const std::vector<int>& stage, double* cost, Progress* progress = nullptr,
+                             size_t* placed = nullptr);
 
 // The total size of the maximal cliques of the order.
 double scoreOrder(const UGraph& g, const std::vector<int>& order);

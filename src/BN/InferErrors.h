@@ -12,6 +12,12 @@ inline constexpr ErrDef CompileHalted{2074, "compiling halted"};
 inline constexpr ErrDef VastlyTooLarge{
     2758, "you will not be able to do >-exact_inference with this >-net unless you enter significant findings "
           "first, because the tables would be vastly too large"};
+inline constexpr ErrDef VastlyTooLargeError{
+    3765, "compiled successfully, but will not be able to do >-exact_inference because the tables would be vastly "
+          "too large (unless significant findings are entered)"};
+inline constexpr ErrDef OrderHalted{
+    2295, "resulting elimination order will probably be poor because only %d >-node-s of it were found before "
+          "action was halted"};
 inline constexpr ErrDef CompileMemory{3632, "not enough memory %s \n(%s needed)"};
 inline constexpr ErrDef UpdateMemory{2759, "not enough memory %s \n(%s needed)"};
 inline constexpr ErrDef FindingsRemovedSize{
@@ -34,6 +40,10 @@ inline constexpr ErrDef MpeDecisions{
 inline constexpr ErrDef MpeContinuous{
     3050, "can't find the most probable explanation (MPE) of >-net '%s' because it contains >-node '%s' which is "
           "not discrete or discretized"};
+inline constexpr ErrDef RandomCaseCycle{
+    3051, "can't generate a random case for >-net '%s', because there is a cycle (containing link %s -> %s)"};
+inline constexpr ErrDef SamplingMethod{
+    5232, "argument 'method' should be DEFAULT_SAMPLING, JOIN_TREE_SAMPLING or FORWARD_SAMPLING (it is %d)"};
 inline constexpr ErrDef BeliefsNotDiscrete{5231, "argument 'node' is '%s', which is not discrete or discretized"};
 
 }  // namespace quorva::err

@@ -12,6 +12,7 @@
 #include "Basic/RandomGen.h"
 #include "Basic/EnvCore.h"
 #include "Basic/Format.h"
+#include "Basic/Progress.h"
 #include "Basic/Raise.h"
 
 namespace quorva {
@@ -129,9 +130,17 @@ std::vector<int> chooseOrder(Bnet& net, const UGraph& g, const CompileOptions& o
   });
   std::vector<int> order;
   if (all.size() < 2) order = all;
-  else if (options.optimize)
-    order = searchOrder(g, all, stored, net.randgen.pick(net.env), {options.seconds, options.console});
-  else order = greedyOrder(g, all, decisionStages(g), nullptr);
+  else if (options.optimize) {
+    Progress progress(net.env->progress, "optimizing elimination order");
+    order = searchOrder(g, all, stored, net.randgen.pick(net.env), {options.seconds, options.console, &progress});
+  } else {
+    size_t placed = all.size();
+    {
+      Progress progress(net.env->progress, "finding elimination order");
+      order = greedyOrder(g, all, decisionStages(g), nullptr, &progress, &placed);
+    }
+    if (placed < all.size()) engNotice(net.env, err::OrderHalted, static_cast<int>(placed));
+  }
   net.elimOrder.clear();
   for (int i : order) net.elimOrder.push_back(g.nodes[static_cast<size_t>(i)]);
   return order;
@@ -194,18 +203,30 @@ void assignHomes(Bnet& net, JunctionTree& jt) {
   }
 }
 
-void checkMemory(Bnet& net, const JunctionTree& jt) {
-  double bytes = 4.0 * jt.totalSize();
-  if (bytes > 1e13) {
-    engWarning(net.env, err::VastlyTooLarge);
-    return;
-  }
-  if (bytes > net.env->memory.limit() - net.env->memory.used())
-    engError(net.env, err::CompileMemory, format("to compile/update >-net '%s' (see >-LimitMemoryUsage_vq)", net.name),
-             formatBytes(bytes));
+bool anyFindings(const Bnet& net) {
+  return std::any_of(net.nodes.begin(), net.nodes.end(), [](const Bnode* n) { return !n->finding.empty(); });
+}
+
+void haltPoint(const Bnet& net) {
+  if (net.env->progress.haltRequested()) engError(net.env, err::CompileHalted);
 }
 
 }  // namespace
+
+void checkTableMemory(Bnet& net, const JunctionTree& jt, bool updating) {
+  double bytes = 4.0 * jt.totalSize();
+  if (bytes > 1e13) {
+    // Too large for any machine: still compiled, for findings may shrink it.
+    if (updating || anyFindings(net)) engWarning(net.env, err::VastlyTooLarge);
+    else engErrorKept(net.env, err::VastlyTooLargeError);
+    return;
+  }
+  if (bytes > net.env->memory.limit() - net.env->memory.used()) {
+    if (updating) engError(net.env, err::UpdateMemory, "to compile/update this >-net", formatBytes(bytes));
+    engError(net.env, err::CompileMemory, format("to compile/update >-net '%s' (see >-LimitMemoryUsage_vq)", net.name),
+             formatBytes(bytes));
+  }
+}
 
 void compileNet(Bnet& net, const CompileOptions& options) {
   if (net.juncStep >= 1) return;
@@ -216,9 +237,11 @@ void compileNet(Bnet& net, const CompileOptions& options) {
   if (options.optimize && std::any_of(net.nodes.begin(), net.nodes.end(), [](const Bnode* n) { return n->kind == DECISION; }))
     engError(net.env, err::OptimizingWithDecisions, net.name);
   checkAcyclic(net);
+  haltPoint(net);
   UGraph g = moralGraph(net);
   checkNodes(net, g);
   std::vector<int> order = chooseOrder(net, g, options);
+  haltPoint(net);
   for (const auto& members : orderCliques(g, order)) {
     Clique c;
     for (int m : members) {
@@ -229,7 +252,17 @@ void compileNet(Bnet& net, const CompileOptions& options) {
   }
   joinCliques(*jt, net.env);
   assignHomes(net, *jt);
-  checkMemory(net, *jt);
+  // With auto-update the tables are built, and their memory checked, at once by the first update.
+  if (!net.autoUpdate) {
+    checkTableMemory(net, *jt, false);
+    jt->memoryChecked = true;
+  }
+  if (net.env->verboseCompile && net.env->console) {
+    std::fputs(format("Compiled to %d cliques, with total table size (including sepsets) of %g.\n",
+                      static_cast<int>(jt->cliques.size()), jt->totalSize()).c_str(),
+               net.env->console);
+    std::fflush(net.env->console);
+  }
   net.jt = std::move(jt);
   net.juncStep = 1;
 }

@@ -40,6 +40,7 @@ struct JunctionTree {
   bool haveBase = false;
   bool entered = false;          // some finding is in the potentials
   bool spent = false;            // propagation failed part way: start again from the base
+  bool memoryChecked = false;    // the tables' memory was checked (at the compile or first update)
   uint64_t version = 0;          // rises whenever the potentials change
 
   int neighbour(int clique, int sep) const {
@@ -65,6 +66,10 @@ UGraph moralGraph(const Bnet& net);
 // Compiles the net (nothing when it is compiled).
 void compileNet(Bnet& net, const CompileOptions& options = {});
 void uncompileNet(Bnet& net);
+// Refuses tables that would not fit under the environment's memory limit, and records when they
+// would be vastly too large for exact inference; `updating` when the tables are being built for
+// an update rather than at the compile.
+void checkTableMemory(Bnet& net, const JunctionTree& jt, bool updating);
 // "Clique  [Joined To] ..." report of the compiled net.
 std::string junctionTreeReport(const Bnet& net);
 

@@ -1,6 +1,7 @@
 // The optimising order search.
 #include "BN/OrderSearch.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cmath>
@@ -8,6 +9,7 @@
 
 #include "BN/Bnet.h"
 #include "Basic/Format.h"
+#include "Basic/Progress.h"
 #include "Basic/RandomGen.h"
 
 namespace quorva {
@@ -137,7 +139,12 @@ std::vector<int> searchOrder(const UGraph& g, const std::vector<int>& eliminate,
     }
     double elapsed = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     if ((limit > 0 && iteration + 1 >= limit) || (limits.seconds > 0 && elapsed >= limits.seconds)) break;
-    if (limit == 0 && limits.seconds <= 0) break;  // no way to stop: one pass only
+    if (limits.progress) {
+      double done = limits.seconds > 0 ? elapsed / limits.seconds : limit > 0 ? (iteration + 1) / limit : 0;
+      if (!limits.progress->update(std::min(done, 1.0))) break;
+    } else if (limit == 0 && limits.seconds <= 0) {
+      break;  // no way to stop: one pass only
+    }
   }
   if (bestScore) *bestScore = bestSeen;
   return best.empty() ? eliminate : best;

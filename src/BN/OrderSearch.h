@@ -10,15 +10,18 @@
 namespace quorva {
 
 class RandomGen;
+class Progress;
 
 struct SearchLimits {
   double seconds = 0;       // stop after this long (0: only the iteration limit stops it)
   std::FILE* console = nullptr;  // where the estimate lines go (none when null)
+  Progress* progress = nullptr;  // shown the fraction of the time or iterations used; halts it
 };
 
 // Searches for an order of `eliminate` with a smaller total clique size than the greedy one,
 // starting from `seed` when it is not empty.  Stops after n! iterations (n up to 100), when the
-// time limit passes, or never for more nodes without a time limit (so give one).
+// time limit passes, when the user halts it through `progress`, or never for more nodes without
+// a time limit or a progress to halt it (so give one).
 std::vector<int> searchOrder(const UGraph& g, const std::vector<int>& eliminate, const std::vector<int>& seed,
                              RandomGen& rng, const SearchLimits& limits, double* bestScore = nullptr);
 

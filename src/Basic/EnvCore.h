@@ -1,11 +1,13 @@
 // The part of the environment that engine code sees: its state, error records, memory limit,
-// lock, default random generator and settings.
+// lock, default random generator, settings, progress reports and halt, and console.
 #pragma once
+#include <cstdio>
 #include <mutex>
 #include <string>
 
 #include "Basic/ErrorLog.h"
 #include "Basic/MemoryLimiter.h"
+#include "Basic/Progress.h"
 #include "Basic/Settings.h"
 #include "Basic/RandomGen.h"
 #include "Basic/Tagged.h"
@@ -29,6 +31,9 @@ class EnvCore : public Tagged {
   ErrorLog errors;
   MemoryLimiter memory;
   Settings settings;  // read from the settings file on first use
+  ProgressHub progress;
+  bool verboseCompile = false;       // each compile prints its clique count and table size
+  std::FILE* console = stdout;       // where console lines go
   std::recursive_mutex lock;  // serialises API calls; draws from `randgen` take it too
   RandomGen randgen;          // the default generator, seeded with 0 (declared after `lock`)
 };

@@ -39,6 +39,11 @@ template <class... A>
 [[noreturn]] void engError(EnvCore* env, ErrDef d, const A&... a) {
   throwRecord(raiseRecord(env, SOUND_AND_PRINTED, ERROR_SEV, 0, -d.number, format(d.text, a...)));
 }
+// An error recorded while the operation still succeeds (it is not thrown).
+template <class... A>
+void engErrorKept(EnvCore* env, ErrDef d, const A&... a) {
+  raiseRecord(env, SOUND_AND_PRINTED, ERROR_SEV, 0, -d.number, format(d.text, a...));
+}
 template <class... A>
 void engWarning(EnvCore* env, ErrDef d, const A&... a) {
   raiseRecord(env, SOUND_AND_PRINTED, WARNING_SEV, 0, -d.number, format(d.text, a...));

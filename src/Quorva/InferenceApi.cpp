@@ -7,6 +7,7 @@
 #include "BN/InferErrors.h"
 #include "BN/JunctionTree.h"
 #include "BN/NetEdit.h"
+#include "Quorva/ApiErrors.h"
 #include "Quorva/ApiFrame.h"
 
 using namespace quorva;
@@ -42,6 +43,59 @@ double stateValue(const Bnode& n, size_t s) {
     return (n.levels[s] + n.levels[s + 1]) / 2;
   if (n.levels.size() == static_cast<size_t>(n.numStates)) return n.levels[s];
   return static_cast<double>(s);
+}
+
+
+// The probability of the listed nodes being in `states` together with the current findings, or
+// (conditional) given them.  The states are entered as findings for the moment and the findings
+// put back afterwards, whatever happens.
+double jointProbability(ApiFrame& f, const nodelist_bn* nodes, const state_bn* states, bool conditional) {
+  const NodeList& list = f.list(nodes);
+  f.notNull(states, "states");
+  for (const Bnode* n : list.nodes)
+    if (!n) argError(&f.env(), err::NullObject, "Bnode (an entry of argument 'nodes')");
+  if (!list.net) return 1.0;
+  Bnet& net = *list.net;
+  if (!net.jt) engError(&f.env(), err::JointNotCompiled, net.name);
+  for (size_t i = 0; i < list.nodes.size(); ++i) f.state(*list.nodes[i], states[i]);
+  double before = findingsProbability(net);
+  if (before <= 0) return 0.0;
+  struct Restore {
+    Bnet& net;
+    const NodeList& list;
+    std::vector<Finding> saved;
+    bool autoUpdate;
+    ~Restore() {
+      for (size_t i = 0; i < list.nodes.size(); ++i) list.nodes[i]->finding = saved[i];
+      net.findingsChanged();
+      net.autoUpdate = autoUpdate;
+    }
+  } restore{net, list, {}, net.autoUpdate};
+  for (Bnode* n : list.nodes) restore.saved.push_back(n->finding);
+  net.autoUpdate = false;
+  bool possible = true;
+  for (size_t i = 0; i < list.nodes.size() && possible; ++i) {
+    Bnode& n = *list.nodes[i];
+    if (n.finding.state >= 0 && n.finding.state != states[i]) possible = false;
+    Finding one = n.finding;
+    if (!one.likelihood.empty() && one.likelihood[static_cast<size_t>(states[i])] == 0) possible = false;
+    // A likelihood keeps its weight at the state asked for and rules out the others.
+    for (size_t s = 0; s < one.likelihood.size(); ++s)
+      if (s != static_cast<size_t>(states[i])) one.likelihood[s] = 0;
+    one.state = states[i];
+    n.finding = one;
+  }
+  net.findingsChanged();
+  double joint = 0;
+  try {
+    if (possible) joint = findingsProbability(net);
+  } catch (const QuorvaError& e) {
+    if (!e.record || e.record->number != -err::Inconsistent.number) throw;
+    f.env().errors.remove(e.record);
+  }
+  // findingsProbability is relative to the no-findings base, so `joint` already includes the
+  // earlier findings' probability.
+  return conditional ? joint / before : joint;
 }
 
 }  // namespace
@@ -145,45 +199,11 @@ void MostProbableConfig_bn(const nodelist_bn* nodes, state_bn* config, int /*nth
 }
 
 double JointProbability_bn(const nodelist_bn* nodes, const state_bn* states) {
-  return apiCall(__func__, -1.0, envOf(nodes), [&](ApiFrame& f) {
-    const NodeList& list = f.list(nodes);
-    f.notNull(states, "states");
-    if (!list.net) return 1.0;
-    Bnet& net = *list.net;
-    if (!net.jt) engError(&f.env(), err::JointNotCompiled, net.name);
-    double before = findingsProbability(net);
-    if (before <= 0) return 0.0;
-    // P(states | findings) = P(states, findings) / P(findings): enter the states, read, put back.
-    std::vector<Finding> saved;
-    for (Bnode* n : list.nodes) saved.push_back(n->finding);
-    bool autoUpdate = net.autoUpdate;
-    net.autoUpdate = false;
-    double joint = 0;
-    bool possible = true;
-    for (size_t i = 0; i < list.nodes.size(); ++i) f.state(*list.nodes[i], states[i]);
-    for (size_t i = 0; i < list.nodes.size() && possible; ++i) {
-      Bnode& n = *list.nodes[i];
-      if (n.finding.state >= 0 && n.finding.state != states[i]) possible = false;
-      Finding one = n.finding;
-      if (!one.likelihood.empty() && one.likelihood[static_cast<size_t>(states[i])] == 0) possible = false;
-      // A likelihood keeps its weight at the state asked for and rules out the others.
-      for (size_t s = 0; s < one.likelihood.size(); ++s)
-        if (s != static_cast<size_t>(states[i])) one.likelihood[s] = 0;
-      one.state = states[i];
-      n.finding = one;
-    }
-    net.findingsChanged();
-    try {
-      if (possible) joint = findingsProbability(net);
-    } catch (const QuorvaError& e) {
-      if (!e.record || e.record->number != -err::Inconsistent.number) throw;
-      f.env().errors.remove(e.record);
-    }
-    for (size_t i = 0; i < list.nodes.size(); ++i) list.nodes[i]->finding = saved[i];
-    net.findingsChanged();
-    net.autoUpdate = autoUpdate;
-    return joint / before;
-  });
+  return apiCall(__func__, -1.0, envOf(nodes), [&](ApiFrame& f) { return jointProbability(f, nodes, states, true); });
+}
+
+double GetJointProbability_bn(const nodelist_bn* nodes, const state_bn* states) {
+  return apiCall(__func__, -1.0, envOf(nodes), [&](ApiFrame& f) { return jointProbability(f, nodes, states, false); });
 }
 
 }  // extern "C"

@@ -1,9 +1,13 @@
 // API functions of random generators: making one from a seed or a saved state, reading its
-// state, drawing from it, deleting it, and giving a net its own.
+// state, drawing from it, deleting it, giving a net its own, and drawing random cases from a net.
 #include <string_view>
 
+#include "BN/Bnet.h"
+#include "BN/InferErrors.h"
+#include "BN/RandomCase.h"
 #include "Basic/RandomErrors.h"
 #include "Basic/RandomGen.h"
+#include "Quorva/ApiErrors.h"
 #include "Quorva/ApiFrame.h"
 
 using namespace quorva;
@@ -71,6 +75,21 @@ void SetNetRandomGen_bn(net_bn* net, randgen_vq* rand, bool_vq is_private) {
     RandomGenHold before = n.randgen;
     n.randgen = {gen, gen && is_private};
     if (before.owned && before.gen != gen) Environ::of(n.env)->deleteRandgen(*before.gen);
+  });
+}
+
+int GenerateRandomCase_bn(const nodelist_bn* nodes, sampling_bn method, double timeout, randgen_vq* rand) {
+  return apiCall(__func__, -1, envOf(nodes), [&](ApiFrame& f) {
+    const NodeList& list = f.list(nodes);
+    int m = static_cast<int>(method);
+    if (m < 0 || m > 2) argError(&f.env(), err::SamplingMethod, m);
+    for (const Bnode* n : list.nodes)
+      if (!n) argError(&f.env(), err::NullObject, "Bnode (an entry of argument 'nodes')");
+    if (!list.net) return 0;
+    Bnet& net = *list.net;
+    RandomGen& gen = rand ? f.randgen(rand) : net.randgen.pick(net.env);
+    bool found = generateRandomCase(net, list.nodes, m == 1 ? Sampling::JoinTree : Sampling::Forward, timeout, gen);
+    return found ? 0 : -1;
   });
 }
 
