@@ -31,7 +31,7 @@ class UniqueLabelTest : public ::testing::Test {
 };
 }  // namespace
 
-TEST_F(UniqueLabelTest, WarnsOnceWhenTheCounterReachesTheWarningMark) {
+TEST_F(UniqueLabelTest, WarnsOnceAtTheWarningMarkAndRestartsAtOneHundredAtTheWrapMark) {
   net.uniqueLabel = WARN_AT - 2;
   EXPECT_EQ(net.newLabel(), WARN_AT - 1);
   EXPECT_TRUE(warnings().empty());
@@ -39,15 +39,13 @@ TEST_F(UniqueLabelTest, WarnsOnceWhenTheCounterReachesTheWarningMark) {
   EXPECT_EQ(net.newLabel(), WARN_AT + 1);
   EXPECT_EQ(warnings(),
             std::vector<std::string>{"will soon recycle 'unique' labels.  Save work and restart"});
-}
-
-TEST_F(UniqueLabelTest, RestartsAtOneHundredWhenTheWrapMarkIsReached) {
   net.uniqueLabel = WRAP_AT - 2;
   EXPECT_EQ(net.newLabel(), WRAP_AT - 1);
   EXPECT_EQ(net.newLabel(), 100u);
   EXPECT_EQ(net.newLabel(), 101u);
   net.uniqueLabel = WRAP_AT + 5;  // already past the mark
   EXPECT_EQ(net.newLabel(), 100u);
+  EXPECT_EQ(warnings().size(), 1u);
 }
 
 TEST_F(UniqueLabelTest, MarksLeftFromBeforeTheWrapDoNotFakeACycle) {

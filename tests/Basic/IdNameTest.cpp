@@ -14,37 +14,30 @@ int check(const std::string& name, std::string* why, int flags = NAME_ALL | NAME
 }
 }  // namespace
 
-TEST(IdName, ThirtyCharactersPassAndLongerNamesShowTheirFirst31) {
+// Thirty characters pass, and a leading underscore; each fault is described by its kind.
+TEST(IdName, EachFaultIsDescribedByItsKind) {
   std::string why;
   EXPECT_EQ(check(std::string(30, 'a'), &why), 0);
-  EXPECT_EQ(why, "");
-  std::string longName = "abcdefghijklmnopqrstuvwxyz0123456789ABCD";  // 40 characters
-  EXPECT_EQ(check(longName, &why), NAME_LENGTH);
-  EXPECT_EQ(why, "'" + longName.substr(0, 31) + "...' is too long (40 characters, maximum is 30)");
-}
-
-TEST(IdName, UnderscoreMayStartANameButADigitMayNot) {
-  std::string why;
   EXPECT_EQ(check("_a", &why), 0);
-  EXPECT_EQ(check("1a", &why), NAME_FIRST_CHAR);
-  EXPECT_EQ(why, "'1a' starts with non-alphabetic character '1'");
-}
-
-TEST(IdName, BadCharacterIsDescribedByKind) {
+  EXPECT_EQ(why, "");
+  const std::string longName = "abcdefghijklmnopqrstuvwxyz0123456789ABCD";  // 40 characters
   struct Case {
-    std::string name, why;
+    std::string name;
+    int fault;
+    std::string why;
   } cases[] = {
-      {"a b", "'a b' contains a space"},
-      {"a\tb", "'a\tb' contains a tab"},
-      {"a\rb", "'a\rb' contains a 'return' character"},
-      {"a\nb", "'a\nb' contains a 'new-line' character"},
-      {"a-b", "'a-b' contains the illegal character '-'"},
-      {"a\x01" "b", "'a\x01" "b' contains an illegal character (ascii code 1)"},
-      {"a\xE9" "b", "'a\xE9" "b' contains an illegal character (ascii code 233)"},
+      {longName, NAME_LENGTH, "'" + longName.substr(0, 31) + "...' is too long (40 characters, maximum is 30)"},
+      {"1a", NAME_FIRST_CHAR, "'1a' starts with non-alphabetic character '1'"},
+      {"a b", NAME_CHARS, "'a b' contains a space"},
+      {"a\tb", NAME_CHARS, "'a\tb' contains a tab"},
+      {"a\rb", NAME_CHARS, "'a\rb' contains a 'return' character"},
+      {"a\nb", NAME_CHARS, "'a\nb' contains a 'new-line' character"},
+      {"a-b", NAME_CHARS, "'a-b' contains the illegal character '-'"},
+      {"a\x01" "b", NAME_CHARS, "'a\x01" "b' contains an illegal character (ascii code 1)"},
+      {"a\xE9" "b", NAME_CHARS, "'a\xE9" "b' contains an illegal character (ascii code 233)"},
   };
   for (const Case& c : cases) {
-    std::string why;
-    EXPECT_EQ(check(c.name, &why), NAME_CHARS) << c.why;
+    EXPECT_EQ(check(c.name, &why), c.fault) << c.why;
     EXPECT_EQ(why, c.why);
   }
 }

@@ -93,32 +93,6 @@ TEST_F(FileSpecTest, MemoryStreamsCopyOrBorrowTheirBytes) {
   EXPECT_EQ(m.contents(), "");
 }
 
-TEST_F(FileSpecTest, LargeFilesAreReadBlockByBlock) {
-  const int rows = 20000;
-  {
-    std::ofstream out(path("cases.cas"), std::ios::binary);
-    out << "IDnum\tA\tB\r\n";
-    for (int i = 0; i < rows; ++i) out << i << "\tyes\t\"t " << i % 7 << "\"\r\n";
-  }
-  FileSpec f(&env, FileSpec::Kind::File, path("cases.cas"));
-  TokenReader r(f, {}, 4096);
-  EXPECT_EQ(r.readRestOfLine(), "IDnum\tA\tB");
-  long sum = 0;
-  int seen = 0;
-  for (; !r.atEnd(); ++seen) {
-    Number id;
-    ASSERT_TRUE(r.readNumber(id));
-    sum += static_cast<long>(id.value);
-    EXPECT_EQ(r.readIdentifier(), "yes");
-    EXPECT_EQ(r.readQuoted(), "t " + std::to_string(seen % 7));
-    EXPECT_EQ(r.here().column, 11 + static_cast<long>(std::to_string(seen).size()));
-    r.readRestOfLine();
-  }
-  EXPECT_EQ(seen, rows);
-  EXPECT_EQ(sum, static_cast<long>(rows) * (rows - 1) / 2);
-  EXPECT_EQ(r.here().line, rows + 2);
-}
-
 class SettingsTest : public ReaderTest {};
 
 TEST_F(SettingsTest, DefaultsAndTypedValues) {

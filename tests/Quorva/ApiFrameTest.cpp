@@ -41,26 +41,20 @@ class ApiFrameTest : public EnvTest {
   node_bn* node = nullptr;
 };
 
-TEST_F(ApiFrameTest, NullHandlesAreRefusedWith5105) {
+// Null handles are refused with 5105, handles of another type with 5144, deleted ones with 5184.
+TEST_F(ApiFrameTest, NullForeignAndDeletedHandlesAreRefused) {
   EXPECT_EQ(GetNodeName_bn(nullptr), nullptr);
   expectRefusal(5105, "NULL passed for >-Bnode");
   EXPECT_EQ(GetNetName_bn(nullptr), nullptr);
   expectRefusal(5105, "NULL passed for >-Bnet");
-}
-
-TEST_F(ApiFrameTest, HandleOfAnotherTypeIsRefusedWith5144) {
   EXPECT_EQ(GetNodeNumberStates_bn(reinterpret_cast<node_bn*>(net)), -1);
   expectRefusal(5144, "passed object is not a >-Bnode (it is damaged, or of another type)");
   EXPECT_EQ(GetNetName_bn(reinterpret_cast<net_bn*>(node)), nullptr);
   expectRefusal(5144, "passed object is not a >-Bnet (it is damaged, or of another type)");
-}
-
-TEST_F(ApiFrameTest, DeletedNodeAndNetAreRefusedWith5184) {
   DeleteNode_bn(node);
   ASSERT_EQ(lastError(), nullptr);
   EXPECT_EQ(GetNodeName_bn(node), nullptr);
   expectRefusal(5184, "deleted >-Bnode passed");
-
   DeleteNet_bn(net);
   EXPECT_EQ(GetNetName_bn(net), nullptr);
   expectRefusal(5184, "deleted or damaged >-Bnet passed");

@@ -48,16 +48,6 @@ class CaseFileTest : public EnvTest {
   stream_vq* file = nullptr;
 };
 
-TEST_F(CaseFileTest, WritesHeaderOnceThenTabSeparatedLinesWithMissingStar) {
-  EnterFinding_bn(a, 0);
-  EnterNodeValue_bn(c, 2.5);
-  EXPECT_EQ(WriteNetFindings_bn(nodes, file, -1, 1), 0);
-  RetractNetFindings_bn(net);
-  EnterFinding_bn(b, 2);
-  EXPECT_EQ(WriteNetFindings_bn(nodes, file, -1, 1), 0);
-  EXPECT_EQ(contents(file), "A\tB\tC\r\nyes\t*\t2.5\r\n*\thigh\t*\r\n");
-}
-
 TEST_F(CaseFileTest, ReadsCasesBackOneAfterAnother) {
   node_bn* d = NewNode_bn("D", 2, net);  // states without names: written "#1"
   nodes = GetNetNodes_bn(net);

@@ -26,15 +26,7 @@ class DnetWriterTest : public EnvTest {
     EnvTest::TearDown();
   }
 
-  std::string written(const char* streamName = nullptr) {
-    stream_vq* s = NewMemoryStream_vq(streamName, env, nullptr);
-    WriteNet_bn(net, s);
-    long long length = 0;
-    const char* bytes = GetStreamContents_vq(s, &length);
-    std::string text = bytes ? std::string(bytes, static_cast<size_t>(length)) : "";
-    DeleteStream_vq(s);
-    return text;
-  }
+  std::string written(const char* streamName = nullptr) { return netText(net, env, streamName); }
 
   // The block of node `name`, from its header to its "};".
   std::string nodeBlock(const std::string& text, const std::string& name) {
@@ -104,7 +96,7 @@ TEST_F(DnetWriterTest, NodeFieldsFollowTheFixedOrder) {
   SetNodeComment_bn(b, "about B");
   EnterFinding_bn(b, 1);
   SetNodeUserField_bn(b, "color", "red", -1, 0);
-  ASSERT_EQ(errorCount(ERROR_ERR), 0) << (lastError() ? ErrorDisplayMessage_vq(lastError()) : "");
+  ASSERT_EQ(errorCount(ERROR_ERR), 0) << lastMessage();
 
   std::string block = nodeBlock(written(), "B");
   expectInOrder(block, {"\t\tdiscrete = TRUE;\n", "\t\tnumstates = 2;\n", "\t\tstates = (yes, no);\n",
@@ -118,29 +110,22 @@ TEST_F(DnetWriterTest, NodeFieldsFollowTheFixedOrder) {
 }
 
 TEST_F(DnetWriterTest, SignificantDigitPrinter) {
-  using quorva::significantDigits;
-  EXPECT_EQ(significantDigits(1.0 / 3, 7, false), "0.3333333");
-  EXPECT_EQ(significantDigits(0.001, 7, false), "0.001");
-  EXPECT_EQ(significantDigits(0.0001, 7, false), "1e-4");
-  EXPECT_EQ(significantDigits(0.00001234, 7, false), "1.234e-5");
-  EXPECT_EQ(significantDigits(25000, 7, false), "25000");
-  EXPECT_EQ(significantDigits(123456, 7, false), "1.23456e5");
-  EXPECT_EQ(significantDigits(-0.5, 7, false), "-0.5");
-  EXPECT_EQ(significantDigits(0.0, 7, false), "0");
-  EXPECT_EQ(significantDigits(9.99999999, 7, false), "10");  // rounding carries into the exponent
-  EXPECT_EQ(significantDigits(HUGE_VAL, 7, false), "Infinity");
-  EXPECT_EQ(significantDigits(-HUGE_VAL, 7, false), "-Infinity");
-  EXPECT_EQ(significantDigits(HUGE_VAL, 7, false, quorva::NumberStyle::Table, 6), "Inf");
-
-  // Binary noise of single-precision data is cleaned away, and only there.
-  EXPECT_EQ(significantDigits(0.1f, 7, true), "0.1");
-  EXPECT_EQ(significantDigits(0.1f, 10, true), "0.1000000015");  // noise in the last two digits stays
-  EXPECT_EQ(significantDigits(10.00001f, 7, true), "10");
-  EXPECT_EQ(significantDigits(10.00001, 7, false), "10.00001");
-  EXPECT_EQ(significantDigits(0.4999997f, 7, true), "0.5");
-  EXPECT_EQ(significantDigits(0.4999997, 7, false), "0.4999997");
-  EXPECT_EQ(significantDigits(123.4561f, 7, true), "123.4561");
-
+  struct Case {
+    double value;
+    int digits;
+    bool fromFloat;  // binary noise of single-precision data is cleaned away, and only there
+    const char* text;
+  };
+  for (const Case& c : {Case{1.0 / 3, 7, false, "0.3333333"}, {0.001, 7, false, "0.001"}, {0.0001, 7, false, "1e-4"},
+                        {0.00001234, 7, false, "1.234e-5"}, {25000, 7, false, "25000"},
+                        {123456, 7, false, "1.23456e5"}, {-0.5, 7, false, "-0.5"}, {0.0, 7, false, "0"},
+                        {9.99999999, 7, false, "10"},  // rounding carries into the exponent
+                        {HUGE_VAL, 7, false, "Infinity"}, {-HUGE_VAL, 7, false, "-Infinity"},
+                        {0.1f, 7, true, "0.1"}, {0.1f, 10, true, "0.1000000015"}, {10.00001f, 7, true, "10"},
+                        {10.00001, 7, false, "10.00001"}, {0.4999997f, 7, true, "0.5"},
+                        {0.4999997, 7, false, "0.4999997"}, {123.4561f, 7, true, "123.4561"}})
+    EXPECT_EQ(quorva::significantDigits(c.value, c.digits, c.fromFloat), c.text) << c.value << " " << c.digits;
+  EXPECT_EQ(quorva::significantDigits(HUGE_VAL, 7, false, quorva::NumberStyle::Table, 6), "Inf");
   EXPECT_EQ(quorva::listNumber(0.1), "0.1");
   EXPECT_EQ(quorva::listNumber(1.0 / 3), "0.333333333333333");
   EXPECT_EQ(quorva::listNumber(-HUGE_VAL), "-INFINITY");
@@ -157,7 +142,7 @@ TEST_F(DnetWriterTest, ProbabilityTableLayout) {
   const state_bn first[] = {0, 0}, last[] = {1, 2};
   SetNodeProbs_bn(b, first, third);
   SetNodeProbs_bn(b, last, tenth);
-  ASSERT_EQ(errorCount(ERROR_ERR), 0) << (lastError() ? ErrorDisplayMessage_vq(lastError()) : "");
+  ASSERT_EQ(errorCount(ERROR_ERR), 0) << lastMessage();
 
   std::string block = nodeBlock(written(), "B");
   std::regex rowLine("\t\t[ (]*\\(([^)]*)\\)+[,;] *// (\\S+) +(\\S+)");
@@ -203,7 +188,7 @@ TEST_F(DnetWriterTest, FunctionAndExperienceTables) {
   SetNodeFuncReal_bn(r, a2, -0.0078125);
   SetNodeExperience_bn(d, a1, 25000);
   SetNodeExperience_bn(d, a2, 0.0001);
-  ASSERT_EQ(errorCount(ERROR_ERR), 0) << (lastError() ? ErrorDisplayMessage_vq(lastError()) : "");
+  ASSERT_EQ(errorCount(ERROR_ERR), 0) << lastMessage();
 
   std::string text = written();
   std::string dBlock = nodeBlock(text, "D"), rBlock = nodeBlock(text, "R");
@@ -291,7 +276,7 @@ TEST_F(DnetWriterTest, FindingsAsStateValuesAndLikelihoods) {
   EnterFinding_bn(unnamed, 3);
   const prob_bn likelihood[] = {1.0f, 0.5f};
   EnterNodeLikelihood_bn(named, likelihood);
-  ASSERT_EQ(errorCount(ERROR_ERR), 0) << (lastError() ? ErrorDisplayMessage_vq(lastError()) : "");
+  ASSERT_EQ(errorCount(ERROR_ERR), 0) << lastMessage();
   std::string text = written();
   EXPECT_NE(nodeBlock(text, "U").find("\t\tevidence = #3;\n"), std::string::npos) << text;
   EXPECT_NE(nodeBlock(text, "L").find("\t\tlikelihood = (1, 0.5);\n"), std::string::npos) << text;
@@ -315,7 +300,7 @@ TEST_F(DnetWriterTest, UserFieldsNodeSetsAndElimOrder) {
   SetNthNode_bn(order, 2, a);
   SetNetElimOrder_bn(net, order);
   DeleteNodeList_bn(order);
-  ASSERT_EQ(errorCount(ERROR_ERR), 0) << (lastError() ? ErrorDisplayMessage_vq(lastError()) : "");
+  ASSERT_EQ(errorCount(ERROR_ERR), 0) << lastMessage();
 
   std::string text = written();
   expectInOrder(text, {"\tautoupdate = TRUE;\n", "\tuser U1 {\n", "\t\traw = \"x\\00/y\";\n",
@@ -325,22 +310,13 @@ TEST_F(DnetWriterTest, UserFieldsNodeSetsAndElimOrder) {
 }
 
 TEST_F(DnetWriterTest, ArgumentFaultsAndBifStreams) {
-  stream_vq* s = NewMemoryStream_vq(nullptr, env, nullptr);
-  WriteNet_bn(nullptr, s);
-  report_vq* e = lastError();
-  ASSERT_NE(e, nullptr);
-  EXPECT_NE(std::string(ErrorDisplayMessage_vq(e)).find("NULL passed for"), std::string::npos);
-  ClearErrors_vq(env, ERROR_ERR);
   WriteNet_bn(net, nullptr);
-  e = lastError();
-  ASSERT_NE(e, nullptr);
-  EXPECT_NE(std::string(ErrorDisplayMessage_vq(e)).find("NULL passed for"), std::string::npos);
+  EXPECT_NE(lastMessage().find("NULL passed for"), std::string::npos);
   ClearErrors_vq(env, ERROR_ERR);
-  DeleteStream_vq(s);
 
   node("A", 2, "a1,a2");
   std::string bif = written("net.BIF");
-  EXPECT_EQ(errorCount(ERROR_ERR), 0) << (lastError() ? ErrorDisplayMessage_vq(lastError()) : "");
+  EXPECT_EQ(errorCount(ERROR_ERR), 0) << lastMessage();
   EXPECT_EQ(bif.find("DNET"), std::string::npos) << bif;
   EXPECT_NE(bif.find("a1"), std::string::npos) << bif;
 }

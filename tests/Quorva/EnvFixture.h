@@ -2,7 +2,32 @@
 #pragma once
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <string>
+
 #include "Quorva.h"
+
+// A file of tests/data.
+inline std::string dataPath(const std::string& file) {
+  const char* dir = std::getenv("QUORVA_TEST_DATA");
+  return std::string(dir ? dir : "tests/data") + "/" + file;
+}
+
+// The bytes a memory stream holds.
+inline std::string streamText(stream_vq* s) {
+  long long length = 0;
+  const char* bytes = GetStreamContents_vq(s, &length);
+  return bytes ? std::string(bytes, static_cast<size_t>(length)) : std::string();
+}
+
+// A net written to a memory stream named `name`, as text.
+inline std::string netText(const net_bn* net, environ_vq* env, const char* name = nullptr) {
+  stream_vq* s = NewMemoryStream_vq(name, env, nullptr);
+  WriteNet_bn(net, s);
+  std::string text = streamText(s);
+  DeleteStream_vq(s);
+  return text;
+}
 
 class EnvTest : public ::testing::Test {
  protected:
@@ -24,6 +49,12 @@ class EnvTest : public ::testing::Test {
     report_vq* last = nullptr;
     for (report_vq* r = GetError_vq(env, sev, nullptr); r; r = GetError_vq(env, sev, r)) last = r;
     return last;
+  }
+
+  // The message of lastError(sev) ("" when there is none).
+  std::string lastMessage(errseverity_vq sev = ERROR_ERR) {
+    report_vq* r = lastError(sev);
+    return r ? ErrorMessage_vq(r) : "";
   }
 
   // How many live records of this thread have at least `sev`.

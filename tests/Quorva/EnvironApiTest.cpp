@@ -50,13 +50,6 @@ TEST(EnvironLifecycleTest, UsableOnlyBetweenInitialiseAndClose) {
 
 class EnvironApiTest : public EnvTest {};
 
-TEST_F(EnvironApiTest, VersionIs100WithItsString) {
-  const char* version = nullptr;
-  EXPECT_EQ(GetQuorvaVersion_bn(env, &version), 100);
-  ASSERT_NE(version, nullptr);
-  EXPECT_TRUE(std::regex_match(version, std::regex(R"(1\.00 L64,Quorva \(.*\))"))) << version;
-}
-
 TEST_F(EnvironApiTest, ArgumentCheckingReturnsThePreviousLevel) {
   EXPECT_EQ(ArgumentChecking_vq(QUERY_CHECK, env), REGULAR_CHECK);
   EXPECT_EQ(ArgumentChecking_vq(NO_CHECK, env), REGULAR_CHECK);

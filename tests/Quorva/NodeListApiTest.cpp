@@ -80,7 +80,7 @@ TEST_F(NodeListApiTest, RemoveSetAndDuplicateWorkOnTheRightEntries) {
 TEST_F(NodeListApiTest, ConstantListsCannotBeChangedOrDeleted) {
   const std::string constant = "you cannot pass a constant >-Bnodes to this function, since this function may "
                                "modify or delete it (duplicate it first?)";
-  for (const nodelist_bn* fixed : {GetNetNodes_bn(net), GetNodeParents_bn(c)}) {
+  for (const nodelist_bn* fixed : {GetNetNodes_bn(net), GetNodeParents_bn(c), GetNodeChildren_bn(a)}) {
     auto* list = const_cast<nodelist_bn*>(fixed);
     std::string before = listNames(list);
     SCOPED_TRACE(before);

@@ -80,18 +80,6 @@ TEST_F(StreamApiTest, DeletedAndNullStreamsAreRefused) {
   EXPECT_EQ(errorCount(ERROR_ERR), 3);
 }
 
-TEST_F(StreamApiTest, PasswordsOnlyForQovaStreams) {
-  stream_vq* qova = NewMemoryStream_vq("net.qova", env, nullptr);
-  SetStreamPassword_vq(qova, "pw");
-  EXPECT_EQ(errorCount(ERROR_ERR), 0);
-  EXPECT_EQ(asStream(qova)->password(), "pw");
-  stream_vq* text = NewFileStream_vq("net.dnet", env, nullptr);
-  SetStreamPassword_vq(text, "pw");
-  EXPECT_EQ(lastMessage(),
-            "attempt to set an encryption password for a file which is in a non-encryptable format "
-            "(extension is .dnet)");
-}
-
 TEST_F(StreamApiTest, ClosingTheEnvironmentFreesItsStreams) {
   stream_vq* s = NewMemoryStream_vq("m", env, nullptr);
   SetStreamContents_vq(s, "abc", 3, true);
