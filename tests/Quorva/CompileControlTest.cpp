@@ -32,10 +32,6 @@ class CompileControlTest : public EnvTest {
     return out;
   }
 
-  std::string lastMessage(errseverity_vq sev) {
-    report_vq* r = lastError(sev);
-    return r ? ErrorMessage_vq(r) : "";
-  }
   // The message of a live record with this number, or "" when there is none.
   std::string messageOf(int number) {
     for (report_vq* r = GetError_vq(env, NOTHING_ERR, nullptr); r; r = GetError_vq(env, NOTHING_ERR, r))

@@ -15,15 +15,7 @@ class FindingsInFilesTest : public EnvTest {
     DeleteStream_vq(s);
     return net;
   }
-  std::string write(net_bn* net) {
-    stream_vq* s = NewMemoryStream_vq("findings.dne", env, nullptr);
-    WriteNet_bn(net, s);
-    long long n = 0;
-    const char* bytes = GetStreamContents_vq(s, &n);
-    std::string text(bytes, static_cast<size_t>(n));
-    DeleteStream_vq(s);
-    return text;
-  }
+  std::string write(net_bn* net) { return netText(net, env, "findings.dne"); }
 };
 
 TEST_F(FindingsInFilesTest, StatesAndLikelihoodsSurviveWritingAndReading) {

@@ -1,7 +1,6 @@
 // Beliefs and probabilities of findings on the shipped real nets agree with variable elimination
 // in double precision, for state and likelihood findings drawn at random.
 #include <cmath>
-#include <cstdlib>
 #include <random>
 #include <string>
 #include <vector>
@@ -14,11 +13,10 @@ namespace {
 class RealNetInferenceTest : public EnvTest {};
 
 TEST_F(RealNetInferenceTest, BeliefsAgreeWithVariableElimination) {
-  const char* dir = std::getenv("QUORVA_TEST_DATA");
   std::mt19937 rng(2026);
   for (const char* name : {"asia", "survey", "alarm", "insurance", "hailfinder"}) {
     SCOPED_TRACE(name);
-    stream_vq* s = NewFileStream_vq((std::string(dir ? dir : "tests/data") + "/" + name + ".bif").c_str(), env, nullptr);
+    stream_vq* s = NewFileStream_vq(dataPath(std::string(name) + ".bif").c_str(), env, nullptr);
     net_bn* net = ReadNet_bn(s, NO_VISUAL_INFO);
     DeleteStream_vq(s);
     ASSERT_NE(net, nullptr);
