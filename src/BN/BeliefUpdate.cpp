@@ -104,14 +104,15 @@ void sendMessage(JunctionTree& jt, int from, int sep, bool maxMode) {
   Separator& s = jt.seps[static_cast<size_t>(sep)];
   Clique& c = jt.cliques[static_cast<size_t>(from)];
   Clique& n = jt.cliques[static_cast<size_t>(jt.neighbour(from, sep))];
+  bool fromA = from == s.a;
   if (maxMode) maxOutInto(s.fresh, c.pot);
-  else marginalizeInto(s.fresh, c.pot);
+  else marginalizeInto(s.fresh, c.pot, fromA ? s.fromA : s.fromB);
   // s.pot := fresh / old (0 where old is 0), then it multiplies N; fresh becomes the separator.
   float* o = s.pot.data();
   const float* f = s.fresh.data();
   for (size_t i = 0; i < s.pot.size(); ++i) o[i] = o[i] == 0.0f ? 0.0f : f[i] / o[i];
   s.pot.setFactorRaw(s.fresh.factor() / s.pot.factor());
-  multiplyIn(n.pot, s.pot);
+  multiplyIn(n.pot, s.pot, fromA ? s.intoB : s.intoA);
   std::swap(s.pot, s.fresh);
   ++jt.version;
 }
@@ -219,6 +220,14 @@ class Schedule {
   size_t head_ = 0, tail_ = 0;
 };
 
+// The node's place in its home clique's list.
+size_t placeIn(const Clique& home, const Bnode& n) {
+  const std::vector<Bnode*>& list = home.pot.nodes();
+  auto it = std::find(list.begin(), list.end(), &n);
+  QASSERT(n.net->env, it != list.end());
+  return static_cast<size_t>(it - list.begin());
+}
+
 bool hasFinding(const Finding& f) { return f.state >= 0 || !f.likelihood.empty(); }
 
 // Multiplies a node's finding into its home clique.
@@ -226,18 +235,19 @@ void enterFinding(Bnet& net, JunctionTree& jt, Bnode& n) {
   const Finding& f = n.finding;
   if (n.homeClique < 0 || n.kind == CONSTANT || n.kind == UTILITY) return;
   if (!hasFinding(f)) return;
-  PotTable lik(net.env, {&n});
-  lik.allocate();
+  Clique& home = jt.cliques[static_cast<size_t>(n.homeClique)];
+  size_t dim = placeIn(home, n);
   // A likelihood with one non-zero entry also fixes the state, but its weight still counts toward
   // the probability of the findings.
   if (!f.likelihood.empty()) {
-    std::copy(f.likelihood.begin(), f.likelihood.end(), lik.data());
+    QASSERT(net.env, f.likelihood.size() == static_cast<size_t>(n.numStates));
+    home.pot.multiplyAlong(dim, f.likelihood.data());
   } else {
-    lik.fill(0.0);
-    lik.data()[f.state] = 1.0f;
+    std::vector<float> lik(static_cast<size_t>(n.numStates), 0.0f);
+    lik[static_cast<size_t>(f.state)] = 1.0f;
+    home.pot.multiplyAlong(dim, lik.data());
   }
-  Clique& home = jt.cliques[static_cast<size_t>(n.homeClique)];
-  multiplyIn(home.pot, lik);
+  home.pot.guardUnderflow();
   home.state = 2;
   jt.entered = true;
 }
@@ -346,12 +356,15 @@ const std::vector<float>& nodeBeliefs(Bnode& n) {
   if (n.beliefsVersion == jt.version + 1 && !n.beliefs.empty()) return n.beliefs;
   n.beliefs.assign(static_cast<size_t>(n.numStates), 0.0f);
   if (n.homeClique >= 0) {
-    PotTable b(net.env, {&n});
-    b.allocate();
-    marginalizeInto(b, jt.cliques[static_cast<size_t>(n.homeClique)].pot);
+    const Clique& home = jt.cliques[static_cast<size_t>(n.homeClique)];
+    size_t count = n.beliefs.size();
+    double few[16];
+    std::vector<double> many(count > 16 ? count : 0);
+    double* sums = count > 16 ? many.data() : few;
+    home.pot.sumsAlong(placeIn(home, n), sums);
     double sum = 0;
-    for (size_t i = 0; i < b.size(); ++i) sum += b.data()[i];
-    for (size_t i = 0; i < b.size(); ++i) n.beliefs[i] = sum > 0 ? static_cast<float>(b.data()[i] / sum) : 0.0f;
+    for (size_t i = 0; i < count; ++i) sum += sums[i];
+    for (size_t i = 0; i < count; ++i) n.beliefs[i] = sum > 0 ? static_cast<float>(sums[i] / sum) : 0.0f;
   } else if (n.finding.state >= 0) {
     n.beliefs[static_cast<size_t>(n.finding.state)] = 1.0f;
   }

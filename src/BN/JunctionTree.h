@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "BN/PotKernels.h"
 #include "BN/PotTable.h"
 
 namespace quorva {
@@ -19,6 +20,8 @@ struct Separator {
   double size = 1;
   PotTable pot;                  // the last message through it
   PotTable fresh;                // scratch: the new message
+  KernelPlan fromA, fromB;       // the kernel plans of messages: a's or b's table onto this one,
+  KernelPlan intoA, intoB;       // and this one into a's or b's
 };
 
 struct Clique {

@@ -88,6 +88,7 @@ using Dims = ShortList<Dim>;
 struct Plan {
   Dims outer;  // walked as an odometer, outermost first
   size_t baseB = 0;        // B's offset from the source nodes fixed at their current states
+  std::vector<std::pair<size_t, size_t>> fixed;  // those nodes: (place in B's list, stride in B)
   size_t block = 1;        // entries of A per block
   // Blocks of consecutive entries of A.
   ShortList<Group> groups;
@@ -135,6 +136,17 @@ std::vector<uint32_t> offsetsOver(const Dims& dims, Stride s) {
   return off;
 }
 
+// Sets B's base offset from the current states of the nodes the plan fixes.
+void setBase(Plan& p, const PotTable& a, const PotTable& b) {
+  p.baseB = 0;
+  for (auto [j, stride] : p.fixed) {
+    const Bnode* n = b.nodes()[j];
+    int st = n->curState, dim = b.dims()[j];
+    if (st < 0 || st >= dim) engError(a.env(), err::CurrentStateRange, st, dim, static_cast<int>(j), n->numStates);
+    p.baseB += static_cast<size_t>(st) * stride;
+  }
+}
+
 // `iterateBOnly`: the nodes of B absent from A are iterated (outermost) instead of fixed.
 Plan makePlan(const PotTable& a, const PotTable& b, bool iterateBOnly) {
   Plan p;
@@ -151,12 +163,10 @@ Plan makePlan(const PotTable& a, const PotTable& b, bool iterateBOnly) {
     if (iterateBOnly) {
       if (bd[j] > 1) bOnly.push_back({static_cast<size_t>(bd[j]), 0, sb[j]});
     } else {
-      int st = bn[j]->curState;
-      if (st < 0 || st >= bd[j])
-        engError(a.env(), err::CurrentStateRange, st, bd[j], static_cast<int>(j), bn[j]->numStates);
-      p.baseB += static_cast<size_t>(st) * sb[j];
+      p.fixed.push_back({j, sb[j]});
     }
   }
+  setBase(p, a, b);
   size_t sa = a.size();  // A's strides: each the product of the counts after it
   for (size_t i = 0; i < an.size(); ++i) {
     sa /= static_cast<size_t>(ad[i]);
@@ -543,25 +553,54 @@ const Plan& cachedPlan(const PotTable& a, const PotTable& b, bool bOnly, Plan& t
       !it->second.bd.expired()) {
     Plan& p = it->second.plan;
     // Only the base offset of nodes fixed at their current states can have moved.
-    if (!bOnly) {
-      p.baseB = 0;
-      const auto& bl = b.nodes();
-      const auto& bdims = b.dims();
-      size_t stride = 1;
-      for (size_t j = bl.size(); j-- > 0; stride *= static_cast<size_t>(bdims[j])) {
-        if (indexIn(a.nodes(), bl[j]) >= 0) continue;
-        int st = bl[j]->curState;
-        if (st < 0 || st >= bdims[j])
-          engError(a.env(), err::CurrentStateRange, st, bdims[j], static_cast<int>(j), bl[j]->numStates);
-        p.baseB += static_cast<size_t>(st) * stride;
-      }
-    }
+    if (!p.fixed.empty()) setBase(p, a, b);
     return p;
   }
   if (cache.size() >= MAX_CACHED_PLANS) cache.clear();
   CachedPlan& slot = cache[key];
   slot = CachedPlan{makePlan(a, b, bOnly), an, bn, ad, bd};
   return slot.plan;
+}
+
+}  // namespace
+
+struct KernelPlan::Held {
+  Plan plan;
+  bool bOnly;
+  std::shared_ptr<const std::vector<Bnode*>> a, b;  // held, so that their addresses stay theirs
+  std::shared_ptr<const std::vector<int>> ad, bd;
+};
+
+KernelPlan::KernelPlan() = default;
+KernelPlan::~KernelPlan() = default;
+KernelPlan::KernelPlan(const KernelPlan&) {}
+KernelPlan& KernelPlan::operator=(const KernelPlan& o) {
+  if (this != &o) held.reset();
+  return *this;
+}
+KernelPlan::KernelPlan(KernelPlan&&) noexcept = default;
+KernelPlan& KernelPlan::operator=(KernelPlan&&) noexcept = default;
+
+namespace {
+
+// The plan for A and B: the one kept when it was made for these two node lists, else a new one
+// kept in its place.
+const Plan& keptPlan(KernelPlan& kept, const PotTable& a, const PotTable& b, bool bOnly) {
+  KernelPlan::Held* h = kept.held.get();
+  if (h && h->bOnly == bOnly && h->a.get() == &a.nodes() && h->b.get() == &b.nodes() && h->ad.get() == &a.dims() &&
+      h->bd.get() == &b.dims()) {
+    if (!h->plan.fixed.empty()) setBase(h->plan, a, b);
+    return h->plan;
+  }
+  Plan p = makePlan(a, b, bOnly);
+  kept.held.reset(new KernelPlan::Held{std::move(p), bOnly, a.nodesHandle().lock(), b.nodesHandle().lock(),
+                                       a.dimsHandle().lock(), b.dimsHandle().lock()});
+  return kept.held->plan;
+}
+
+// The plan from the caller's keeping when it keeps one, else from the net's cache.
+const Plan& planOf(KernelPlan* kept, const PotTable& a, const PotTable& b, bool bOnly, Plan& temp) {
+  return kept ? keptPlan(*kept, a, b, bOnly) : cachedPlan(a, b, bOnly, temp);
 }
 
 // A block copy; 65,536 floats or more are split with a worker thread when the machine has more
@@ -585,13 +624,13 @@ void copyBlock(float* dst, const float* src, size_t n) {
 }
 
 template <class Op>
-void readKernel(PotTable& dst, const PotTable& src, Op op) {
+void readKernel(PotTable& dst, const PotTable& src, Op op, KernelPlan* kept = nullptr) {
   if (dst.nodes() == src.nodes() && dst.dims() == src.dims()) {  // the same list: entry by entry
     rowOp(dst.data(), src.data(), dst.size(), op);
     return;
   }
   Plan temp;
-  const Plan& p = cachedPlan(dst, src, false, temp);
+  const Plan& p = planOf(kept, dst, src, false, temp);
   float* a = dst.data();
   const float* b = src.data();
   if (p.tiled) {
@@ -611,13 +650,13 @@ void readKernel(PotTable& dst, const PotTable& src, Op op) {
 
 // Reduces src into dst over the src nodes absent from dst.
 template <class Op>
-void reduceInto(PotTable& dst, const PotTable& src, float start, Op op) {
+void reduceInto(PotTable& dst, const PotTable& src, float start, Op op, KernelPlan* kept = nullptr) {
   requireAllocated(src, "pot.isAllocated()");
   requireAllocated(dst, "isAllocated()");
   QASSERT(dst.env(), dst.data() != src.data());
   std::fill(dst.data(), dst.data() + dst.size(), start);
   Plan temp;
-  const Plan& p = cachedPlan(src, dst, true, temp);
+  const Plan& p = planOf(kept, src, dst, true, temp);
   const float* a = src.data();
   float* b = dst.data();
   if (p.tiled) {
@@ -652,7 +691,9 @@ void copyFrom(PotTable& dst, const PotTable& src, bool reorder) {
   dst.setFactorRaw(src.factor());
 }
 
-void multiplyIn(PotTable& dst, const PotTable& src) {
+namespace {
+
+void multiplyWith(PotTable& dst, const PotTable& src, KernelPlan* kept) {
   requireAllocated(dst, "pot1.isAllocated()");
   requireAllocated(src, "pot2.isAllocated()");
   QASSERT(dst.env(), dst.data() != src.data());
@@ -667,11 +708,17 @@ void multiplyIn(PotTable& dst, const PotTable& src) {
       dst.setFactorRaw(dst.factor() * src.factor());
     }
   } else {
-    readKernel(dst, src, MulOp{});
+    readKernel(dst, src, MulOp{}, kept);
     dst.setFactorRaw(dst.factor() * src.factor());
   }
   dst.guardUnderflow();
 }
+
+}  // namespace
+
+void multiplyIn(PotTable& dst, const PotTable& src) { multiplyWith(dst, src, nullptr); }
+
+void multiplyIn(PotTable& dst, const PotTable& src, KernelPlan& plan) { multiplyWith(dst, src, &plan); }
 
 void divideBy(PotTable& dst, const PotTable& src) {
   requireAllocated(dst, "pot1.isAllocated()");
@@ -684,6 +731,10 @@ void divideBy(PotTable& dst, const PotTable& src) {
 }
 
 void marginalizeInto(PotTable& dst, const PotTable& src) { reduceInto(dst, src, 0.0f, SumOp{}); }
+
+void marginalizeInto(PotTable& dst, const PotTable& src, KernelPlan& plan) {
+  reduceInto(dst, src, 0.0f, SumOp{}, &plan);
+}
 
 void maxOutInto(PotTable& dst, const PotTable& src) { reduceInto(dst, src, -HUGE_VALF, MaxOp{}); }
 

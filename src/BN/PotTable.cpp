@@ -281,11 +281,34 @@ void PotTable::guardOverflow() {
 
 void PotTable::guardUnderflow() {
   requireAllocated("isAllocated()");
+  // The sum stops once it reaches 1e-10; below that it is the sum of the whole table.  It is
+  // taken a chunk at a time, branch-free within the chunk so that the loop vectorises; a chunk
+  // holding a term below 0 (or not a number) is summed entry by entry instead, as the sum could
+  // reach the threshold part way through it and fall back under.
+  constexpr size_t CHUNK = 64;
+  auto term = [this](float v) { return isReservedFloat(v) ? 0.0f : mayHaveNeg ? std::fabs(v) : v; };
   double s = 0;
-  for (size_t i = 0; i < size_ && s < 1e-10; ++i) {
-    float v = data_[i];
-    if (isReservedFloat(v)) continue;
-    s += mayHaveNeg ? std::fabs(v) : v;
+  for (size_t at = 0; at < size_ && s < 1e-10; at += CHUNK) {
+    size_t end = std::min(size_, at + CHUNK);
+    double lane[4] = {0, 0, 0, 0};
+    bool plain = true;
+    size_t i = at;
+    for (; i + 4 <= end; i += 4)
+      for (size_t j = 0; j < 4; ++j) {
+        float x = term(data_[i + j]);
+        plain = plain & (x >= 0);
+        lane[j] += x;
+      }
+    for (; i < end; ++i) {
+      float x = term(data_[i]);
+      plain = plain & (x >= 0);
+      lane[0] += x;
+    }
+    if (plain) {
+      s += (lane[0] + lane[1]) + (lane[2] + lane[3]);
+      continue;
+    }
+    for (i = at; i < end && s < 1e-10; ++i) s += term(data_[i]);
   }
   if (s > 0 && s < 1e-10) {
     divideEntries(data_, size_, s);
@@ -342,6 +365,71 @@ double PotTable::sum() const {
   }
   for (; i < size_; ++i) s0 += data_[i];
   return (s0 + s1 + s2 + s3) * factor_;
+}
+
+namespace {
+// The entries of dimension `dim` as [outer][count][inner]: the counts before, at and after it.
+struct Span {
+  size_t outer, count, inner;
+};
+Span spanAlong(const std::vector<int>& dims, size_t size, size_t dim) {
+  size_t inner = 1;
+  for (size_t i = dim + 1; i < dims.size(); ++i) inner *= static_cast<size_t>(dims[i]);
+  size_t count = static_cast<size_t>(dims[dim]);
+  return {size / (count * inner), count, inner};
+}
+}  // namespace
+
+void PotTable::sumsAlong(size_t dim, double* out) const {
+  requireAllocated("isAllocated()");
+  Span sp = spanAlong(dims(), size_, dim);
+  std::fill(out, out + sp.count, 0.0);
+  const float* p = data_;
+  size_t row = sp.count * sp.inner;
+  constexpr size_t SHORT_ROW = 256;
+  if (row <= SHORT_ROW) {
+    // Short rows: the rows are added up entrywise (independent sums, so the loop vectorises),
+    // then each state's run of the total row.
+    double acc[SHORT_ROW];
+    std::fill(acc, acc + row, 0.0);
+    for (size_t o = 0; o < sp.outer; ++o, p += row)
+      for (size_t j = 0; j < row; ++j) acc[j] += p[j];
+    for (size_t k = 0; k < sp.count; ++k)
+      for (size_t i = 0; i < sp.inner; ++i) out[k] += acc[k * sp.inner + i];
+    return;
+  }
+  if (sp.inner == 1) {
+    for (size_t o = 0; o < sp.outer; ++o, p += sp.count)
+      for (size_t k = 0; k < sp.count; ++k) out[k] += p[k];
+    return;
+  }
+  for (size_t o = 0; o < sp.outer; ++o)
+    for (size_t k = 0; k < sp.count; ++k, p += sp.inner) {
+      double s0 = 0, s1 = 0;
+      size_t i = 0;
+      for (; i + 2 <= sp.inner; i += 2) {
+        s0 += p[i];
+        s1 += p[i + 1];
+      }
+      if (i < sp.inner) s0 += p[i];
+      out[k] += s0 + s1;
+    }
+}
+
+void PotTable::multiplyAlong(size_t dim, const float* v) {
+  requireAllocated("isAllocated()");
+  Span sp = spanAlong(dims(), size_, dim);
+  float* p = data_;
+  if (sp.inner == 1) {
+    for (size_t o = 0; o < sp.outer; ++o, p += sp.count)
+      for (size_t k = 0; k < sp.count; ++k) p[k] *= v[k];
+    return;
+  }
+  for (size_t o = 0; o < sp.outer; ++o)
+    for (size_t k = 0; k < sp.count; ++k, p += sp.inner) {
+      float f = v[k];
+      for (size_t i = 0; i < sp.inner; ++i) p[i] *= f;
+    }
 }
 
 void PotTable::copyOut(double* out) const {

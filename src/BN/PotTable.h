@@ -95,6 +95,11 @@ class PotTable {
   void clipNegatives();
   double sum() const;
   void copyOut(double* out) const;
+  // out[k] := the sum of the stored entries at state k of the node in place `dim` of the list
+  // (the factor left out).
+  void sumsAlong(size_t dim, double* out) const;
+  // Multiplies every entry by v[its state of the node in place `dim` of the list].
+  void multiplyAlong(size_t dim, const float* v);
 
   // Used by the two-table kernels.
   void setFactorRaw(double f);
