@@ -113,7 +113,7 @@ void sendMessage(JunctionTree& jt, int from, int sep, bool maxMode) {
   for (size_t i = 0; i < s.pot.size(); ++i) o[i] = o[i] == 0.0f ? 0.0f : f[i] / o[i];
   s.pot.setFactorRaw(s.fresh.factor() / s.pot.factor());
   multiplyIn(n.pot, s.pot, fromA ? s.intoB : s.intoA);
-  std::swap(s.pot, s.fresh);
+  s.pot.swap(s.fresh);
   ++jt.version;
 }
 
@@ -134,7 +134,9 @@ void normaliseRoot(Bnet& net, JunctionTree& jt, Clique& root) {
 class Schedule {
  public:
   Schedule(Bnet& net, JunctionTree& jt, bool maxMode)
-      : net_(net), jt_(jt), max_(maxMode), ring_(jt.cliques.size() + 1) {}
+      : net_(net), jt_(jt), max_(maxMode), ring_(jt.queue) {
+    ring_.resize(jt.cliques.size() + 1);
+  }
 
   void run() {
     bool changed = false;
@@ -216,7 +218,7 @@ class Schedule {
   Bnet& net_;
   JunctionTree& jt_;
   bool max_;
-  std::vector<int> ring_;
+  std::vector<int>& ring_;
   size_t head_ = 0, tail_ = 0;
 };
 
@@ -349,6 +351,30 @@ bool findingsHold(Bnet& net) {
   }
 }
 
+namespace {
+
+// The table to read a node's beliefs from, and the node's place in it: the smallest of its home
+// clique and that clique's separators holding it.  After a propagation the cliques and separators
+// all agree on the node's marginal (a net with decisions reads the home clique).
+const PotTable& beliefSource(const JunctionTree& jt, const Bnode& n, size_t& place) {
+  const Clique& home = jt.cliques[static_cast<size_t>(n.homeClique)];
+  const PotTable* best = &home.pot;
+  place = placeIn(home, n);
+  if (jt.hasDecisions) return *best;
+  for (int s : home.seps) {
+    const PotTable& t = jt.seps[static_cast<size_t>(s)].pot;
+    if (t.size() >= best->size()) continue;
+    const std::vector<Bnode*>& list = t.nodes();
+    auto it = std::find(list.begin(), list.end(), &n);
+    if (it == list.end()) continue;
+    best = &t;
+    place = static_cast<size_t>(it - list.begin());
+  }
+  return *best;
+}
+
+}  // namespace
+
 const std::vector<float>& nodeBeliefs(Bnode& n) {
   Bnet& net = *n.net;
   updateBeliefs(net);
@@ -356,12 +382,12 @@ const std::vector<float>& nodeBeliefs(Bnode& n) {
   if (n.beliefsVersion == jt.version + 1 && !n.beliefs.empty()) return n.beliefs;
   n.beliefs.assign(static_cast<size_t>(n.numStates), 0.0f);
   if (n.homeClique >= 0) {
-    const Clique& home = jt.cliques[static_cast<size_t>(n.homeClique)];
-    size_t count = n.beliefs.size();
+    size_t count = n.beliefs.size(), place = 0;
+    const PotTable& from = beliefSource(jt, n, place);
     double few[16];
     std::vector<double> many(count > 16 ? count : 0);
     double* sums = count > 16 ? many.data() : few;
-    home.pot.sumsAlong(placeIn(home, n), sums);
+    from.sumsAlong(place, sums);
     double sum = 0;
     for (size_t i = 0; i < count; ++i) sum += sums[i];
     for (size_t i = 0; i < count; ++i) n.beliefs[i] = sum > 0 ? static_cast<float>(sums[i] / sum) : 0.0f;

@@ -44,6 +44,7 @@ struct JunctionTree {
   bool entered = false;          // some finding is in the potentials
   bool spent = false;            // propagation failed part way: start again from the base
   uint64_t version = 0;          // rises whenever the potentials change
+  std::vector<int> queue;        // scratch of the propagation schedule
 
   int neighbour(int clique, int sep) const {
     const Separator& s = seps[static_cast<size_t>(sep)];

@@ -19,11 +19,6 @@ namespace quorva {
 
 float undefFloat() { return std::bit_cast<float>(UNDEF_FLT_BITS); }
 float unspecifiedRowFloat() { return std::bit_cast<float>(UNSPEC_ROW_BITS); }
-bool isUndefFloat(float v) { return std::bit_cast<uint32_t>(v) == UNDEF_FLT_BITS; }
-bool isReservedFloat(float v) {
-  uint32_t b = std::bit_cast<uint32_t>(v);
-  return b == UNDEF_FLT_BITS || b == UNSPEC_ROW_BITS;
-}
 
 double sizeOfSpace(const std::vector<int>& dims) {
   double s = 1.0;
@@ -81,6 +76,17 @@ PotTable::PotTable(PotTable&& o) noexcept
   o.nodes_ = emptyNodes();
   o.dims_ = emptyDims();
   o.size_ = 1;
+}
+
+void PotTable::swap(PotTable& o) noexcept {
+  std::swap(mayHaveNeg, o.mayHaveNeg);
+  std::swap(env_, o.env_);
+  nodes_.swap(o.nodes_);
+  dims_.swap(o.dims_);
+  std::swap(size_, o.size_);
+  std::swap(data_, o.data_);
+  std::swap(capacity_, o.capacity_);
+  std::swap(factor_, o.factor_);
 }
 
 PotTable& PotTable::operator=(PotTable&& o) noexcept {
@@ -288,7 +294,9 @@ void PotTable::guardUnderflow() {
   constexpr size_t CHUNK = 64;
   auto term = [this](float v) { return isReservedFloat(v) ? 0.0f : mayHaveNeg ? std::fabs(v) : v; };
   double s = 0;
-  for (size_t at = 0; at < size_ && s < 1e-10; at += CHUNK) {
+  size_t lead = std::min<size_t>(size_, 8);  // mostly the threshold is reached in the first few
+  for (size_t i = 0; i < lead && s < 1e-10; ++i) s += term(data_[i]);
+  for (size_t at = lead; at < size_ && s < 1e-10; at += CHUNK) {
     size_t end = std::min(size_, at + CHUNK);
     double lane[4] = {0, 0, 0, 0};
     bool plain = true;
