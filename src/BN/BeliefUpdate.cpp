@@ -3,7 +3,9 @@
 #include "BN/BeliefUpdate.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstdint>
 
 #include "BN/Bnet.h"
 #include "BN/InferErrors.h"
@@ -108,9 +110,13 @@ void sendMessage(JunctionTree& jt, int from, int sep, bool maxMode) {
   if (maxMode) maxOutInto(s.fresh, c.pot);
   else marginalizeInto(s.fresh, c.pot, fromA ? s.fromA : s.fromB);
   // s.pot := fresh / old (0 where old is 0), then it multiplies N; fresh becomes the separator.
+  // The quotient is masked rather than chosen, so that the loop vectorises.
   float* o = s.pot.data();
   const float* f = s.fresh.data();
-  for (size_t i = 0; i < s.pot.size(); ++i) o[i] = o[i] == 0.0f ? 0.0f : f[i] / o[i];
+  for (size_t i = 0, n = s.pot.size(); i < n; ++i) {
+    uint32_t keep = o[i] == 0.0f ? 0u : ~0u;
+    o[i] = std::bit_cast<float>(std::bit_cast<uint32_t>(f[i] / o[i]) & keep);
+  }
   s.pot.setFactorRaw(s.fresh.factor() / s.pot.factor());
   multiplyIn(n.pot, s.pot, fromA ? s.intoB : s.intoA);
   s.pot.swap(s.fresh);

@@ -47,6 +47,7 @@ namespace {
 constexpr size_t BLOCK_TARGET = 4096;  // entries of A per block: 16 KB, well inside L1 + L2
 constexpr size_t TILE_SIDE = 64;       // entries along each table's trailing dimensions in a tile
 constexpr size_t TILE_MIN_B = 1 << 16;  // B entries from which tiling pays
+constexpr size_t SMALL_A = 1024;        // A entries up to which B is reached through an offset list
 
 struct Dim {
   size_t count, sA, sB;
@@ -80,24 +81,27 @@ class ShortList {
   const T* end() const { return items_.data() + n_; }
 
  private:
+  size_t n_ = 0;  // ahead of the items, so that a short list's count shares their first lines
   std::array<T, CAPACITY> items_;
-  size_t n_ = 0;
 };
 using Dims = ShortList<Dim>;
 
+// The scalars come first and the lists are used from their fronts, so that a plan in use
+// occupies a few cache lines.
 struct Plan {
-  Dims outer;  // walked as an odometer, outermost first
   size_t baseB = 0;        // B's offset from the source nodes fixed at their current states
-  std::vector<std::pair<size_t, size_t>> fixed;  // those nodes: (place in B's list, stride in B)
   size_t block = 1;        // entries of A per block
-  // Blocks of consecutive entries of A.
-  ShortList<Group> groups;
-  std::vector<uint32_t> offK;  // B offsets of the kept vector
   size_t kept = 1;
   bool keptInPlace = true;  // offK[k] == k
   bool anySpread = false;
-  // Tiles: A and B both through offsets.
   bool tiled = false;
+  std::vector<std::pair<size_t, size_t>> fixed;  // those nodes: (place in B's list, stride in B)
+  std::vector<uint32_t> offK;  // B offsets of the kept vector
+  std::vector<uint32_t> each;  // small A: the B offset of each entry of A (else empty)
+  Dims outer;  // walked as an odometer, outermost first
+  // Blocks of consecutive entries of A.
+  ShortList<Group> groups;
+  // Tiles: A and B both through offsets.
   std::vector<uint32_t> tileA;    // A offsets, in A's order
   std::vector<uint32_t> tileB;    // B offsets of the tile's B entries, in B's order
   std::vector<uint32_t> tileMap;  // for each A entry, its B entry's place in tileB
@@ -148,7 +152,9 @@ void setBase(Plan& p, const PotTable& a, const PotTable& b) {
 }
 
 // `iterateBOnly`: the nodes of B absent from A are iterated (outermost) instead of fixed.
-Plan makePlan(const PotTable& a, const PotTable& b, bool iterateBOnly) {
+// `offsetsWhenSmall`: a small A is walked in one piece, with an offset into B for each entry (for
+// plans kept for many calls, as setting up blocks costs more than the walk).
+Plan makePlan(const PotTable& a, const PotTable& b, bool iterateBOnly, bool offsetsWhenSmall = false) {
   Plan p;
   const auto& an = a.nodes();
   const auto& bn = b.nodes();
@@ -173,6 +179,11 @@ Plan makePlan(const PotTable& a, const PotTable& b, bool iterateBOnly) {
     if (ad[i] == 1) continue;
     int j = indexIn(bn, an[i]);
     dims.push_back({static_cast<size_t>(ad[i]), sa, j >= 0 ? sb[static_cast<size_t>(j)] : 0});
+  }
+
+  if (offsetsWhenSmall && bOnly.empty() && a.size() <= SMALL_A) {
+    p.each = offsetsOver(dims, [](const Dim& d) { return d.sB; });
+    return p;
   }
 
   // The block: A's trailing dimensions.
@@ -262,7 +273,8 @@ Plan makePlan(const PotTable& a, const PotTable& b, bool iterateBOnly) {
 template <class Inner>
 void forEachBlock(const Plan& p, Inner&& inner) {
   size_t n = p.outer.size();
-  std::array<size_t, Dims::CAPACITY> ctr{};
+  std::array<size_t, Dims::CAPACITY> ctr;
+  std::fill(ctr.begin(), ctr.begin() + n, 0);
   size_t offA = 0, offB = p.baseB;
   while (true) {
     inner(offA, offB);
@@ -538,12 +550,12 @@ struct PlanCache {
 constexpr size_t MAX_CACHED_PLANS = 4096;
 
 // The plan for A and B: from the net's cache when both lists are the ones it was made for.
-const Plan& cachedPlan(const PotTable& a, const PotTable& b, bool bOnly, Plan& temp) {
+const Plan& cachedPlan(const PotTable& a, const PotTable& b, bool bOnly, std::unique_ptr<Plan>& temp) {
   Bnet* net = !a.nodes().empty() ? a.nodes().front()->net : !b.nodes().empty() ? b.nodes().front()->net : nullptr;
   auto an = a.nodesHandle(), bn = b.nodesHandle();
   // Only lists that several tables share (clique, separator and base tables) are worth a plan
   // kept: a table made for one call (a finding, a belief) brings a list of its own.
-  if (!net || an.use_count() < 2 || bn.use_count() < 2) return temp = makePlan(a, b, bOnly);
+  if (!net || an.use_count() < 2 || bn.use_count() < 2) return *(temp = std::make_unique<Plan>(makePlan(a, b, bOnly)));
   if (!net->kernelPlans) net->kernelPlans = std::make_shared<PlanCache>();
   auto& cache = static_cast<PlanCache*>(net->kernelPlans.get())->plans;
   auto ad = a.dimsHandle(), bd = b.dimsHandle();
@@ -592,14 +604,14 @@ const Plan& keptPlan(KernelPlan& kept, const PotTable& a, const PotTable& b, boo
     if (!h->plan.fixed.empty()) setBase(h->plan, a, b);
     return h->plan;
   }
-  Plan p = makePlan(a, b, bOnly);
+  Plan p = makePlan(a, b, bOnly, true);
   kept.held.reset(new KernelPlan::Held{std::move(p), bOnly, a.nodesHandle().lock(), b.nodesHandle().lock(),
                                        a.dimsHandle().lock(), b.dimsHandle().lock()});
   return kept.held->plan;
 }
 
 // The plan from the caller's keeping when it keeps one, else from the net's cache.
-const Plan& planOf(KernelPlan* kept, const PotTable& a, const PotTable& b, bool bOnly, Plan& temp) {
+const Plan& planOf(KernelPlan* kept, const PotTable& a, const PotTable& b, bool bOnly, std::unique_ptr<Plan>& temp) {
   return kept ? keptPlan(*kept, a, b, bOnly) : cachedPlan(a, b, bOnly, temp);
 }
 
@@ -629,11 +641,15 @@ void readKernel(PotTable& dst, const PotTable& src, Op op, KernelPlan* kept = nu
     rowOp(dst.data(), src.data(), dst.size(), op);
     return;
   }
-  Plan temp;
+  std::unique_ptr<Plan> temp;  // a plan for this call only
   const Plan& p = planOf(kept, dst, src, false, temp);
   float* a = dst.data();
   const float* b = src.data();
-  if (p.tiled) {
+  if (!p.each.empty()) {
+    const uint32_t* off = p.each.data();
+    const float* y = b + p.baseB;
+    for (size_t i = 0, n = p.each.size(); i < n; ++i) a[i] = op(a[i], y[off[i]]);
+  } else if (p.tiled) {
     const uint32_t *ta = p.tileA.data(), *tb = p.tileB.data(), *map = p.tileMap.data();
     size_t nb = p.tileB.size();
     float* buf = scratch(nb);
@@ -655,11 +671,15 @@ void reduceInto(PotTable& dst, const PotTable& src, float start, Op op, KernelPl
   requireAllocated(dst, "isAllocated()");
   QASSERT(dst.env(), dst.data() != src.data());
   std::fill(dst.data(), dst.data() + dst.size(), start);
-  Plan temp;
+  std::unique_ptr<Plan> temp;
   const Plan& p = planOf(kept, src, dst, true, temp);
   const float* a = src.data();
   float* b = dst.data();
-  if (p.tiled) {
+  if (!p.each.empty()) {
+    const uint32_t* off = p.each.data();
+    float* y = b + p.baseB;
+    for (size_t i = 0, n = p.each.size(); i < n; ++i) y[off[i]] = op(y[off[i]], a[i]);
+  } else if (p.tiled) {
     const uint32_t *ta = p.tileA.data(), *tb = p.tileB.data(), *map = p.tileMap.data();
     size_t nb = p.tileB.size();
     float* buf = scratch(nb);
