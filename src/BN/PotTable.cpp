@@ -287,36 +287,32 @@ void PotTable::guardOverflow() {
 
 void PotTable::guardUnderflow() {
   requireAllocated("isAllocated()");
-  // The sum stops once it reaches 1e-10; below that it is the sum of the whole table.  It is
-  // taken a chunk at a time, branch-free within the chunk so that the loop vectorises; a chunk
-  // holding a term below 0 (or not a number) is summed entry by entry instead, as the sum could
-  // reach the threshold part way through it and fall back under.
+  // The sum stops once it reaches 1e-10; below that it is the sum of the whole table.  After the
+  // first few entries it is taken a chunk at a time.  A chunk of entries of at least 0 holding one
+  // of 1e-10 or more ends the sum there, and one of zeros adds nothing: both are seen in a
+  // branch-free pass that vectorises.  Any other chunk is summed entry by entry (reserved values
+  // and magnitudes of negative entries included), as the sum could reach the threshold part way
+  // through it and fall back under.
   constexpr size_t CHUNK = 64;
+  constexpr float ENOUGH = 1e-10f;  // the float nearest 1e-10, a little above it
   auto term = [this](float v) { return isReservedFloat(v) ? 0.0f : mayHaveNeg ? std::fabs(v) : v; };
   double s = 0;
   size_t lead = std::min<size_t>(size_, 8);  // mostly the threshold is reached in the first few
   for (size_t i = 0; i < lead && s < 1e-10; ++i) s += term(data_[i]);
   for (size_t at = lead; at < size_ && s < 1e-10; at += CHUNK) {
     size_t end = std::min(size_, at + CHUNK);
-    double lane[4] = {0, 0, 0, 0};
-    bool plain = true;
-    size_t i = at;
-    for (; i + 4 <= end; i += 4)
-      for (size_t j = 0; j < 4; ++j) {
-        float x = term(data_[i + j]);
-        plain = plain & (x >= 0);
-        lane[j] += x;
+    if (!mayHaveNeg) {
+      int below = 0, enough = 0, nonZero = 0;  // reserved values are below 0
+      for (size_t i = at; i < end; ++i) {
+        float v = data_[i];
+        below |= !(v >= 0);
+        enough |= v >= ENOUGH;
+        nonZero |= v != 0;
       }
-    for (; i < end; ++i) {
-      float x = term(data_[i]);
-      plain = plain & (x >= 0);
-      lane[0] += x;
+      if (!below && enough) return;  // the sum reaches the threshold in this chunk
+      if (!below && !nonZero) continue;
     }
-    if (plain) {
-      s += (lane[0] + lane[1]) + (lane[2] + lane[3]);
-      continue;
-    }
-    for (i = at; i < end && s < 1e-10; ++i) s += term(data_[i]);
+    for (size_t i = at; i < end && s < 1e-10; ++i) s += term(data_[i]);
   }
   if (s > 0 && s < 1e-10) {
     divideEntries(data_, size_, s);
