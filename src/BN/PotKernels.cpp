@@ -97,7 +97,10 @@ struct Plan {
   bool tiled = false;
   std::vector<std::pair<size_t, size_t>> fixed;  // those nodes: (place in B's list, stride in B)
   std::vector<uint32_t> offK;  // B offsets of the kept vector
-  std::vector<uint32_t> each;  // small A: the B offset of each entry of A (else empty)
+  // Small A: A as runs of `run` consecutive entries that meet one entry of B (the trailing
+  // dimensions B lacks), and the B offset of each run (else empty).
+  std::vector<uint32_t> each;
+  size_t run = 1;
   Dims outer;  // walked as an odometer, outermost first
   // Blocks of consecutive entries of A.
   ShortList<Group> groups;
@@ -152,8 +155,8 @@ void setBase(Plan& p, const PotTable& a, const PotTable& b) {
 }
 
 // `iterateBOnly`: the nodes of B absent from A are iterated (outermost) instead of fixed.
-// `offsetsWhenSmall`: a small A is walked in one piece, with an offset into B for each entry (for
-// plans kept for many calls, as setting up blocks costs more than the walk).
+// `offsetsWhenSmall`: a small A is walked in one piece, with an offset into B for each run of
+// entries (for plans kept for many calls, as setting up blocks costs more than the walk).
 Plan makePlan(const PotTable& a, const PotTable& b, bool iterateBOnly, bool offsetsWhenSmall = false) {
   Plan p;
   const auto& an = a.nodes();
@@ -182,7 +185,11 @@ Plan makePlan(const PotTable& a, const PotTable& b, bool iterateBOnly, bool offs
   }
 
   if (offsetsWhenSmall && bOnly.empty() && a.size() <= SMALL_A) {
-    p.each = offsetsOver(dims, [](const Dim& d) { return d.sB; });
+    size_t k = dims.size();
+    while (k > 0 && dims[k - 1].sB == 0) p.run *= dims[--k].count;
+    Dims lead;
+    for (size_t i = 0; i < k; ++i) lead.push_back(dims[i]);
+    p.each = offsetsOver(lead, [](const Dim& d) { return d.sB; });
     return p;
   }
 
@@ -648,7 +655,12 @@ void readKernel(PotTable& dst, const PotTable& src, Op op, KernelPlan* kept = nu
   if (!p.each.empty()) {
     const uint32_t* off = p.each.data();
     const float* y = b + p.baseB;
-    for (size_t i = 0, n = p.each.size(); i < n; ++i) a[i] = op(a[i], y[off[i]]);
+    size_t n = p.each.size(), run = p.run;
+    if (run == 1) {
+      for (size_t i = 0; i < n; ++i) a[i] = op(a[i], y[off[i]]);
+    } else {
+      for (size_t r = 0; r < n; ++r) scalarOp(a + r * run, y[off[r]], run, op);
+    }
   } else if (p.tiled) {
     const uint32_t *ta = p.tileA.data(), *tb = p.tileB.data(), *map = p.tileMap.data();
     size_t nb = p.tileB.size();
@@ -678,7 +690,12 @@ void reduceInto(PotTable& dst, const PotTable& src, float start, Op op, KernelPl
   if (!p.each.empty()) {
     const uint32_t* off = p.each.data();
     float* y = b + p.baseB;
-    for (size_t i = 0, n = p.each.size(); i < n; ++i) y[off[i]] = op(y[off[i]], a[i]);
+    size_t n = p.each.size(), run = p.run;
+    if (run == 1) {
+      for (size_t i = 0; i < n; ++i) y[off[i]] = op(y[off[i]], a[i]);
+    } else {
+      for (size_t r = 0; r < n; ++r) y[off[r]] = op(y[off[r]], foldRun(a + r * run, run, op));
+    }
   } else if (p.tiled) {
     const uint32_t *ta = p.tileA.data(), *tb = p.tileB.data(), *map = p.tileMap.data();
     size_t nb = p.tileB.size();
