@@ -3,7 +3,9 @@
 #include "BN/BeliefUpdate.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <string>
 
 #include "BN/Bnet.h"
@@ -109,15 +111,20 @@ void sendMessage(JunctionTree& jt, int from, int sep, bool maxMode) {
   Separator& s = jt.seps[static_cast<size_t>(sep)];
   Clique& c = jt.cliques[static_cast<size_t>(from)];
   Clique& n = jt.cliques[static_cast<size_t>(jt.neighbour(from, sep))];
+  bool fromA = from == s.a;
   if (maxMode) maxOutInto(s.fresh, c.pot);
-  else marginalizeInto(s.fresh, c.pot);
+  else marginalizeInto(s.fresh, c.pot, fromA ? s.fromA : s.fromB);
   // s.pot := fresh / old (0 where old is 0), then it multiplies N; fresh becomes the separator.
+  // The quotient is masked rather than chosen, so that the loop vectorises.
   float* o = s.pot.data();
   const float* f = s.fresh.data();
-  for (size_t i = 0; i < s.pot.size(); ++i) o[i] = o[i] == 0.0f ? 0.0f : f[i] / o[i];
+  for (size_t i = 0, n = s.pot.size(); i < n; ++i) {
+    uint32_t keep = o[i] == 0.0f ? 0u : ~0u;
+    o[i] = std::bit_cast<float>(std::bit_cast<uint32_t>(f[i] / o[i]) & keep);
+  }
   s.pot.setFactorRaw(s.fresh.factor() / s.pot.factor());
-  multiplyIn(n.pot, s.pot);
-  std::swap(s.pot, s.fresh);
+  multiplyIn(n.pot, s.pot, fromA ? s.intoB : s.intoA);
+  s.pot.swap(s.fresh);
   ++jt.version;
 }
 
@@ -138,7 +145,9 @@ void normaliseRoot(Bnet& net, JunctionTree& jt, Clique& root) {
 class Schedule {
  public:
   Schedule(Bnet& net, JunctionTree& jt, bool maxMode)
-      : net_(net), jt_(jt), max_(maxMode), ring_(jt.cliques.size() + 1) {}
+      : net_(net), jt_(jt), max_(maxMode), ring_(jt.queue) {
+    ring_.resize(jt.cliques.size() + 1);
+  }
 
   void run() {
     bool changed = false;
@@ -220,9 +229,17 @@ class Schedule {
   Bnet& net_;
   JunctionTree& jt_;
   bool max_;
-  std::vector<int> ring_;
+  std::vector<int>& ring_;
   size_t head_ = 0, tail_ = 0;
 };
+
+// The node's place in its home clique's list.
+size_t placeIn(const Clique& home, const Bnode& n) {
+  const std::vector<Bnode*>& list = home.pot.nodes();
+  auto it = std::find(list.begin(), list.end(), &n);
+  QASSERT(n.net->env, it != list.end());
+  return static_cast<size_t>(it - list.begin());
+}
 
 bool hasFinding(const Finding& f) { return f.state >= 0 || !f.likelihood.empty(); }
 
@@ -231,18 +248,19 @@ void enterFinding(Bnet& net, JunctionTree& jt, Bnode& n) {
   const Finding& f = n.finding;
   if (n.homeClique < 0 || n.kind == CONSTANT || n.kind == UTILITY) return;
   if (!hasFinding(f)) return;
-  PotTable lik(net.env, {&n});
-  lik.allocate();
+  Clique& home = jt.cliques[static_cast<size_t>(n.homeClique)];
+  size_t dim = placeIn(home, n);
   // A likelihood with one non-zero entry also fixes the state, but its weight still counts toward
   // the probability of the findings.
   if (!f.likelihood.empty()) {
-    std::copy(f.likelihood.begin(), f.likelihood.end(), lik.data());
+    QASSERT(net.env, f.likelihood.size() == static_cast<size_t>(n.numStates));
+    home.pot.multiplyAlong(dim, f.likelihood.data());
   } else {
-    lik.fill(0.0);
-    lik.data()[f.state] = 1.0f;
+    std::vector<float> lik(static_cast<size_t>(n.numStates), 0.0f);
+    lik[static_cast<size_t>(f.state)] = 1.0f;
+    home.pot.multiplyAlong(dim, lik.data());
   }
-  Clique& home = jt.cliques[static_cast<size_t>(n.homeClique)];
-  multiplyIn(home.pot, lik);
+  home.pot.guardUnderflow();
   home.state = 2;
   jt.entered = true;
 }
@@ -354,6 +372,30 @@ bool findingsHold(Bnet& net) {
   }
 }
 
+namespace {
+
+// The table to read a node's beliefs from, and the node's place in it: the smallest of its home
+// clique and that clique's separators holding it.  After a propagation the cliques and separators
+// all agree on the node's marginal (a net with decisions reads the home clique).
+const PotTable& beliefSource(const JunctionTree& jt, const Bnode& n, size_t& place) {
+  const Clique& home = jt.cliques[static_cast<size_t>(n.homeClique)];
+  const PotTable* best = &home.pot;
+  place = placeIn(home, n);
+  if (jt.hasDecisions) return *best;
+  for (int s : home.seps) {
+    const PotTable& t = jt.seps[static_cast<size_t>(s)].pot;
+    if (t.size() >= best->size()) continue;
+    const std::vector<Bnode*>& list = t.nodes();
+    auto it = std::find(list.begin(), list.end(), &n);
+    if (it == list.end()) continue;
+    best = &t;
+    place = static_cast<size_t>(it - list.begin());
+  }
+  return *best;
+}
+
+}  // namespace
+
 const std::vector<float>& nodeBeliefs(Bnode& n) {
   Bnet& net = *n.net;
   updateBeliefs(net);
@@ -361,12 +403,15 @@ const std::vector<float>& nodeBeliefs(Bnode& n) {
   if (n.beliefsVersion == jt.version + 1 && !n.beliefs.empty()) return n.beliefs;
   n.beliefs.assign(static_cast<size_t>(n.numStates), 0.0f);
   if (n.homeClique >= 0) {
-    PotTable b(net.env, {&n});
-    b.allocate();
-    marginalizeInto(b, jt.cliques[static_cast<size_t>(n.homeClique)].pot);
+    size_t count = n.beliefs.size(), place = 0;
+    const PotTable& from = beliefSource(jt, n, place);
+    double few[16];
+    std::vector<double> many(count > 16 ? count : 0);
+    double* sums = count > 16 ? many.data() : few;
+    from.sumsAlong(place, sums);
     double sum = 0;
-    for (size_t i = 0; i < b.size(); ++i) sum += b.data()[i];
-    for (size_t i = 0; i < b.size(); ++i) n.beliefs[i] = sum > 0 ? static_cast<float>(b.data()[i] / sum) : 0.0f;
+    for (size_t i = 0; i < count; ++i) sum += sums[i];
+    for (size_t i = 0; i < count; ++i) n.beliefs[i] = sum > 0 ? static_cast<float>(sums[i] / sum) : 0.0f;
   } else if (n.finding.state >= 0) {
     n.beliefs[static_cast<size_t>(n.finding.state)] = 1.0f;
   }

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "BN/PotKernels.h"
 #include "BN/PotTable.h"
 
 namespace quorva {
@@ -19,6 +20,8 @@ struct Separator {
   double size = 1;
   PotTable pot;                  // the last message through it
   PotTable fresh;                // scratch: the new message
+  KernelPlan fromA, fromB;       // the kernel plans of messages: a's or b's table onto this one,
+  KernelPlan intoA, intoB;       // and this one into a's or b's
 };
 
 struct Clique {
@@ -42,6 +45,7 @@ struct JunctionTree {
   bool spent = false;            // propagation failed part way: start again from the base
   bool memoryChecked = false;    // the tables' memory was checked (at the compile or first update)
   uint64_t version = 0;          // rises whenever the potentials change
+  std::vector<int> queue;        // scratch of the propagation schedule
 
   int neighbour(int clique, int sep) const {
     const Separator& s = seps[static_cast<size_t>(sep)];

@@ -47,6 +47,7 @@ namespace {
 constexpr size_t BLOCK_TARGET = 4096;  // entries of A per block: 16 KB, well inside L1 + L2
 constexpr size_t TILE_SIDE = 64;       // entries along each table's trailing dimensions in a tile
 constexpr size_t TILE_MIN_B = 1 << 16;  // B entries from which tiling pays
+constexpr size_t SMALL_A = 1024;        // A entries up to which B is reached through an offset list
 
 struct Dim {
   size_t count, sA, sB;
@@ -80,23 +81,30 @@ class ShortList {
   const T* end() const { return items_.data() + n_; }
 
  private:
+  size_t n_ = 0;  // ahead of the items, so that a short list's count shares their first lines
   std::array<T, CAPACITY> items_;
-  size_t n_ = 0;
 };
 using Dims = ShortList<Dim>;
 
+// The scalars come first and the lists are used from their fronts, so that a plan in use
+// occupies a few cache lines.
 struct Plan {
-  Dims outer;  // walked as an odometer, outermost first
   size_t baseB = 0;        // B's offset from the source nodes fixed at their current states
   size_t block = 1;        // entries of A per block
-  // Blocks of consecutive entries of A.
-  ShortList<Group> groups;
-  std::vector<uint32_t> offK;  // B offsets of the kept vector
   size_t kept = 1;
   bool keptInPlace = true;  // offK[k] == k
   bool anySpread = false;
-  // Tiles: A and B both through offsets.
   bool tiled = false;
+  std::vector<std::pair<size_t, size_t>> fixed;  // those nodes: (place in B's list, stride in B)
+  std::vector<uint32_t> offK;  // B offsets of the kept vector
+  // Small A: A as runs of `run` consecutive entries that meet one entry of B (the trailing
+  // dimensions B lacks), and the B offset of each run (else empty).
+  std::vector<uint32_t> each;
+  size_t run = 1;
+  Dims outer;  // walked as an odometer, outermost first
+  // Blocks of consecutive entries of A.
+  ShortList<Group> groups;
+  // Tiles: A and B both through offsets.
   std::vector<uint32_t> tileA;    // A offsets, in A's order
   std::vector<uint32_t> tileB;    // B offsets of the tile's B entries, in B's order
   std::vector<uint32_t> tileMap;  // for each A entry, its B entry's place in tileB
@@ -135,8 +143,21 @@ std::vector<uint32_t> offsetsOver(const Dims& dims, Stride s) {
   return off;
 }
 
+// Sets B's base offset from the current states of the nodes the plan fixes.
+void setBase(Plan& p, const PotTable& a, const PotTable& b) {
+  p.baseB = 0;
+  for (auto [j, stride] : p.fixed) {
+    const Bnode* n = b.nodes()[j];
+    int st = n->curState, dim = b.dims()[j];
+    if (st < 0 || st >= dim) engError(a.env(), err::CurrentStateRange, st, dim, static_cast<int>(j), n->numStates);
+    p.baseB += static_cast<size_t>(st) * stride;
+  }
+}
+
 // `iterateBOnly`: the nodes of B absent from A are iterated (outermost) instead of fixed.
-Plan makePlan(const PotTable& a, const PotTable& b, bool iterateBOnly) {
+// `offsetsWhenSmall`: a small A is walked in one piece, with an offset into B for each run of
+// entries (for plans kept for many calls, as setting up blocks costs more than the walk).
+Plan makePlan(const PotTable& a, const PotTable& b, bool iterateBOnly, bool offsetsWhenSmall = false) {
   Plan p;
   const auto& an = a.nodes();
   const auto& bn = b.nodes();
@@ -151,18 +172,25 @@ Plan makePlan(const PotTable& a, const PotTable& b, bool iterateBOnly) {
     if (iterateBOnly) {
       if (bd[j] > 1) bOnly.push_back({static_cast<size_t>(bd[j]), 0, sb[j]});
     } else {
-      int st = bn[j]->curState;
-      if (st < 0 || st >= bd[j])
-        engError(a.env(), err::CurrentStateRange, st, bd[j], static_cast<int>(j), bn[j]->numStates);
-      p.baseB += static_cast<size_t>(st) * sb[j];
+      p.fixed.push_back({j, sb[j]});
     }
   }
+  setBase(p, a, b);
   size_t sa = a.size();  // A's strides: each the product of the counts after it
   for (size_t i = 0; i < an.size(); ++i) {
     sa /= static_cast<size_t>(ad[i]);
     if (ad[i] == 1) continue;
     int j = indexIn(bn, an[i]);
     dims.push_back({static_cast<size_t>(ad[i]), sa, j >= 0 ? sb[static_cast<size_t>(j)] : 0});
+  }
+
+  if (offsetsWhenSmall && bOnly.empty() && a.size() <= SMALL_A) {
+    size_t k = dims.size();
+    while (k > 0 && dims[k - 1].sB == 0) p.run *= dims[--k].count;
+    Dims lead;
+    for (size_t i = 0; i < k; ++i) lead.push_back(dims[i]);
+    p.each = offsetsOver(lead, [](const Dim& d) { return d.sB; });
+    return p;
   }
 
   // The block: A's trailing dimensions.
@@ -252,7 +280,8 @@ Plan makePlan(const PotTable& a, const PotTable& b, bool iterateBOnly) {
 template <class Inner>
 void forEachBlock(const Plan& p, Inner&& inner) {
   size_t n = p.outer.size();
-  std::array<size_t, Dims::CAPACITY> ctr{};
+  std::array<size_t, Dims::CAPACITY> ctr;
+  std::fill(ctr.begin(), ctr.begin() + n, 0);
   size_t offA = 0, offB = p.baseB;
   while (true) {
     inner(offA, offB);
@@ -528,12 +557,12 @@ struct PlanCache {
 constexpr size_t MAX_CACHED_PLANS = 4096;
 
 // The plan for A and B: from the net's cache when both lists are the ones it was made for.
-const Plan& cachedPlan(const PotTable& a, const PotTable& b, bool bOnly, Plan& temp) {
+const Plan& cachedPlan(const PotTable& a, const PotTable& b, bool bOnly, std::unique_ptr<Plan>& temp) {
   Bnet* net = !a.nodes().empty() ? a.nodes().front()->net : !b.nodes().empty() ? b.nodes().front()->net : nullptr;
   auto an = a.nodesHandle(), bn = b.nodesHandle();
   // Only lists that several tables share (clique, separator and base tables) are worth a plan
   // kept: a table made for one call (a finding, a belief) brings a list of its own.
-  if (!net || an.use_count() < 2 || bn.use_count() < 2) return temp = makePlan(a, b, bOnly);
+  if (!net || an.use_count() < 2 || bn.use_count() < 2) return *(temp = std::make_unique<Plan>(makePlan(a, b, bOnly)));
   if (!net->kernelPlans) net->kernelPlans = std::make_shared<PlanCache>();
   auto& cache = static_cast<PlanCache*>(net->kernelPlans.get())->plans;
   auto ad = a.dimsHandle(), bd = b.dimsHandle();
@@ -543,25 +572,54 @@ const Plan& cachedPlan(const PotTable& a, const PotTable& b, bool bOnly, Plan& t
       !it->second.bd.expired()) {
     Plan& p = it->second.plan;
     // Only the base offset of nodes fixed at their current states can have moved.
-    if (!bOnly) {
-      p.baseB = 0;
-      const auto& bl = b.nodes();
-      const auto& bdims = b.dims();
-      size_t stride = 1;
-      for (size_t j = bl.size(); j-- > 0; stride *= static_cast<size_t>(bdims[j])) {
-        if (indexIn(a.nodes(), bl[j]) >= 0) continue;
-        int st = bl[j]->curState;
-        if (st < 0 || st >= bdims[j])
-          engError(a.env(), err::CurrentStateRange, st, bdims[j], static_cast<int>(j), bl[j]->numStates);
-        p.baseB += static_cast<size_t>(st) * stride;
-      }
-    }
+    if (!p.fixed.empty()) setBase(p, a, b);
     return p;
   }
   if (cache.size() >= MAX_CACHED_PLANS) cache.clear();
   CachedPlan& slot = cache[key];
   slot = CachedPlan{makePlan(a, b, bOnly), an, bn, ad, bd};
   return slot.plan;
+}
+
+}  // namespace
+
+struct KernelPlan::Held {
+  Plan plan;
+  bool bOnly;
+  std::shared_ptr<const std::vector<Bnode*>> a, b;  // held, so that their addresses stay theirs
+  std::shared_ptr<const std::vector<int>> ad, bd;
+};
+
+KernelPlan::KernelPlan() = default;
+KernelPlan::~KernelPlan() = default;
+KernelPlan::KernelPlan(const KernelPlan&) {}
+KernelPlan& KernelPlan::operator=(const KernelPlan& o) {
+  if (this != &o) held.reset();
+  return *this;
+}
+KernelPlan::KernelPlan(KernelPlan&&) noexcept = default;
+KernelPlan& KernelPlan::operator=(KernelPlan&&) noexcept = default;
+
+namespace {
+
+// The plan for A and B: the one kept when it was made for these two node lists, else a new one
+// kept in its place.
+const Plan& keptPlan(KernelPlan& kept, const PotTable& a, const PotTable& b, bool bOnly) {
+  KernelPlan::Held* h = kept.held.get();
+  if (h && h->bOnly == bOnly && h->a.get() == &a.nodes() && h->b.get() == &b.nodes() && h->ad.get() == &a.dims() &&
+      h->bd.get() == &b.dims()) {
+    if (!h->plan.fixed.empty()) setBase(h->plan, a, b);
+    return h->plan;
+  }
+  Plan p = makePlan(a, b, bOnly, true);
+  kept.held.reset(new KernelPlan::Held{std::move(p), bOnly, a.nodesHandle().lock(), b.nodesHandle().lock(),
+                                       a.dimsHandle().lock(), b.dimsHandle().lock()});
+  return kept.held->plan;
+}
+
+// The plan from the caller's keeping when it keeps one, else from the net's cache.
+const Plan& planOf(KernelPlan* kept, const PotTable& a, const PotTable& b, bool bOnly, std::unique_ptr<Plan>& temp) {
+  return kept ? keptPlan(*kept, a, b, bOnly) : cachedPlan(a, b, bOnly, temp);
 }
 
 // A block copy; 65,536 floats or more are split with a worker thread when the machine has more
@@ -585,16 +643,25 @@ void copyBlock(float* dst, const float* src, size_t n) {
 }
 
 template <class Op>
-void readKernel(PotTable& dst, const PotTable& src, Op op) {
+void readKernel(PotTable& dst, const PotTable& src, Op op, KernelPlan* kept = nullptr) {
   if (dst.nodes() == src.nodes() && dst.dims() == src.dims()) {  // the same list: entry by entry
     rowOp(dst.data(), src.data(), dst.size(), op);
     return;
   }
-  Plan temp;
-  const Plan& p = cachedPlan(dst, src, false, temp);
+  std::unique_ptr<Plan> temp;  // a plan for this call only
+  const Plan& p = planOf(kept, dst, src, false, temp);
   float* a = dst.data();
   const float* b = src.data();
-  if (p.tiled) {
+  if (!p.each.empty()) {
+    const uint32_t* off = p.each.data();
+    const float* y = b + p.baseB;
+    size_t n = p.each.size(), run = p.run;
+    if (run == 1) {
+      for (size_t i = 0; i < n; ++i) a[i] = op(a[i], y[off[i]]);
+    } else {
+      for (size_t r = 0; r < n; ++r) scalarOp(a + r * run, y[off[r]], run, op);
+    }
+  } else if (p.tiled) {
     const uint32_t *ta = p.tileA.data(), *tb = p.tileB.data(), *map = p.tileMap.data();
     size_t nb = p.tileB.size();
     float* buf = scratch(nb);
@@ -611,16 +678,25 @@ void readKernel(PotTable& dst, const PotTable& src, Op op) {
 
 // Reduces src into dst over the src nodes absent from dst.
 template <class Op>
-void reduceInto(PotTable& dst, const PotTable& src, float start, Op op) {
+void reduceInto(PotTable& dst, const PotTable& src, float start, Op op, KernelPlan* kept = nullptr) {
   requireAllocated(src, "pot.isAllocated()");
   requireAllocated(dst, "isAllocated()");
   QASSERT(dst.env(), dst.data() != src.data());
   std::fill(dst.data(), dst.data() + dst.size(), start);
-  Plan temp;
-  const Plan& p = cachedPlan(src, dst, true, temp);
+  std::unique_ptr<Plan> temp;
+  const Plan& p = planOf(kept, src, dst, true, temp);
   const float* a = src.data();
   float* b = dst.data();
-  if (p.tiled) {
+  if (!p.each.empty()) {
+    const uint32_t* off = p.each.data();
+    float* y = b + p.baseB;
+    size_t n = p.each.size(), run = p.run;
+    if (run == 1) {
+      for (size_t i = 0; i < n; ++i) y[off[i]] = op(y[off[i]], a[i]);
+    } else {
+      for (size_t r = 0; r < n; ++r) y[off[r]] = op(y[off[r]], foldRun(a + r * run, run, op));
+    }
+  } else if (p.tiled) {
     const uint32_t *ta = p.tileA.data(), *tb = p.tileB.data(), *map = p.tileMap.data();
     size_t nb = p.tileB.size();
     float* buf = scratch(nb);
@@ -652,7 +728,9 @@ void copyFrom(PotTable& dst, const PotTable& src, bool reorder) {
   dst.setFactorRaw(src.factor());
 }
 
-void multiplyIn(PotTable& dst, const PotTable& src) {
+namespace {
+
+void multiplyWith(PotTable& dst, const PotTable& src, KernelPlan* kept) {
   requireAllocated(dst, "pot1.isAllocated()");
   requireAllocated(src, "pot2.isAllocated()");
   QASSERT(dst.env(), dst.data() != src.data());
@@ -667,11 +745,17 @@ void multiplyIn(PotTable& dst, const PotTable& src) {
       dst.setFactorRaw(dst.factor() * src.factor());
     }
   } else {
-    readKernel(dst, src, MulOp{});
+    readKernel(dst, src, MulOp{}, kept);
     dst.setFactorRaw(dst.factor() * src.factor());
   }
   dst.guardUnderflow();
 }
+
+}  // namespace
+
+void multiplyIn(PotTable& dst, const PotTable& src) { multiplyWith(dst, src, nullptr); }
+
+void multiplyIn(PotTable& dst, const PotTable& src, KernelPlan& plan) { multiplyWith(dst, src, &plan); }
 
 void divideBy(PotTable& dst, const PotTable& src) {
   requireAllocated(dst, "pot1.isAllocated()");
@@ -684,6 +768,10 @@ void divideBy(PotTable& dst, const PotTable& src) {
 }
 
 void marginalizeInto(PotTable& dst, const PotTable& src) { reduceInto(dst, src, 0.0f, SumOp{}); }
+
+void marginalizeInto(PotTable& dst, const PotTable& src, KernelPlan& plan) {
+  reduceInto(dst, src, 0.0f, SumOp{}, &plan);
+}
 
 void maxOutInto(PotTable& dst, const PotTable& src) { reduceInto(dst, src, -HUGE_VALF, MaxOp{}); }
 

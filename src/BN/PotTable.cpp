@@ -19,11 +19,6 @@ namespace quorva {
 
 float undefFloat() { return std::bit_cast<float>(UNDEF_FLT_BITS); }
 float unspecifiedRowFloat() { return std::bit_cast<float>(UNSPEC_ROW_BITS); }
-bool isUndefFloat(float v) { return std::bit_cast<uint32_t>(v) == UNDEF_FLT_BITS; }
-bool isReservedFloat(float v) {
-  uint32_t b = std::bit_cast<uint32_t>(v);
-  return b == UNDEF_FLT_BITS || b == UNSPEC_ROW_BITS;
-}
 
 double sizeOfSpace(const std::vector<int>& dims) {
   double s = 1.0;
@@ -81,6 +76,17 @@ PotTable::PotTable(PotTable&& o) noexcept
   o.nodes_ = emptyNodes();
   o.dims_ = emptyDims();
   o.size_ = 1;
+}
+
+void PotTable::swap(PotTable& o) noexcept {
+  std::swap(mayHaveNeg, o.mayHaveNeg);
+  std::swap(env_, o.env_);
+  nodes_.swap(o.nodes_);
+  dims_.swap(o.dims_);
+  std::swap(size_, o.size_);
+  std::swap(data_, o.data_);
+  std::swap(capacity_, o.capacity_);
+  std::swap(factor_, o.factor_);
 }
 
 PotTable& PotTable::operator=(PotTable&& o) noexcept {
@@ -281,11 +287,32 @@ void PotTable::guardOverflow() {
 
 void PotTable::guardUnderflow() {
   requireAllocated("isAllocated()");
+  // The sum stops once it reaches 1e-10; below that it is the sum of the whole table.  After the
+  // first few entries it is taken a chunk at a time.  A chunk of entries of at least 0 holding one
+  // of 1e-10 or more ends the sum there, and one of zeros adds nothing: both are seen in a
+  // branch-free pass that vectorises.  Any other chunk is summed entry by entry (reserved values
+  // and magnitudes of negative entries included), as the sum could reach the threshold part way
+  // through it and fall back under.
+  constexpr size_t CHUNK = 64;
+  constexpr float ENOUGH = 1e-10f;  // the float nearest 1e-10, a little above it
+  auto term = [this](float v) { return isReservedFloat(v) ? 0.0f : mayHaveNeg ? std::fabs(v) : v; };
   double s = 0;
-  for (size_t i = 0; i < size_ && s < 1e-10; ++i) {
-    float v = data_[i];
-    if (isReservedFloat(v)) continue;
-    s += mayHaveNeg ? std::fabs(v) : v;
+  size_t lead = std::min<size_t>(size_, 8);  // mostly the threshold is reached in the first few
+  for (size_t i = 0; i < lead && s < 1e-10; ++i) s += term(data_[i]);
+  for (size_t at = lead; at < size_ && s < 1e-10; at += CHUNK) {
+    size_t end = std::min(size_, at + CHUNK);
+    if (!mayHaveNeg) {
+      int below = 0, enough = 0, nonZero = 0;  // reserved values are below 0
+      for (size_t i = at; i < end; ++i) {
+        float v = data_[i];
+        below |= !(v >= 0);
+        enough |= v >= ENOUGH;
+        nonZero |= v != 0;
+      }
+      if (!below && enough) return;  // the sum reaches the threshold in this chunk
+      if (!below && !nonZero) continue;
+    }
+    for (size_t i = at; i < end && s < 1e-10; ++i) s += term(data_[i]);
   }
   if (s > 0 && s < 1e-10) {
     divideEntries(data_, size_, s);
@@ -342,6 +369,71 @@ double PotTable::sum() const {
   }
   for (; i < size_; ++i) s0 += data_[i];
   return (s0 + s1 + s2 + s3) * factor_;
+}
+
+namespace {
+// The entries of dimension `dim` as [outer][count][inner]: the counts before, at and after it.
+struct Span {
+  size_t outer, count, inner;
+};
+Span spanAlong(const std::vector<int>& dims, size_t size, size_t dim) {
+  size_t inner = 1;
+  for (size_t i = dim + 1; i < dims.size(); ++i) inner *= static_cast<size_t>(dims[i]);
+  size_t count = static_cast<size_t>(dims[dim]);
+  return {size / (count * inner), count, inner};
+}
+}  // namespace
+
+void PotTable::sumsAlong(size_t dim, double* out) const {
+  requireAllocated("isAllocated()");
+  Span sp = spanAlong(dims(), size_, dim);
+  std::fill(out, out + sp.count, 0.0);
+  const float* p = data_;
+  size_t row = sp.count * sp.inner;
+  constexpr size_t SHORT_ROW = 256;
+  if (row <= SHORT_ROW) {
+    // Short rows: the rows are added up entrywise (independent sums, so the loop vectorises),
+    // then each state's run of the total row.
+    double acc[SHORT_ROW];
+    std::fill(acc, acc + row, 0.0);
+    for (size_t o = 0; o < sp.outer; ++o, p += row)
+      for (size_t j = 0; j < row; ++j) acc[j] += p[j];
+    for (size_t k = 0; k < sp.count; ++k)
+      for (size_t i = 0; i < sp.inner; ++i) out[k] += acc[k * sp.inner + i];
+    return;
+  }
+  if (sp.inner == 1) {
+    for (size_t o = 0; o < sp.outer; ++o, p += sp.count)
+      for (size_t k = 0; k < sp.count; ++k) out[k] += p[k];
+    return;
+  }
+  for (size_t o = 0; o < sp.outer; ++o)
+    for (size_t k = 0; k < sp.count; ++k, p += sp.inner) {
+      double s0 = 0, s1 = 0;
+      size_t i = 0;
+      for (; i + 2 <= sp.inner; i += 2) {
+        s0 += p[i];
+        s1 += p[i + 1];
+      }
+      if (i < sp.inner) s0 += p[i];
+      out[k] += s0 + s1;
+    }
+}
+
+void PotTable::multiplyAlong(size_t dim, const float* v) {
+  requireAllocated("isAllocated()");
+  Span sp = spanAlong(dims(), size_, dim);
+  float* p = data_;
+  if (sp.inner == 1) {
+    for (size_t o = 0; o < sp.outer; ++o, p += sp.count)
+      for (size_t k = 0; k < sp.count; ++k) p[k] *= v[k];
+    return;
+  }
+  for (size_t o = 0; o < sp.outer; ++o)
+    for (size_t k = 0; k < sp.count; ++k, p += sp.inner) {
+      float f = v[k];
+      for (size_t i = 0; i < sp.inner; ++i) p[i] *= f;
+    }
 }
 
 void PotTable::copyOut(double* out) const {

@@ -5,6 +5,7 @@
 // state vector (s0 .. sk) is (((s0*n1 + s1)*n2 + s2)...)*nk + sk.  The entries for all states of
 // the last node at one configuration of the others form a row.
 #pragma once
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -20,8 +21,11 @@ inline constexpr uint32_t UNDEF_FLT_BITS = 0xFF7F7D30u;   // -3.3960315e38: not 
 inline constexpr uint32_t UNSPEC_ROW_BITS = 0xFF7EFAE6u;  // -3.3892665e38: row left unspecified
 float undefFloat();
 float unspecifiedRowFloat();
-bool isReservedFloat(float v);
-bool isUndefFloat(float v);
+inline bool isReservedFloat(float v) {
+  uint32_t b = std::bit_cast<uint32_t>(v);
+  return b == UNDEF_FLT_BITS || b == UNSPEC_ROW_BITS;
+}
+inline bool isUndefFloat(float v) { return std::bit_cast<uint32_t>(v) == UNDEF_FLT_BITS; }
 
 inline constexpr double SIZE_CAP = 1.7976931348623156e305;
 inline constexpr size_t TOO_LARGE = static_cast<size_t>(-1);
@@ -42,6 +46,7 @@ class PotTable {
   PotTable& operator=(const PotTable& other);
   PotTable(PotTable&& other) noexcept;
   PotTable& operator=(PotTable&& other) noexcept;
+  void swap(PotTable& other) noexcept;
 
   // Replaces the node list (the dimensions are the nodes' present state counts) and frees the data.
   void setNodes(NodeVec nodes);
@@ -95,6 +100,11 @@ class PotTable {
   void clipNegatives();
   double sum() const;
   void copyOut(double* out) const;
+  // out[k] := the sum of the stored entries at state k of the node in place `dim` of the list
+  // (the factor left out).
+  void sumsAlong(size_t dim, double* out) const;
+  // Multiplies every entry by v[its state of the node in place `dim` of the list].
+  void multiplyAlong(size_t dim, const float* v);
 
   // Used by the two-table kernels.
   void setFactorRaw(double f);

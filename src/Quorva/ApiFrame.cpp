@@ -149,12 +149,15 @@ EnvLock::EnvLock(Environ& env) : env_(env) {
   }
 }
 
+// The frame name is assigned in place, so that the thread's string keeps its capacity and an
+// ordinary call allocates nothing (the saved name is empty outside callbacks).
 FrameName::FrameName(const char* fname) : saved_(CallFrame::name()) {
   std::string& frame = CallFrame::name();
-  frame = CallFrame::inCallback() ? saved_ + " " + fname : std::string(fname);
+  if (CallFrame::inCallback()) frame = saved_ + " " + fname;
+  else frame.assign(fname);
 }
 
-FrameName::~FrameName() { CallFrame::name().swap(saved_); }
+FrameName::~FrameName() { CallFrame::name().assign(saved_); }
 
 void noEnvironment(const char*) { raiseRecord(nullptr, DIALOG, ERROR_SEV, 0, -err::Uninitialized.number, err::Uninitialized.text); }
 

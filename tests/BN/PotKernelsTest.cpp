@@ -77,12 +77,13 @@ std::vector<double> reference(Op op, const PotTable& dst, const PotTable& src) {
   return out;
 }
 
-void apply(Op op, PotTable& dst, const PotTable& src) {
+// With `kept`, the kernels that take a kept plan use it.
+void apply(Op op, PotTable& dst, const PotTable& src, KernelPlan* kept) {
   switch (op) {
     case Op::Copy: copyFrom(dst, src, true); break;
-    case Op::Multiply: multiplyIn(dst, src); break;
+    case Op::Multiply: kept ? multiplyIn(dst, src, *kept) : multiplyIn(dst, src); break;
     case Op::Divide: divideBy(dst, src); break;
-    case Op::Sum: marginalizeInto(dst, src); break;
+    case Op::Sum: kept ? marginalizeInto(dst, src, *kept) : marginalizeInto(dst, src); break;
     case Op::Max: maxOutInto(dst, src); break;
   }
 }
@@ -129,7 +130,7 @@ class PotKernelsTest : public ::testing::Test {
     if (op == Op::Max && std::bernoulli_distribution(0.5)(rng))  // utilities may be all negative
       for (size_t i = 0; i < src.size(); ++i) src.data()[i] = -src.data()[i];
     std::vector<double> want = reference(op, dst, src);
-    apply(op, dst, src);
+    apply(op, dst, src, useKept ? &kept : nullptr);
     ASSERT_EQ(dst.size(), want.size());
     // Sums run in float over up to a few thousand terms of one sign.
     double tol = op == Op::Sum ? 1e-4 : 1e-5;
@@ -191,11 +192,19 @@ class PotKernelsTest : public ::testing::Test {
 
   EnvCore core;
   Bnet net{&core, "N"};
+  bool useKept = false;
+  KernelPlan kept;  // one plan for every pair of tables: remade as the lists change
   std::mt19937 rng{20240611};
 };
 
 TEST_F(PotKernelsTest, EveryKernelMatchesTheReferenceOnEveryPairingShape) {
   for (Op op : {Op::Copy, Op::Multiply, Op::Divide, Op::Sum, Op::Max}) checkAllShapes(op, 12);
+}
+// Kept plans walk small tables through a list of offsets instead of blocks.
+TEST_F(PotKernelsTest, KernelsThroughKeptPlansMatchTheReference) {
+  useKept = true;
+  checkAllShapes(Op::Multiply, 12);
+  checkAllShapes(Op::Sum, 12);
 }
 
 // Tables of 2^12 entries: several inner blocks, so the outer strides matter as well.
