@@ -15,6 +15,7 @@
 #include "BN/NodeTables.h"
 #include "BN/PotKernels.h"
 #include "Basic/EnvCore.h"
+#include "Basic/Progress.h"
 #include "Basic/Raise.h"
 
 namespace quorva {
@@ -339,6 +340,7 @@ void updateBeliefs(Bnet& net) {
   if (net.juncStep < 1 || !net.jt) engError(net.env, err::NeedsCompiling, net.name);
   if (net.juncStep >= 5) return;
   JunctionTree& jt = *net.jt;
+  Progress progress(net.env->progress, "Operation in progress ...");
   try {
     if (!jt.haveBase || net.juncStep < 3) makeBase(net, jt);
     enterChangedFindings(net, jt);

@@ -3,7 +3,6 @@
 #pragma once
 #include <atomic>
 #include <functional>
-#include <string>
 #include <string_view>
 
 namespace quorva {
@@ -30,7 +29,8 @@ class ProgressHub {
 // is reported when the object goes.
 class Progress {
  public:
-  Progress(ProgressHub& hub, std::string what, bool shown = true) : hub_(hub), what_(std::move(what)), shown_(shown) {
+  // `what` must outlive the object (the callers pass literals).
+  Progress(ProgressHub& hub, std::string_view what, bool shown = true) : hub_(hub), what_(what), shown_(shown) {
     if (shown_) hub_.report(what_, 0);
   }
   Progress(const Progress&) = delete;
@@ -51,7 +51,7 @@ class Progress {
 
  private:
   ProgressHub& hub_;
-  std::string what_;
+  std::string_view what_;
   bool shown_;
   double last_ = 0;
 };
