@@ -55,7 +55,7 @@ void expectInOrder(const std::string& in, const std::vector<std::string>& texts)
   }
 }
 
-TEST_F(DnetWriterTest, EmptyNetHasMagicLineCreatorCommentAndAutoupdateOnly) {
+TEST_F(DnetWriterTest, FrameAndDefaultFieldsAreLeftOut) {
   std::string text = written();
   std::regex frame(
       "// ~->\\[DNET-1\\]->~\n\n"
@@ -63,20 +63,16 @@ TEST_F(DnetWriterTest, EmptyNetHasMagicLineCreatorCommentAndAutoupdateOnly) {
       "bnet Net \\{\n\tautoupdate = TRUE;\n\\};\n");
   EXPECT_TRUE(std::regex_match(text, frame)) << text;
   EXPECT_EQ(errorCount(WARNING_ERR), 0);
+  node("Cont", 0);  // fields at their defaults are left out
+  node("Plain", 3);
+  EXPECT_EQ(nodeBlock(written(), "Cont"), "\tnode Cont {\n\t};\n");
+  EXPECT_EQ(nodeBlock(written(), "Plain"), "\tnode Plain {\n\t\tdiscrete = TRUE;\n\t\tnumstates = 3;\n\t};\n");
 
   SetNetAutoUpdate_bn(net, 0);
   SetNetTitle_bn(net, "T");
   SetNetComment_bn(net, "C");
   expectInOrder(written(), {"bnet Net {\n", "\tautoupdate = FALSE;\n", "\ttitle = \"T\";\n",
                             "\tcomment = \"C\";\n", "};\n"});
-}
-
-TEST_F(DnetWriterTest, DefaultFieldsAreLeftOut) {
-  node("Cont", 0);
-  node("Plain", 3);
-  std::string text = written();
-  EXPECT_EQ(nodeBlock(text, "Cont"), "\tnode Cont {\n\t};\n");
-  EXPECT_EQ(nodeBlock(text, "Plain"), "\tnode Plain {\n\t\tdiscrete = TRUE;\n\t\tnumstates = 3;\n\t};\n");
 }
 
 TEST_F(DnetWriterTest, NodeFieldsFollowTheFixedOrder) {
