@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "EnvFixture.h"
+#include "NetSnapshot.h"
 
 namespace {
 
@@ -40,13 +40,6 @@ class DnetReaderTest : public EnvTest {
   std::string warning() {
     report_vq* r = lastError(WARNING_ERR);
     return r ? ErrorDisplayMessage_vq(r) : "(no warning)";
-  }
-
-  static std::vector<std::string> parentNames(node_bn* n) {
-    std::vector<std::string> out;
-    const nodelist_bn* ps = GetNodeParents_bn(n);
-    for (int i = 0; i < LengthNodeList_bn(ps); ++i) out.push_back(GetNodeName_bn(GetNthNode_bn(ps, i)));
-    return out;
   }
 
   static std::vector<float> probs(node_bn* n, std::vector<state_bn> parentStates) {
@@ -117,7 +110,7 @@ TEST_F(DnetReaderTest, ReadsNetWithParentsDeclaredLater) {
 
   node_bn* dys = GetNodeNamed_bn("Dyspnea", net);
   ASSERT_NE(dys, nullptr);
-  EXPECT_EQ(parentNames(dys), (std::vector<std::string>{"Tub", "Smoke"}));
+  EXPECT_EQ(listNames(GetNodeParents_bn(dys)), "Tub,Smoke");
   EXPECT_STREQ(GetNodeStateName_bn(dys, 1), "absent");
   EXPECT_STREQ(GetNodeStateTitle_bn(dys, 0), "Short of breath");
   EXPECT_STREQ(GetNodeTitle_bn(dys), "Dyspnea");
