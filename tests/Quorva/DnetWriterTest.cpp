@@ -36,10 +36,8 @@ class DnetWriterTest : public EnvTest {
     return text.substr(at, end + 5 - at);
   }
 
-  node_bn* node(const char* name, int states, const char* names = nullptr) {
-    node_bn* n = NewNode_bn(name, states, net);
-    if (names) SetNodeStateNames_bn(n, names);
-    return n;
+  node_bn* node(const char* name, int states, const char* names = nullptr, std::initializer_list<node_bn*> parents = {}) {
+    return addNode(net, name, states, names, parents);
   }
 
   net_bn* net = nullptr;
@@ -77,8 +75,7 @@ TEST_F(DnetWriterTest, FrameAndDefaultFieldsAreLeftOut) {
 
 TEST_F(DnetWriterTest, NodeFieldsFollowTheFixedOrder) {
   node_bn* a = node("A", 2, "a1,a2");
-  node_bn* b = node("B", 2, "yes,no");
-  AddLink_bn(a, b);
+  node_bn* b = node("B", 2, "yes,no", {a});
   SetNodeInputName_bn(b, 0, "cause");
   SetNodeStateTitle_bn(b, 0, "Yes indeed");
   const level_bn levels[] = {1.5, 1e300};
@@ -130,9 +127,7 @@ TEST_F(DnetWriterTest, SignificantDigitPrinter) {
 TEST_F(DnetWriterTest, ProbabilityTableLayout) {
   node_bn* a = node("A", 2, "a1,a2");
   node_bn* c = node("C", 3, "c1,c2,c3");
-  node_bn* b = node("B", 2, "yes,no");
-  AddLink_bn(a, b);
-  AddLink_bn(c, b);
+  node_bn* b = node("B", 2, "yes,no", {a, c});
   const prob_bn third[] = {1.0f / 3, 2.0f / 3};
   const prob_bn tenth[] = {0.1f, 0.9f};
   const state_bn first[] = {0, 0}, last[] = {1, 2};
@@ -174,10 +169,8 @@ TEST_F(DnetWriterTest, ProbabilityTableLayout) {
 
 TEST_F(DnetWriterTest, FunctionAndExperienceTables) {
   node_bn* a = node("A", 2, "a1,a2");
-  node_bn* d = node("D", 2);  // no state names: states are written by number
-  node_bn* r = node("R", 0);
-  AddLink_bn(a, d);
-  AddLink_bn(a, r);
+  node_bn* d = node("D", 2, nullptr, {a});  // no state names: states are written by number
+  node_bn* r = node("R", 0, nullptr, {a});
   const state_bn a1[] = {0}, a2[] = {1};
   SetNodeFuncState_bn(d, a1, 1);
   SetNodeFuncReal_bn(r, a1, 2.5);
@@ -281,9 +274,8 @@ TEST_F(DnetWriterTest, FindingsAsStateValuesAndLikelihoods) {
 
 TEST_F(DnetWriterTest, UserFieldsNodeSetsAndElimOrder) {
   node_bn* a = node("A", 2);
-  node_bn* b = node("B", 2);
+  node_bn* b = node("B", 2, nullptr, {a});
   node_bn* c = node("C", 2);
-  AddLink_bn(a, b);
   const char binary[] = {'x', '\0', 'y'};
   SetNetUserField_bn(net, "raw", binary, 3, 0);
   SetNetUserField_bn(net, "who", "me", -1, 0);
