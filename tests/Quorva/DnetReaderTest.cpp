@@ -14,16 +14,8 @@ const char* MAGIC = "// ~->[DNET-1]->~\n\n";
 
 class DnetReaderTest : public EnvTest {
  protected:
-  void TearDown() override {
-    for (stream_vq* s : streams) DeleteStream_vq(s);
-    EnvTest::TearDown();
-  }
-
   net_bn* read(const std::string& text, const char* name = "t.dne", int options = NO_VISUAL_INFO) {
-    stream_vq* s = NewMemoryStream_vq(name, env, nullptr);
-    streams.push_back(s);
-    SetStreamContents_vq(s, text.data(), static_cast<long long>(text.size()), true);
-    return ReadNet_bn(s, options);
+    return netFromText(env, text, name, options);
   }
 
   // Reads a net that must fail, and returns the display message of its error.
@@ -47,8 +39,6 @@ class DnetReaderTest : public EnvTest {
     if (!p) return {};
     return std::vector<float>(p, p + GetNodeNumberStates_bn(n));
   }
-
-  std::vector<stream_vq*> streams;
 };
 
 bool undefined(float x) { return x < -1e30f; }

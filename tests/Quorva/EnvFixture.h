@@ -53,6 +53,22 @@ inline nodelist_bn* nodeList(net_bn* net, std::initializer_list<node_bn*> nodes)
   return list;
 }
 
+// A memory stream named `name` holding a copy of `text`.
+inline stream_vq* textStream(environ_vq* env, const std::string& text, const char* name) {
+  stream_vq* s = NewMemoryStream_vq(name, env, nullptr);
+  SetStreamContents_vq(s, text.data(), static_cast<long long>(text.size()), 1);
+  return s;
+}
+
+// The net that ReadNet_bn reads from `text` in a memory stream named `name` (null when refused).
+inline net_bn* netFromText(environ_vq* env, const std::string& text, const char* name = "t.dne",
+                           int options = NO_VISUAL_INFO) {
+  stream_vq* s = textStream(env, text, name);
+  net_bn* net = ReadNet_bn(s, options);
+  DeleteStream_vq(s);
+  return net;
+}
+
 class EnvTest : public ::testing::Test {
  protected:
   void SetUp() override {
