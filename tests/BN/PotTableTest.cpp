@@ -119,34 +119,54 @@ TEST_F(PotTableTest, FillSpreadsATinyTotalOverTheEntriesThroughTheFactor) {
   EXPECT_EQ(entries(t), std::vector<float>(10, 0.25f));
 }
 
-TEST_F(PotTableTest, RescalingNeverChangesTheReservedMarkers) {
+// Markers at entries 1 and 3 must come through every rescaling unchanged.
+void expectMarkers(const PotTable& t) {
+  EXPECT_EQ(bits(t.data()[1]), 0xFF7F7D30u);
+  EXPECT_EQ(bits(t.data()[3]), 0xFF7EFAE6u);
+}
+
+TEST_F(PotTableTest, SetFactorAndMultiplyScalarKeepValuesAndTheReservedMarkers) {
   EXPECT_EQ(bits(undefFloat()), 0xFF7F7D30u);
   EXPECT_EQ(bits(unspecifiedRowFloat()), 0xFF7EFAE6u);
-  auto markersIntact = [](const PotTable& t) {
-    EXPECT_EQ(bits(t.data()[1]), 0xFF7F7D30u);
-    EXPECT_EQ(bits(t.data()[3]), 0xFF7EFAE6u);
-  };
-  PotTable t = table({4}, {1, UNDEF, 2, UNSPEC});
-  t.setFactor(4);
-  EXPECT_FLOAT_EQ(t.data()[2], 0.5f);
-  markersIntact(t);
+  PotTable t = table({4}, {1, UNDEF, 4, UNSPEC});
+  t.setFactorRaw(0.5);
+  t.setFactor(8);
+  EXPECT_EQ(t.factor(), 8.0);
+  EXPECT_FLOAT_EQ(t.data()[0] * 8, 0.5f);
+  EXPECT_FLOAT_EQ(t.data()[2] * 8, 2.0f);
+  expectMarkers(t);
+  for (double bad : {0.0, -2.0}) {
+    try {
+      t.setFactor(bad);
+      ADD_FAILURE() << "accepted " << bad;
+    } catch (const QuorvaError& e) {
+      ASSERT_NE(e.record, nullptr);
+      EXPECT_EQ(e.record->severity, INTERNAL_SEV);
+      EXPECT_NE(e.record->message.find("new_factor > 0"), std::string::npos) << e.record->message;
+    }
+    EXPECT_EQ(t.factor(), 8.0);
+  }
+
+  t.multiplyScalar(3);  // only the factor moves
+  EXPECT_EQ(t.factor(), 24.0);
+  EXPECT_FLOAT_EQ(t.data()[2] * 8, 2.0f);
   t.setFactorRaw(1e-300);
   t.multiplyScalar(1e-30);  // the factor would underflow to 0: the entries are scaled instead
   EXPECT_EQ(t.factor(), 1e-300);
-  EXPECT_NEAR(t.data()[2], 0.5e-30f, 1e-37f);
-  markersIntact(t);
+  EXPECT_NEAR(t.data()[2], 0.25e-30f, 1e-37f);
+  expectMarkers(t);
+  t.multiplyScalar(0);
+  EXPECT_EQ(t.factor(), 1e-300);
+  EXPECT_EQ(t.data()[2], 0.0f);
 
-  PotTable big = table({4}, {3e10f, UNDEF, 3e10f, UNSPEC});
-  big.guardOverflow();  // the markers do not count in the sum
-  EXPECT_NEAR(big.factor(), 6e10, 6e10 * 1e-6);
-  EXPECT_FLOAT_EQ(big.data()[0], 0.5f);
-  markersIntact(big);
-
-  PotTable tiny = table({4}, {1e-11f, UNDEF, 3e-11f, UNSPEC});
-  tiny.guardUnderflow();
-  EXPECT_NEAR(tiny.factor(), 4e-11, 4e-11 * 1e-6);
-  EXPECT_FLOAT_EQ(tiny.data()[2], 0.75f);
-  markersIntact(tiny);
+  PotTable a = table({2}, {1, 3}), b = table({2}, {5, 7});
+  a.setFactorRaw(10);
+  b.setFactorRaw(1000);
+  makeFactorsSame(b, a);
+  EXPECT_EQ(a.factor(), 1000.0);
+  EXPECT_EQ(b.factor(), 1000.0);
+  EXPECT_NEAR(a.data()[1] * a.factor(), 30.0, 1e-5);
+  EXPECT_NEAR(b.data()[1] * b.factor(), 7000.0, 1e-3);
 }
 
 TEST_F(PotTableTest, ZeroUndefinedClearsOnlyTheUndefinedMarker) {
@@ -163,65 +183,28 @@ TEST_F(PotTableTest, ZeroUndefinedClearsOnlyTheUndefinedMarker) {
   EXPECT_EQ(entries(fresh), std::vector<float>(6, 0.0f));
 }
 
-TEST_F(PotTableTest, MultiplyScalarMovesOnlyTheFactorUnlessItWouldBecomeZero) {
-  PotTable t = table({3}, {1, 2, 4});
-  t.setFactorRaw(2);
-  t.multiplyScalar(3);
-  EXPECT_EQ(t.factor(), 6.0);
-  EXPECT_EQ(entries(t), (std::vector<float>{1, 2, 4}));
-  t.multiplyScalar(0);
-  EXPECT_EQ(t.factor(), 6.0);
-  EXPECT_EQ(entries(t), std::vector<float>(3, 0.0f));
-}
-
-TEST_F(PotTableTest, SetFactorKeepsValuesAndRejectsANonPositiveFactor) {
-  PotTable t = table({3}, {1, 2, 4});
-  t.setFactorRaw(0.5);
-  t.setFactor(8);
-  EXPECT_EQ(t.factor(), 8.0);
-  EXPECT_FLOAT_EQ(t.data()[0] * 8, 0.5f);
-  EXPECT_FLOAT_EQ(t.data()[2] * 8, 2.0f);
-  for (double bad : {0.0, -2.0}) {
-    try {
-      t.setFactor(bad);
-      ADD_FAILURE() << "accepted " << bad;
-    } catch (const QuorvaError& e) {
-      ASSERT_NE(e.record, nullptr);
-      EXPECT_EQ(e.record->severity, INTERNAL_SEV);
-      EXPECT_NE(e.record->message.find("new_factor > 0"), std::string::npos) << e.record->message;
-    }
-    EXPECT_EQ(t.factor(), 8.0);
-    EXPECT_FLOAT_EQ(t.data()[2] * 8, 2.0f);
-  }
-
-  PotTable a = table({2}, {1, 3}), b = table({2}, {5, 7});
-  a.setFactorRaw(10);
-  b.setFactorRaw(1000);
-  makeFactorsSame(b, a);
-  EXPECT_EQ(a.factor(), 1000.0);
-  EXPECT_EQ(b.factor(), 1000.0);
-  EXPECT_NEAR(a.data()[1] * a.factor(), 30.0, 1e-5);
-  EXPECT_NEAR(b.data()[1] * b.factor(), 7000.0, 1e-3);
-}
-
-TEST_F(PotTableTest, GuardsRescaleOnlyPastTheirThresholds) {
-  PotTable big = table({2}, {1.5e10f, 0.5e10f});
-  big.guardOverflow();
+TEST_F(PotTableTest, GuardsRescaleOnlyPastTheirThresholdsAndSkipTheMarkers) {
+  PotTable big = table({4}, {1.5e10f, UNDEF, 0.5e10f, UNSPEC});
+  big.guardOverflow();  // the markers do not count in the sum
   EXPECT_NEAR(big.factor(), 2e10, 2e10 * 1e-6);
   EXPECT_FLOAT_EQ(big.data()[0], 0.75f);
+  expectMarkers(big);
   PotTable fine = table({2}, {4e9f, 1e9f});
   fine.guardOverflow();
   EXPECT_EQ(fine.factor(), 1.0);
   EXPECT_EQ(fine.data()[0], 4e9f);
 
+  PotTable tiny = table({4}, {1e-11f, UNDEF, 3e-11f, UNSPEC});
+  tiny.guardUnderflow();
+  EXPECT_NEAR(tiny.factor(), 4e-11, 4e-11 * 1e-6);
+  EXPECT_FLOAT_EQ(tiny.data()[2], 0.75f);
+  expectMarkers(tiny);
   // With negative entries allowed, the magnitudes are summed.
   PotTable neg = table({2}, {-3e-11f, 1e-11f});
   neg.mayHaveNeg = true;
   neg.guardUnderflow();
   EXPECT_NEAR(neg.factor(), 4e-11, 4e-11 * 1e-6);
   EXPECT_FLOAT_EQ(neg.data()[0], -0.75f);
-  EXPECT_FLOAT_EQ(neg.data()[1], 0.25f);
-
   // The sum stops once it reaches 1e-10, so a later negative entry cannot pull it back under.
   PotTable early = table({2}, {2e-10f, -1.5e-10f});
   early.guardUnderflow();

@@ -1,4 +1,5 @@
 // The token reader: comments, positions, strings and escapes, numbers, lists and located messages.
+// Most cases are rows of (input, what is read, the value read or the exact message of the failure).
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -15,6 +16,67 @@ namespace {
 
 using std::string_literals::operator""s;
 
+// What a row reads: the text of the value read (failing rows ignore it).
+using Read = std::string (*)(TokenReader&);
+std::string ident(TokenReader& r) { return r.readIdentifier(); }
+std::string quoted(TokenReader& r) { return r.readQuoted(); }
+std::string raw(TokenReader& r) { return r.readQuotedRaw(); }
+std::string skip(TokenReader& r) { return std::to_string(r.skipSpace()); }
+std::string twoTokens(TokenReader& r) {
+  std::string first = r.readToken().text;
+  return first + r.readToken().text;
+}
+std::string threeTokens(TokenReader& r) {
+  std::string first = twoTokens(r);
+  return first + r.readToken().text;
+}
+std::string truth(Truth t) { return t == Truth::True ? "T" : t == Truth::False ? "F" : "M"; }
+std::string truth2(TokenReader& r) { return truth(r.readTruth()); }
+std::string truth3(TokenReader& r) { return truth(r.readTruth(true)); }
+std::string twoTruths(TokenReader& r) {
+  std::string first = truth2(r);
+  return first + truth2(r);
+}
+std::string list(TokenReader& r) {
+  std::string out;
+  for (const std::string& v : r.readValueList("-")) out += v + "|";
+  return out;
+}
+std::string params(TokenReader& r) {
+  std::string out;
+  for (const std::string& v : r.readParamList()) out += v + "|";
+  return out;
+}
+std::string props(TokenReader& r) {
+  std::string out;
+  for (const auto& [name, value] : r.readPropertyList()) out += name + "=" + value + "|";
+  return out;
+}
+
+Syntax markup() {
+  Syntax s;
+  s.markupComments = true;
+  return s;
+}
+Syntax wide() {
+  Syntax s;
+  s.utf16Strings = true;
+  return s;
+}
+std::string repeat(const std::string& s, int n) {
+  std::string out;
+  for (int i = 0; i < n; ++i) out += s;
+  return out;
+}
+
+struct Row {
+  std::string text;
+  Read read;
+  std::string want;  // the value read, or the message without its location
+  Syntax syntax = {};
+  int line = 0, column = 0;  // where a failure is reported
+};
+
 class TokenReaderTest : public ReaderTest {
  protected:
   // The kind and text of every token up to the end.
@@ -27,106 +89,98 @@ class TokenReaderTest : public ReaderTest {
   }
 };
 
-TEST_F(TokenReaderTest, HashCommentsNestAndEndOnlyAtTheMatchingClose) {
-  EXPECT_EQ(reader("/# a /# b #/ still comment #/ x").readIdentifier(), "x");
-  EXPECT_EQ(rd->commentDepth(), 0);
-  EXPECT_EQ(failure([&] { reader("\n  /# a /# b #/ c").readIdentifier(); }),
-            "unterminated comment, starting with '/#', on line 2 char 3 of file 't.dne'");
+TEST_F(TokenReaderTest, CommentsEscapesAndListsReadTheirValues) {
+  const Row rows[] = {
+      {repeat("/#", 32) + repeat("#/", 32) + " ok", ident, "ok"},
+      {"# one char introducer\nx", ident, "x", Syntax{{'#', 0}}},
+      {"<!-- a -- b --> x", ident, "x", markup()},
+      {"<![IGNORE[ <a> \">>\\\"\" <b/> ]> y", ident, "y", markup()},
+      {R"("\C3A9/x")", quoted, "\xC3\xA9x"},  // hex escapes run until a slash
+      {R"("\4g")", quoted, "4g"},
+      {R"("\41n/n")", quoted, "A\nn"},  // the sticky n is an escape
+      {R"("\41"/")", quoted, "A\""},    // so is a sticky quote
+      {R"("\c3")", quoted, "c3"},       // lower case is no hex
+      {R"("\41\42")", quoted, "A\0B\0\0\0"s, wide()},  // no sticky mode in UTF-16
+      {R"("a\tb\\c\"d\Oe\|f\qg\e\v\f\b\a\r")", quoted, "a\tb\\c\"d\0e" "fqg\x1B\v\f\b\a\r"s},
+      {"\"ab\\\n   // skipped\n  /* too */ cd\" next", quoted, "abcd"},  // a line continuation
+      {"\"\\Q\x04\"\\\x00!\""s, quoted, "\"\\\0!"s},  // binary escapes keep their bytes
+      {"\"\\R\x02\x00" "ab\\S\x01\0\0\0\0\0\0\0" "c\""s, quoted, "abc"},
+      {R"("a\"b\C3" x)", raw, R"(a\"b\C3)"},
+      {"\"h\xC3\xA9\xF0\x9F\x98\x80\"", quoted, "h\0\xE9\0\x3D\xD8\x00\xDE\0\0"s, wide()},
+      {"\"\\Q\x04\xFE\xFF\x00h\""s, quoted, "\xFF\xFEh\0\0\0"s, wide()},  // big-endian is swapped
+      {"TRUE FALSE", twoTruths, "TF"},
+      {"MAYBE", truth3, "M"},
+      {"( a, -1.5 , \"s t\",@undef, Pig-Net)", list, "a|-1.5|s t|@undef|Pig-Net|"},
+      {" ( ) ", list, ""},
+      {"(a, b_2)", params, "a|b_2|"},
+      {"(x = 1, label = \"a b\")", props, "x=1|label=a b|"},
+  };
+  for (const Row& row : rows) EXPECT_EQ(row.read(reader(row.text, row.syntax)), row.want) << row.text;
 }
 
-TEST_F(TokenReaderTest, ThirtyThreeNestedHashCommentsFailAtTheLastOpening) {
-  std::string deep32, deep33;
-  for (int i = 0; i < 32; ++i) deep32 += "/#";
-  for (int i = 0; i < 32; ++i) deep32 += "#/";
-  EXPECT_EQ(reader(deep32 + " ok").readIdentifier(), "ok");
-  for (int i = 0; i < 33; ++i) deep33 += "/#";
-  EXPECT_EQ(failure([&] { reader(deep33).skipSpace(); }),
-            "nested comments '/#' more than 32 deep, on line 1 char 65 of file 't.dne'");
-}
+TEST_F(TokenReaderTest, FailuresAreReportedWhereTheyBegan) {
+  const Row rows[] = {
+      {"\n  /# a /# b #/ c", ident, "unterminated comment, starting with '/#'", {}, 2, 3},
+      {repeat("/#", 33), skip, "nested comments '/#' more than 32 deep", {}, 1, 65},
+      {"x\n\t/* never closed", twoTokens, "unterminated comment, starting with '/*'", {}, 2, 2},
+      {"<!-- x --", skip, "unterminated comment, starting with '<!--'", markup(), 1, 1},
+      {"\"\\Q\x05" "abc", quoted,
+       "reading binary \\Q needed to read 5 bytes, but only read 3 before reaching end-of-input", {}, 1, 8},
+      {"\"\\S\x01\x02", quoted, "reading binary \\S reached end-of-input before finished reading length", {}, 1, 6},
+      {"x = \"abc\\\"", threeTokens, "unterminated quote mark (\"), starting", {}, 1, 5},
+      {"\n\"ab", raw, "unterminated quote (\"), starting", {}, 2, 1},
+      {"  abc", quoted, "missing open quote", {}, 1, 3},
+      {"TRUE MAYBE", twoTruths, "illegal value 'MAYBE' (should be TRUE or FALSE)", {}, 1, 6},
+      {" true", truth3, "illegal value 'true' (should be TRUE, FALSE or MAYBE)", {}, 1, 2},
+      {"a, b)", list, "missing '('", {}, 1, 1},
+      {"(a b)", list, "missing ','", {}, 1, 4},
+      {"(a; b)", list, "illegal punctuation ';'", {}, 1, 3},
+      {"(a, b", list, "missing ')'", {}, 1, 6},
+      {"(a, )", list, "illegal punctuation ')'", {}, 1, 5},
+      {"(a, a)", params, "duplicated parameter 'a'", {}, 1, 5},
+      {"(a, 3b)", params, "illegal parameter name: '3b'", {}, 1, 5},
+      {"(a,)", params, "missing parameter name", {}, 1, 4},
+      {"(a; b)", params, "incorrect punctuation ';' should be comma ',' or parenthesis ')'", {}, 1, 3},
+      {"\n (a, b", params, "missing close parenthesis ')' for parameter list", {}, 2, 2},
+      {"(x = 1, x = 2)", props, "duplicated property 'x'", {}, 1, 9},
+      {"(x : 1)", props, "incorrect punctuation ':' - should be equals '='", {}, 1, 4},
+      {"(x 1)", props, "missing equal sign '='", {}, 1, 4},
+      {"(x = 1, )", props, "missing property name", {}, 1, 9},
+      {"(*x = 1)", props, "incorrect punctuation '*' - expecting a property name", {}, 1, 2},
+      {"(9x = 1)", props, "illegal property name: 9x", {}, 1, 2},
+  };
+  for (const Row& row : rows)
+    EXPECT_EQ(failure([&] { row.read(reader(row.text, row.syntax)); }),
+              row.want + ", on line " + std::to_string(row.line) + " char " + std::to_string(row.column) +
+                  " of file 't.dne'")
+        << row.text;
 
-TEST_F(TokenReaderTest, SlashStarCommentsDoNotNest) {
-  TokenReader& r = reader("/* a /* b */ c */");
-  EXPECT_EQ(r.readIdentifier(), "c");
-  EXPECT_EQ(r.readPunct(), '*');
-  EXPECT_EQ(failure([&] { reader("x\n\t/* never closed").readToken(), rd->readToken(); }),
-            "unterminated comment, starting with '/*', on line 2 char 2 of file 't.dne'");
-}
-
-TEST_F(TokenReaderTest, LineCommentsEndAtCrCrLfFormFeedAndLf) {
-  for (std::string end : {"\r", "\r\n", "\f", "\n"}) {
-    TokenReader& r = reader("// note" + end + "  x");
-    EXPECT_EQ(r.readIdentifier(), "x") << "ended by " << int(end[0]);
-    EXPECT_EQ(r.tokenStart().line, 2);
-    EXPECT_EQ(r.tokenStart().column, 3);
-  }
-  Syntax hash;
-  hash.lineComment[0] = '#';
-  hash.lineComment[1] = 0;
-  EXPECT_EQ(reader("# one char introducer\nx", hash).readIdentifier(), "x");
-  Syntax none;
-  none.lineComment[0] = 0;
-  TokenReader& r = reader("// x", none);
-  EXPECT_EQ(r.readPunct(), '/');
-}
-
-TEST_F(TokenReaderTest, MarkupCommentsOnlyWhenTheSyntaxAsks) {
-  Syntax markup;
-  markup.markupComments = true;
-  EXPECT_EQ(reader("<!-- a -- b --> x", markup).readIdentifier(), "x");
-  EXPECT_EQ(reader("<![IGNORE[ <a> \">>\\\"\" <b/> ]> y", markup).readIdentifier(), "y");
-  TokenReader& notComment = reader("<!x", markup);
-  EXPECT_EQ(notComment.readPunct(), '<');
-  EXPECT_EQ(notComment.readPunct(), '!');
-  EXPECT_EQ(reader("<!-- x -->").readPunct(), '<');
-
-  EXPECT_EQ(failure([&] { reader("a <![IGNORE[ <x>", markup).readToken(), rd->readToken(); }),
+  // An unterminated markup comment is also an unterminated structure.
+  env.errors.clearAll();
+  EXPECT_EQ(failure([&] { twoTokens(reader("a <![IGNORE[ <x>", markup())); }),
             "unterminated comment, starting with '<![IGNORE[', on line 1 char 3 of file 't.dne'");
   EXPECT_EQ(records(ERROR_SEV),
             "unterminated structure starting with <, on line 1 char 3 of file 't.dne'|"
             "unterminated comment, starting with '<![IGNORE[', on line 1 char 3 of file 't.dne'");
-  EXPECT_EQ(failure([&] { reader("<!-- x --", markup).skipSpace(); }),
-            "unterminated comment, starting with '<!--', on line 1 char 1 of file 't.dne'");
 }
 
-TEST_F(TokenReaderTest, HexEscapesRunStickilyUntilSlash) {
-  EXPECT_EQ(reader(R"("\C3A9/x")").readQuoted(), "\xC3\xA9x");
-  EXPECT_EQ(reader(R"("\4g")").readQuoted(), "4g");
-  EXPECT_EQ(reader(R"("\41n/n")").readQuoted(), "A\nn");    // the sticky n is an escape
-  EXPECT_EQ(reader(R"("\41"/")").readQuoted(), "A\"");      // so is a sticky quote
-  EXPECT_EQ(reader(R"("\c3")").readQuoted(), "c3");         // lower case is no hex
-  Syntax wide;
-  wide.utf16Strings = true;
-  EXPECT_EQ(reader(R"("\41\42")", wide).readQuoted(), "A\0B\0\0\0"s);  // no sticky mode
-}
-
-TEST_F(TokenReaderTest, NamedEscapesSeparatorsAndLineContinuations) {
-  EXPECT_EQ(reader(R"("a\tb\\c\"d\Oe\|f\qg\e\v\f\b\a\r")").readQuoted(),
-            "a\tb\\c\"d\0e" "fqg\x1B\v\f\b\a\r"s);
-  TokenReader& r = reader("\"ab\\\n   // skipped\n  /* too */ cd\" next");
-  EXPECT_EQ(r.readQuoted(), "abcd");
-  EXPECT_EQ(r.readIdentifier(), "next");
-  EXPECT_EQ(r.tokenStart().line, 3);
-}
-
-TEST_F(TokenReaderTest, BinaryEscapesStoreTheirBytesUnchanged) {
-  EXPECT_EQ(reader("\"\\Q\x04\"\\\x00!\""s).readQuoted(), "\"\\\0!"s);
-  EXPECT_EQ(reader("\"\\R\x02\x00" "ab\\S\x01\0\0\0\0\0\0\0" "c\""s).readQuoted(), "abc");
-  EXPECT_EQ(failure([&] { reader("\"\\Q\x05" "abc").readQuoted(); }),
-            "reading binary \\Q needed to read 5 bytes, but only read 3 before reaching "
-            "end-of-input, on line 1 char 8 of file 't.dne'");
-  EXPECT_EQ(failure([&] { reader("\"\\S\x01\x02"s).readQuoted(); }),
-            "reading binary \\S reached end-of-input before finished reading length, on line 1 "
-            "char 6 of file 't.dne'");
-}
-
-TEST_F(TokenReaderTest, UnterminatedAndMissingQuotesAreReportedWhereTheStringBegan) {
-  EXPECT_EQ(failure([&] { reader("x = \"abc\\\"").readToken(), rd->readToken(), rd->readToken(); }),
-            "unterminated quote mark (\"), starting, on line 1 char 5 of file 't.dne'");
-  EXPECT_EQ(failure([&] { reader("\n\"ab").readQuotedRaw(); }),
-            "unterminated quote (\"), starting, on line 2 char 1 of file 't.dne'");
-  EXPECT_EQ(failure([&] { reader("  abc").readQuoted(); }),
-            "missing open quote, on line 1 char 3 of file 't.dne'");
-  EXPECT_EQ(reader(R"("a\"b\C3" x)").readQuotedRaw(), R"(a\"b\C3)");
+TEST_F(TokenReaderTest, CommentsThatAreNotCommentsAndLineEnds) {
+  EXPECT_EQ(reader("/# a /# b #/ still comment #/ x").readIdentifier(), "x");  // "/#" comments nest
+  EXPECT_EQ(rd->commentDepth(), 0);
+  TokenReader& r = reader("/* a /* b */ c */");  // "/*" comments do not nest
+  EXPECT_EQ(r.readIdentifier(), "c");
+  EXPECT_EQ(r.readPunct(), '*');
+  EXPECT_EQ(reader("<!-- x -->").readPunct(), '<');  // markup comments only when the syntax asks
+  TokenReader& notComment = reader("<!x", markup());
+  EXPECT_EQ(notComment.readPunct(), '<');
+  EXPECT_EQ(notComment.readPunct(), '!');
+  EXPECT_EQ(reader("// x", Syntax{{0, 0}}).readPunct(), '/');
+  for (std::string end : {"\r", "\r\n", "\f", "\n"}) {
+    TokenReader& lines = reader("// note" + end + "  x");
+    EXPECT_EQ(lines.readIdentifier(), "x") << "ended by " << int(end[0]);
+    EXPECT_EQ(lines.tokenStart().line, 2);
+    EXPECT_EQ(lines.tokenStart().column, 3);
+  }
 }
 
 TEST_F(TokenReaderTest, NormalizationFormCOnlyWhenTheSettingIsOn) {
@@ -139,25 +193,6 @@ TEST_F(TokenReaderTest, NormalizationFormCOnlyWhenTheSettingIsOn) {
   EXPECT_EQ(records(NOTICE_SEV), "Contains Unicode not in Normalization Form C.  Converting.\n");
   EXPECT_EQ(reader("\"t\xC3\xA9 \xFF\"").readQuoted(), "t\xC3\xA9 \xFF");  // composed or not UTF-8
   EXPECT_EQ(records(NOTICE_SEV), "Contains Unicode not in Normalization Form C.  Converting.\n");
-}
-
-TEST_F(TokenReaderTest, Utf16StringsEndInTwoZerosAndBigEndianIsSwapped) {
-  Syntax wide;
-  wide.utf16Strings = true;
-  EXPECT_EQ(reader("\"h\xC3\xA9\xF0\x9F\x98\x80\"", wide).readQuoted(),
-            "h\0\xE9\0\x3D\xD8\x00\xDE\0\0"s);
-  EXPECT_EQ(reader("\"\\Q\x04\xFE\xFF\x00h\""s, wide).readQuoted(), "\xFF\xFEh\0\0\0"s);
-}
-
-TEST_F(TokenReaderTest, TruthValuesRefuseMaybeWhereOnlyTwoAreAllowed) {
-  TokenReader& r = reader("TRUE FALSE MAYBE");
-  EXPECT_EQ(r.readTruth(), Truth::True);
-  EXPECT_EQ(r.readTruth(), Truth::False);
-  EXPECT_EQ(failure([&] { r.readTruth(); }),
-            "illegal value 'MAYBE' (should be TRUE or FALSE), on line 1 char 12 of file 't.dne'");
-  EXPECT_EQ(reader("MAYBE").readTruth(true), Truth::Maybe);
-  EXPECT_EQ(failure([&] { reader(" true").readTruth(true); }),
-            "illegal value 'true' (should be TRUE, FALSE or MAYBE), on line 1 char 2 of file 't.dne'");
 }
 
 TEST_F(TokenReaderTest, ContextSuffixNamesFieldObjectAndPlace) {
@@ -196,48 +231,6 @@ TEST_F(TokenReaderTest, NumbersIntegersRealsInfinitiesAndEscapes) {
   EXPECT_EQ(r.readIdentifier(), "e");
   ASSERT_TRUE(r.readNumber(n));
   EXPECT_EQ(n.value, 1500);
-}
-
-TEST_F(TokenReaderTest, ListsReadItemsAndReportTheirPunctuation) {
-  EXPECT_EQ(reader("( a, -1.5 , \"s t\",@undef, Pig-Net)").readValueList("-"),
-            (std::vector<std::string>{"a", "-1.5", "s t", "@undef", "Pig-Net"}));
-  EXPECT_TRUE(reader(" ( ) ").readValueList().empty());
-  EXPECT_EQ(failure([&] { reader("a, b)").readValueList(); }), "missing '(', on line 1 char 1 of file 't.dne'");
-  EXPECT_EQ(failure([&] { reader("(a b)").readValueList(); }), "missing ',', on line 1 char 4 of file 't.dne'");
-  EXPECT_EQ(failure([&] { reader("(a; b)").readValueList(); }),
-            "illegal punctuation ';', on line 1 char 3 of file 't.dne'");
-  EXPECT_EQ(failure([&] { reader("(a, b").readValueList(); }), "missing ')', on line 1 char 6 of file 't.dne'");
-  EXPECT_EQ(failure([&] { reader("(a, )").readValueList(); }),
-            "illegal punctuation ')', on line 1 char 5 of file 't.dne'");
-}
-
-TEST_F(TokenReaderTest, ParameterListsWantLegalUniqueNames) {
-  EXPECT_EQ(reader("(a, b_2)").readParamList(), (std::vector<std::string>{"a", "b_2"}));
-  EXPECT_EQ(failure([&] { reader("(a, a)").readParamList(); }),
-            "duplicated parameter 'a', on line 1 char 5 of file 't.dne'");
-  EXPECT_EQ(failure([&] { reader("(a, 3b)").readParamList(); }),
-            "illegal parameter name: '3b', on line 1 char 5 of file 't.dne'");
-  EXPECT_EQ(failure([&] { reader("(a,)").readParamList(); }),
-            "missing parameter name, on line 1 char 4 of file 't.dne'");
-  EXPECT_EQ(failure([&] { reader("(a; b)").readParamList(); }),
-            "incorrect punctuation ';' should be comma ',' or parenthesis ')', on line 1 char 3 of file 't.dne'");
-  EXPECT_EQ(failure([&] { reader("\n (a, b").readParamList(); }),
-            "missing close parenthesis ')' for parameter list, on line 2 char 2 of file 't.dne'");
-}
-
-TEST_F(TokenReaderTest, PropertyListsPairNamesWithValues) {
-  using Props = std::vector<std::pair<std::string, std::string>>;
-  EXPECT_EQ(reader("(x = 1, label = \"a b\")").readPropertyList(), (Props{{"x", "1"}, {"label", "a b"}}));
-  EXPECT_EQ(failure([&] { reader("(x = 1, x = 2)").readPropertyList(); }),
-            "duplicated property 'x', on line 1 char 9 of file 't.dne'");
-  EXPECT_EQ(failure([&] { reader("(x : 1)").readPropertyList(); }),
-            "incorrect punctuation ':' - should be equals '=', on line 1 char 4 of file 't.dne'");
-  EXPECT_EQ(failure([&] { reader("(x 1)").readPropertyList(); }), "missing equal sign '=', on line 1 char 4 of file 't.dne'");
-  EXPECT_EQ(failure([&] { reader("(x = 1, )").readPropertyList(); }), "missing property name, on line 1 char 9 of file 't.dne'");
-  EXPECT_EQ(failure([&] { reader("(*x = 1)").readPropertyList(); }),
-            "incorrect punctuation '*' - expecting a property name, on line 1 char 2 of file 't.dne'");
-  EXPECT_EQ(failure([&] { reader("(9x = 1)").readPropertyList(); }),
-            "illegal property name: 9x, on line 1 char 2 of file 't.dne'");
 }
 
 TEST_F(TokenReaderTest, TinyBlocksGiveTheSameTokensAndPositions) {

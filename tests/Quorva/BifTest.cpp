@@ -33,8 +33,7 @@ class BifTest : public EnvTest {
     return net;
   }
   net_bn* readText(const std::string& text) {
-    stream_vq* s = NewMemoryStream_vq("bad.bif", env, nullptr);
-    SetStreamContents_vq(s, text.data(), static_cast<long long>(text.size()), true);
+    stream_vq* s = textStream(env, text, "bad.bif");
     net_bn* net = read(s);
     DeleteStream_vq(s);
     return net;
@@ -45,14 +44,6 @@ class BifTest : public EnvTest {
     std::string text = streamText(s);
     DeleteStream_vq(s);
     return text;
-  }
-  // Reads DNET text through ReadNet_bn.
-  net_bn* readDnet(const std::string& text) {
-    stream_vq* s = NewMemoryStream_vq("round.dne", env, nullptr);
-    SetStreamContents_vq(s, text.data(), static_cast<long long>(text.size()), 1);
-    net_bn* net = ReadNet_bn(s, NO_VISUAL_INFO);
-    DeleteStream_vq(s);
-    return net;
   }
   float prob(net_bn* net, const char* node, std::vector<state_bn> parents, int state) {
     node_bn* n = GetNodeNamed_bn(node, net);
@@ -126,7 +117,7 @@ TEST_F(BifTest, EveryTestNetReadsAndSurvivesBifAndDnetRoundTrips) {
       SetNetUserField_bn(net, "owner", "lab", -1, 0);
     }
     std::string dnet = netText(net, env, "round.dne");
-    net_bn* fromDnet = readDnet(dnet);
+    net_bn* fromDnet = netFromText(env, dnet, "round.dne");
     ASSERT_NE(fromDnet, nullptr) << lastMessage();
     expectSameNet(net, fromDnet);
     EXPECT_STREQ(GetNodeComment_bn(GetNodeNamed_bn(f.node, fromDnet)), GetNodeComment_bn(n));

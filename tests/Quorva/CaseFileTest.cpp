@@ -22,11 +22,6 @@ class CaseFileTest : public EnvTest {
     file = NewMemoryStream_vq("cases.cas", env, nullptr);
   }
 
-  std::string contents(stream_vq* s) {
-    long long n = 0;
-    const char* bytes = GetStreamContents_vq(s, &n);
-    return bytes ? std::string(bytes, static_cast<size_t>(n)) : std::string();
-  }
   void setText(const std::string& text, stream_vq* s = nullptr) {
     SetStreamContents_vq(s ? s : file, text.data(), static_cast<long long>(text.size()), 1);
   }
@@ -60,7 +55,7 @@ TEST_F(CaseFileTest, ReadsCasesBackOneAfterAnother) {
   RetractNetFindings_bn(net);
   EnterFinding_bn(b, 1);
   WriteNetFindings_bn(nodes, file, -1, 1);
-  EXPECT_EQ(contents(file), "A\tB\tC\tD\r\nno\t[0.25;1;0.5]\t-0.125\t#1\r\n*\tmid\t*\t*\r\n");
+  EXPECT_EQ(streamText(file), "A\tB\tC\tD\r\nno\t[0.25;1;0.5]\t-0.125\t#1\r\n*\tmid\t*\t*\r\n");
 
   RetractNetFindings_bn(net);
   EnterFinding_bn(a, 0);  // replaced by the first case
@@ -109,7 +104,7 @@ TEST_F(CaseFileTest, IdNumAndNumCasesColumns) {
   EnterFinding_bn(a, 0);
   WriteNetFindings_bn(nodes, file, 7, 2.5);
   WriteNetFindings_bn(nodes, file, 8, 1);
-  EXPECT_EQ(contents(file), " IDnum\tNumCases\tA\tB\tC\r\n7\t2.5\tyes\t*\t*\r\n8\t1\tyes\t*\t*\r\n");
+  EXPECT_EQ(streamText(file), " IDnum\tNumCases\tA\tB\tC\r\n7\t2.5\tyes\t*\t*\r\n8\t1\tyes\t*\t*\r\n");
   caseposn_bn posn = FIRST_CASE;
   double freq = 0;
   EXPECT_EQ(read(posn, &freq), 7);
@@ -144,7 +139,7 @@ TEST_F(CaseFileTest, DelimiterAndMissingDataSettings) {
   EnterFinding_bn(a, 1);
   EnterNodeValue_bn(c, 3);
   WriteNetFindings_bn(nodes, file, -1, 1);
-  EXPECT_EQ(contents(file), "A,B,C\r\nno,,3\r\n");
+  EXPECT_EQ(streamText(file), "A,B,C\r\nno,,3\r\n");
   RetractNetFindings_bn(net);
   EnterFinding_bn(b, 0);
   caseposn_bn posn = FIRST_CASE;
@@ -173,7 +168,7 @@ TEST_F(CaseFileTest, ValueFormsFallToTheNextAvailable) {
   WriteNetFindings_bn(nodes, file, -1, 1);  // A has no levels: "#1"
   SetCaseFileValueForm_vq(3, env);
   WriteNetFindings_bn(nodes, file, -1, 1);
-  EXPECT_EQ(contents(file), "A\tB\tC\r\n#1\t\"very \\\"high\\\"\"\t*\r\n#1\t3\t*\r\n#1\t#2\t*\r\n");
+  EXPECT_EQ(streamText(file), "A\tB\tC\r\n#1\t\"very \\\"high\\\"\"\t*\r\n#1\t3\t*\r\n#1\t#2\t*\r\n");
   EXPECT_EQ(SetCaseFileValueForm_vq(4, env), -1);
   int read3 = 0;
   for (caseposn_bn posn = FIRST_CASE;; posn = NEXT_CASE) {
@@ -281,7 +276,7 @@ TEST_F(CaseFileTest, CasesetJoinsFilesAndWeightsFrequencies) {
   AddFileToCaseset_cs(cs, one, 1, nullptr);
   AddFileToCaseset_cs(cs, two, 2, "");
   WriteCaseset_cs(cs, out, nullptr);
-  const std::string joined = contents(out);
+  const std::string joined = streamText(out);
   EXPECT_EQ(joined, " IDnum\tNumCases\tA\tB\tC\r\n*\t1\tyes\tlow\t*\r\n*\t1\tno\t*\t*\r\n4\t6\tno\t*\t1.5\r\n");
 
   stream_vq* bad = NewMemoryStream_vq("bad.cas", env, nullptr);
@@ -293,7 +288,7 @@ TEST_F(CaseFileTest, CasesetJoinsFilesAndWeightsFrequencies) {
   AddFileToCaseset_cs(cs, one, -1, nullptr);
   EXPECT_EQ(ErrorNumber_vq(lastError()), 5584);
   WriteCaseset_cs(cs, out, nullptr);  // the refused files were not added
-  EXPECT_EQ(contents(out), joined);
+  EXPECT_EQ(streamText(out), joined);
 
   DeleteStream_vq(two);
   WriteCaseset_cs(cs, out, nullptr);

@@ -145,28 +145,19 @@ TEST_F(CompileControlTest, OptimisingCompileBeatsOrMatchesGreedyAndRefusesDecisi
 class SmallNetTest : public CompileControlTest {
  protected:
   node_bn *a = nullptr, *b = nullptr;
-  nodelist_bn* both = nullptr;
+  nodelist_bn *both = nullptr, *justA = nullptr;
   void SetUp() override {
     CompileControlTest::SetUp();
-    a = node("A", 2);
-    b = node("B", 2);
-    AddLink_bn(a, b);
-    const prob_bn pa[] = {0.3f, 0.7f}, b0[] = {0.9f, 0.1f}, b1[] = {0.2f, 0.8f};
-    SetNodeProbs_bn(a, nullptr, pa);
-    state_bn s0 = 0, s1 = 1;
-    SetNodeProbs_bn(b, &s0, b0);
-    SetNodeProbs_bn(b, &s1, b1);
-    both = NewNodeList2_bn(0, net);
-    AddNodeToList_bn(a, both, -1);
-    AddNodeToList_bn(b, both, -1);
+    a = addNode(net, "A", 2, nullptr, {}, {0.3, 0.7});
+    b = addNode(net, "B", 2, nullptr, {a}, {0.9, 0.1, 0.2, 0.8});
+    both = nodeList(net, {a, b});
+    justA = nodeList(net, {a});
   }
 };
 
 TEST_F(SmallNetTest, JointProbabilityWithAndGivenTheFindings) {
   CompileNet_bn(net);
   EnterFinding_bn(b, 1);  // P(b1) = 0.03 + 0.56 = 0.59
-  nodelist_bn* justA = NewNodeList2_bn(0, net);
-  AddNodeToList_bn(a, justA, -1);
   state_bn a1 = 1;
   EXPECT_NEAR(GetJointProbability_bn(justA, &a1), 0.56, 1e-6);
   EXPECT_NEAR(JointProbability_bn(justA, &a1), 0.56 / 0.59, 1e-6);
@@ -178,35 +169,28 @@ TEST_F(SmallNetTest, JointProbabilityWithAndGivenTheFindings) {
 
 TEST_F(SmallNetTest, RandomCasesFollowTheDistributionGivenTheFindings) {
   randgen_vq* rng = NewRandomGenerator_vq("7", env, nullptr);
-  nodelist_bn* justA = NewNodeList2_bn(0, net);
-  AddNodeToList_bn(a, justA, -1);
-  for (sampling_bn method : {FORWARD_SAMPLING, JOIN_TREE_SAMPLING}) {
+  // How often `watched` comes out in state 1 when cases of `list` are drawn after retracting `list`.
+  auto shareOfOnes = [&](nodelist_bn* list, node_bn* watched, sampling_bn method) {
     int ones = 0, draws = 4000;
     for (int i = 0; i < draws; ++i) {
-      RetractNetFindings_bn(net);
-      ASSERT_EQ(GenerateRandomCase_bn(both, method, 0, rng), 0);
-      ones += GetNodeFinding_bn(b) == 1;
+      for (int k = 0; k < LengthNodeList_bn(list); ++k) RetractNodeFindings_bn(GetNthNode_bn(list, k));
+      EXPECT_EQ(GenerateRandomCase_bn(list, method, 0, rng), 0);
+      ones += GetNodeFinding_bn(watched) == 1;
     }
-    EXPECT_NEAR(ones / static_cast<double>(draws), 0.59, 0.03) << "method " << method;
-  }
-  RetractNetFindings_bn(net);
-  EnterFinding_bn(b, 1);
+    return ones / static_cast<double>(draws);
+  };
   for (sampling_bn method : {FORWARD_SAMPLING, JOIN_TREE_SAMPLING}) {
-    int ones = 0, draws = 4000;
-    for (int i = 0; i < draws; ++i) {
-      RetractNodeFindings_bn(a);
-      ASSERT_EQ(GenerateRandomCase_bn(justA, method, 0, rng), 0);
-      ones += GetNodeFinding_bn(a) == 1;
-    }
+    EXPECT_NEAR(shareOfOnes(both, b, method), 0.59, 0.03) << "method " << method;
+    RetractNetFindings_bn(net);
+    EnterFinding_bn(b, 1);
     // P(a1 | b1) = 0.56 / 0.59 = 0.949; four standard errors is about 0.014.
-    EXPECT_NEAR(ones / static_cast<double>(draws), 0.56 / 0.59, 0.015) << "method " << method;
+    EXPECT_NEAR(shareOfOnes(justA, a, method), 0.56 / 0.59, 0.015) << "method " << method;
+    RetractNetFindings_bn(net);
   }
   // Findings no case can meet: forward sampling gives up after the timeout, changing nothing.
+  EnterFinding_bn(b, 1);
   UncompileNet_bn(net);
-  const prob_bn never[] = {1.0f, 0.0f};
-  state_bn s0 = 0, s1 = 1;
-  SetNodeProbs_bn(b, &s0, never);
-  SetNodeProbs_bn(b, &s1, never);
+  setCpt(b, {1, 0, 1, 0});
   RetractNodeFindings_bn(a);
   ASSERT_EQ(GetNodeFinding_bn(b), 1);
   EXPECT_EQ(GenerateRandomCase_bn(justA, FORWARD_SAMPLING, 0.05, rng), -1);
@@ -215,9 +199,7 @@ TEST_F(SmallNetTest, RandomCasesFollowTheDistributionGivenTheFindings) {
 }
 
 TEST_F(SmallNetTest, InconsistentFindingsNameTheImpossibleConditionReached) {
-  const prob_bn zeros[] = {0.0f, 0.0f}, ok[] = {0.5f, 0.5f};
-  state_bn s0 = 0, s1 = 1;
-  SetNodeProbs_bn(b, &s0, zeros);  // "A = a0 cannot happen", yet P(a0) = 0.3
+  setCpt(b, {0, 0, 0.2, 0.8});  // "A = a0 cannot happen", yet P(a0) = 0.3
   CompileNet_bn(net);
   EnterFinding_bn(a, 0);
   EXPECT_EQ(GetNodeBeliefs_bn(b), nullptr);
@@ -229,12 +211,8 @@ TEST_F(SmallNetTest, InconsistentFindingsNameTheImpossibleConditionReached) {
   // The zeros that make these findings impossible are not an indicator row: nothing to blame.
   ClearErrors_vq(env, ERROR_ERR);
   RetractNetFindings_bn(net);
-  SetNodeProbs_bn(b, &s0, ok);
-  node_bn* c = node("C", 3);
-  AddLink_bn(a, c);
-  const prob_bn c0[] = {0.5f, 0.5f, 0.0f}, c1[] = {0.2f, 0.3f, 0.5f};
-  SetNodeProbs_bn(c, &s0, c0);
-  SetNodeProbs_bn(c, &s1, c1);
+  setCpt(b, {0.5, 0.5, 0.2, 0.8});
+  node_bn* c = addNode(net, "C", 3, nullptr, {a}, {0.5, 0.5, 0, 0.2, 0.3, 0.5});
   CompileNet_bn(net);
   EnterFinding_bn(a, 0);
   EnterFinding_bn(c, 2);

@@ -10,11 +10,10 @@ class CopyTest : public NetTest {
   void SetUp() override {
     NetTest::SetUp();
     net = NewNet_bn("Src", env);
-    a = NewNode_bn("A", 2, net);
+    a = addNode(net, "A", 2, "yes,no");
     b = NewNode_bn("B", 3, net);
     c = NewNode_bn("C", 2, net);
     d = NewNode_bn("D", 0, net);
-    SetNodeStateNames_bn(a, "yes,no");
     SetNodeStateNames_bn(b, "lo,mid,hi");
     SetNodeStateTitle_bn(b, 2, "High");
     AddLink_bn(a, b);
@@ -23,11 +22,6 @@ class CopyTest : public NetTest {
     SetNodeInputName_bn(b, 1, "other");
     SetNetTitle_bn(net, "Source");
     ASSERT_EQ(errorCount(WARNING_ERR), 0);
-  }
-  nodelist_bn* listOf(std::initializer_list<node_bn*> nodes) {
-    nodelist_bn* list = NewNodeList2_bn(0, net);
-    for (node_bn* n : nodes) AddNodeToList_bn(n, list, -1);
-    return list;
   }
   net_bn* net = nullptr;
   node_bn *a = nullptr, *b = nullptr, *c = nullptr, *d = nullptr;
@@ -66,7 +60,7 @@ TEST_F(CopyTest, OptionsLeaveOutNodesOrLinks) {
 }
 
 TEST_F(CopyTest, NodesCopiedWithinTheirNetGetFreshNamesAndKeepOutsideParents) {
-  nodelist_bn* list = listOf({b, d});
+  nodelist_bn* list = nodeList(net, {b, d});
   nodelist_bn* copies = CopyNodes_bn(list, net, nullptr);
   ASSERT_NE(copies, nullptr);
   ASSERT_EQ(LengthNodeList_bn(copies), 2);
@@ -94,7 +88,7 @@ TEST_F(CopyTest, NodesCopiedToAnotherNetGetOneDisconnectedStandInPerParentLeftBe
   AddLink_bn(a, e);
   net_bn* other = NewNet_bn("Other", env);
   NewNode_bn("B", 2, other);  // the copy of B must take another name
-  nodelist_bn* list = listOf({b, d, e});
+  nodelist_bn* list = nodeList(net, {b, d, e});
   EXPECT_EQ(CopyNodes_bn(list, other, "dont_return_list"), nullptr);
   EXPECT_EQ(errorCount(ERROR_ERR), 0);
   // B's copy (B0) keeps its place among its parents; A and C are left behind and stood in for,

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "EnvFixture.h"
+#include "NetSnapshot.h"
 
 namespace {
 
@@ -14,16 +14,8 @@ const char* MAGIC = "// ~->[DNET-1]->~\n\n";
 
 class DnetReaderTest : public EnvTest {
  protected:
-  void TearDown() override {
-    for (stream_vq* s : streams) DeleteStream_vq(s);
-    EnvTest::TearDown();
-  }
-
   net_bn* read(const std::string& text, const char* name = "t.dne", int options = NO_VISUAL_INFO) {
-    stream_vq* s = NewMemoryStream_vq(name, env, nullptr);
-    streams.push_back(s);
-    SetStreamContents_vq(s, text.data(), static_cast<long long>(text.size()), true);
-    return ReadNet_bn(s, options);
+    return netFromText(env, text, name, options);
   }
 
   // Reads a net that must fail, and returns the display message of its error.
@@ -42,20 +34,11 @@ class DnetReaderTest : public EnvTest {
     return r ? ErrorDisplayMessage_vq(r) : "(no warning)";
   }
 
-  static std::vector<std::string> parentNames(node_bn* n) {
-    std::vector<std::string> out;
-    const nodelist_bn* ps = GetNodeParents_bn(n);
-    for (int i = 0; i < LengthNodeList_bn(ps); ++i) out.push_back(GetNodeName_bn(GetNthNode_bn(ps, i)));
-    return out;
-  }
-
   static std::vector<float> probs(node_bn* n, std::vector<state_bn> parentStates) {
     const prob_bn* p = GetNodeProbs_bn(n, parentStates.empty() ? nullptr : parentStates.data());
     if (!p) return {};
     return std::vector<float>(p, p + GetNodeNumberStates_bn(n));
   }
-
-  std::vector<stream_vq*> streams;
 };
 
 bool undefined(float x) { return x < -1e30f; }
@@ -117,7 +100,7 @@ TEST_F(DnetReaderTest, ReadsNetWithParentsDeclaredLater) {
 
   node_bn* dys = GetNodeNamed_bn("Dyspnea", net);
   ASSERT_NE(dys, nullptr);
-  EXPECT_EQ(parentNames(dys), (std::vector<std::string>{"Tub", "Smoke"}));
+  EXPECT_EQ(listNames(GetNodeParents_bn(dys)), "Tub,Smoke");
   EXPECT_STREQ(GetNodeStateName_bn(dys, 1), "absent");
   EXPECT_STREQ(GetNodeStateTitle_bn(dys, 0), "Short of breath");
   EXPECT_STREQ(GetNodeTitle_bn(dys), "Dyspnea");

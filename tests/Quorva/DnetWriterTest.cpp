@@ -36,10 +36,8 @@ class DnetWriterTest : public EnvTest {
     return text.substr(at, end + 5 - at);
   }
 
-  node_bn* node(const char* name, int states, const char* names = nullptr) {
-    node_bn* n = NewNode_bn(name, states, net);
-    if (names) SetNodeStateNames_bn(n, names);
-    return n;
+  node_bn* node(const char* name, int states, const char* names = nullptr, std::initializer_list<node_bn*> parents = {}) {
+    return addNode(net, name, states, names, parents);
   }
 
   net_bn* net = nullptr;
@@ -55,7 +53,7 @@ void expectInOrder(const std::string& in, const std::vector<std::string>& texts)
   }
 }
 
-TEST_F(DnetWriterTest, EmptyNetHasMagicLineCreatorCommentAndAutoupdateOnly) {
+TEST_F(DnetWriterTest, FrameAndDefaultFieldsAreLeftOut) {
   std::string text = written();
   std::regex frame(
       "// ~->\\[DNET-1\\]->~\n\n"
@@ -63,6 +61,10 @@ TEST_F(DnetWriterTest, EmptyNetHasMagicLineCreatorCommentAndAutoupdateOnly) {
       "bnet Net \\{\n\tautoupdate = TRUE;\n\\};\n");
   EXPECT_TRUE(std::regex_match(text, frame)) << text;
   EXPECT_EQ(errorCount(WARNING_ERR), 0);
+  node("Cont", 0);  // fields at their defaults are left out
+  node("Plain", 3);
+  EXPECT_EQ(nodeBlock(written(), "Cont"), "\tnode Cont {\n\t};\n");
+  EXPECT_EQ(nodeBlock(written(), "Plain"), "\tnode Plain {\n\t\tdiscrete = TRUE;\n\t\tnumstates = 3;\n\t};\n");
 
   SetNetAutoUpdate_bn(net, 0);
   SetNetTitle_bn(net, "T");
@@ -71,18 +73,9 @@ TEST_F(DnetWriterTest, EmptyNetHasMagicLineCreatorCommentAndAutoupdateOnly) {
                             "\tcomment = \"C\";\n", "};\n"});
 }
 
-TEST_F(DnetWriterTest, DefaultFieldsAreLeftOut) {
-  node("Cont", 0);
-  node("Plain", 3);
-  std::string text = written();
-  EXPECT_EQ(nodeBlock(text, "Cont"), "\tnode Cont {\n\t};\n");
-  EXPECT_EQ(nodeBlock(text, "Plain"), "\tnode Plain {\n\t\tdiscrete = TRUE;\n\t\tnumstates = 3;\n\t};\n");
-}
-
 TEST_F(DnetWriterTest, NodeFieldsFollowTheFixedOrder) {
   node_bn* a = node("A", 2, "a1,a2");
-  node_bn* b = node("B", 2, "yes,no");
-  AddLink_bn(a, b);
+  node_bn* b = node("B", 2, "yes,no", {a});
   SetNodeInputName_bn(b, 0, "cause");
   SetNodeStateTitle_bn(b, 0, "Yes indeed");
   const level_bn levels[] = {1.5, 1e300};
@@ -134,9 +127,7 @@ TEST_F(DnetWriterTest, SignificantDigitPrinter) {
 TEST_F(DnetWriterTest, ProbabilityTableLayout) {
   node_bn* a = node("A", 2, "a1,a2");
   node_bn* c = node("C", 3, "c1,c2,c3");
-  node_bn* b = node("B", 2, "yes,no");
-  AddLink_bn(a, b);
-  AddLink_bn(c, b);
+  node_bn* b = node("B", 2, "yes,no", {a, c});
   const prob_bn third[] = {1.0f / 3, 2.0f / 3};
   const prob_bn tenth[] = {0.1f, 0.9f};
   const state_bn first[] = {0, 0}, last[] = {1, 2};
@@ -178,10 +169,8 @@ TEST_F(DnetWriterTest, ProbabilityTableLayout) {
 
 TEST_F(DnetWriterTest, FunctionAndExperienceTables) {
   node_bn* a = node("A", 2, "a1,a2");
-  node_bn* d = node("D", 2);  // no state names: states are written by number
-  node_bn* r = node("R", 0);
-  AddLink_bn(a, d);
-  AddLink_bn(a, r);
+  node_bn* d = node("D", 2, nullptr, {a});  // no state names: states are written by number
+  node_bn* r = node("R", 0, nullptr, {a});
   const state_bn a1[] = {0}, a2[] = {1};
   SetNodeFuncState_bn(d, a1, 1);
   SetNodeFuncReal_bn(r, a1, 2.5);
@@ -285,9 +274,8 @@ TEST_F(DnetWriterTest, FindingsAsStateValuesAndLikelihoods) {
 
 TEST_F(DnetWriterTest, UserFieldsNodeSetsAndElimOrder) {
   node_bn* a = node("A", 2);
-  node_bn* b = node("B", 2);
+  node_bn* b = node("B", 2, nullptr, {a});
   node_bn* c = node("C", 2);
-  AddLink_bn(a, b);
   const char binary[] = {'x', '\0', 'y'};
   SetNetUserField_bn(net, "raw", binary, 3, 0);
   SetNetUserField_bn(net, "who", "me", -1, 0);

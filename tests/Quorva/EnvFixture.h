@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <initializer_list>
 #include <string>
 
 #include "Quorva.h"
@@ -27,6 +28,45 @@ inline std::string netText(const net_bn* net, environ_vq* env, const char* name 
   std::string text = streamText(s);
   DeleteStream_vq(s);
   return text;
+}
+
+// Sets a node's whole CPT: every row in order, the last parent fastest.
+inline void setCpt(node_bn* node, std::initializer_list<double> entries) {
+  SetNodeTable_bn(node, "cpt", nullptr, 0, entries.begin(), static_cast<int>(entries.size()));
+}
+
+// A node of `net` with `states` states, their names (comma-separated) when given, these parents
+// in order, and its whole CPT when given.
+inline node_bn* addNode(net_bn* net, const char* name, int states, const char* stateNames = nullptr,
+                        std::initializer_list<node_bn*> parents = {}, std::initializer_list<double> cpt = {}) {
+  node_bn* node = NewNode_bn(name, states, net);
+  if (stateNames) SetNodeStateNames_bn(node, stateNames);
+  for (node_bn* parent : parents) AddLink_bn(parent, node);
+  if (cpt.size()) setCpt(node, cpt);
+  return node;
+}
+
+// A new list of these nodes of `net`.
+inline nodelist_bn* nodeList(net_bn* net, std::initializer_list<node_bn*> nodes) {
+  nodelist_bn* list = NewNodeList2_bn(0, net);
+  for (node_bn* n : nodes) AddNodeToList_bn(n, list, -1);
+  return list;
+}
+
+// A memory stream named `name` holding a copy of `text`.
+inline stream_vq* textStream(environ_vq* env, const std::string& text, const char* name) {
+  stream_vq* s = NewMemoryStream_vq(name, env, nullptr);
+  SetStreamContents_vq(s, text.data(), static_cast<long long>(text.size()), 1);
+  return s;
+}
+
+// The net that ReadNet_bn reads from `text` in a memory stream named `name` (null when refused).
+inline net_bn* netFromText(environ_vq* env, const std::string& text, const char* name = "t.dne",
+                           int options = NO_VISUAL_INFO) {
+  stream_vq* s = textStream(env, text, name);
+  net_bn* net = ReadNet_bn(s, options);
+  DeleteStream_vq(s);
+  return net;
 }
 
 class EnvTest : public ::testing::Test {

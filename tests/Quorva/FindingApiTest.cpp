@@ -13,8 +13,7 @@ class FindingApiTest : public NetTest {
   void SetUp() override {
     NetTest::SetUp();
     net = NewNet_bn("N", env);
-    a = NewNode_bn("A", 3, net);
-    SetNodeStateNames_bn(a, "a0,a1,a2");
+    a = addNode(net, "A", 3, "a0,a1,a2");
   }
   // A node's finding as one line: its code, likelihood and value.
   std::string finding(node_bn* n) {
@@ -66,9 +65,8 @@ TEST_F(FindingApiTest, StateOutOfRangeOrContradictingIsRefusedKeepingTheFinding)
 
 TEST_F(FindingApiTest, ReenteringTheKnownStateLeavesBeliefsCurrent) {
   node_bn* c = discretized("C");
-  const prob_bn third[] = {0.25f, 0.25f, 0.5f};
-  SetNodeProbs_bn(a, nullptr, third);
-  SetNodeProbs_bn(c, nullptr, third);
+  setCpt(a, {0.25, 0.25, 0.5});
+  setCpt(c, {0.25, 0.25, 0.5});
   SetNetAutoUpdate_bn(net, 0);
   CompileNet_bn(net);
   EnterFinding_bn(a, 1);
@@ -94,18 +92,14 @@ TEST_F(FindingApiTest, StateRuledOutByTheModelOrTheParentsIsRefused) {
   EXPECT_EQ(GetNodeFinding_bn(a), 0);
 
   // A parentless node whose own table fixes its value.
-  node_bn* f = NewNode_bn("F", 2, net);
-  SetNodeStateNames_bn(f, "f0,f1");
+  node_bn* f = addNode(net, "F", 2, "f0,f1");
   SetNodeFuncState_bn(f, nullptr, 1);
   refused(f, [&] { EnterFinding_bn(f, 0); }, err::FindingStatedValue.number,
           "new finding 'f0' is inconsistent with the model's stated value for this >-node");
-  node_bn* p = NewNode_bn("P", 2, net);
-  SetNodeStateNames_bn(p, "p0,p1");
-  const prob_bn certain[] = {0, 1}, even[] = {0.5f, 0.5f};
-  SetNodeProbs_bn(p, nullptr, certain);
+  node_bn* p = addNode(net, "P", 2, "p0,p1", {}, {0, 1});
   refused(p, [&] { EnterFinding_bn(p, 0); }, err::FindingStatedValue.number,
           "new finding 'p0' is inconsistent with the model's stated value for this >-node");
-  SetNodeProbs_bn(p, nullptr, even);
+  setCpt(p, {0.5, 0.5});
   EnterFinding_bn(p, 0);
   EXPECT_EQ(GetNodeFinding_bn(p), 0);
 

@@ -8,23 +8,15 @@ namespace {
 
 class FindingsInFilesTest : public EnvTest {
  protected:
-  net_bn* read(const std::string& text) {
-    stream_vq* s = NewMemoryStream_vq("findings.dne", env, nullptr);
-    SetStreamContents_vq(s, text.data(), static_cast<long long>(text.size()), 1);
-    net_bn* net = ReadNet_bn(s, NO_VISUAL_INFO);
-    DeleteStream_vq(s);
-    return net;
-  }
+  net_bn* read(const std::string& text) { return netFromText(env, text, "findings.dne"); }
   std::string write(net_bn* net) { return netText(net, env, "findings.dne"); }
 };
 
 TEST_F(FindingsInFilesTest, StatesAndLikelihoodsSurviveWritingAndReading) {
   net_bn* net = NewNet_bn("F", env);
-  node_bn* a = NewNode_bn("A", 3, net);
-  node_bn* b = NewNode_bn("B", 2, net);
-  node_bn* c = NewNode_bn("C", 2, net);
-  SetNodeStateNames_bn(a, "low,mid,high");
-  AddLink_bn(a, b);
+  node_bn* a = addNode(net, "A", 3, "low,mid,high");
+  node_bn* b = addNode(net, "B", 2, nullptr, {a});
+  node_bn* c = addNode(net, "C", 2);
   EnterFinding_bn(a, 2);
   const prob_bn lik[] = {0.25f, 1.0f};
   EnterNodeLikelihood_bn(b, lik);

@@ -12,9 +12,7 @@ class NodeListApiTest : public NetTest {
     net = NewNet_bn("N", env);
     a = NewNode_bn("A", 2, net);
     b = NewNode_bn("B", 2, net);
-    c = NewNode_bn("C", 2, net);
-    AddLink_bn(a, c);
-    AddLink_bn(b, c);
+    c = addNode(net, "C", 2, nullptr, {a, b});
   }
   net_bn* net = nullptr;
   node_bn *a = nullptr, *b = nullptr, *c = nullptr;

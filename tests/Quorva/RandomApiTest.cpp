@@ -58,9 +58,7 @@ TEST_F(RandomApiTest, RefusedSeedsMakeNoGenerator) {
   std::string bad = state;
   bad[100] = 'Q';
   EXPECT_EQ(NewRandomGenerator_vq(bad.c_str(), env, nullptr), nullptr);
-  expectError(err::RandStateNotHex.number,
-              "string containing random-generator-state has a character that is not a hex digit (the 101st "
-              "character is 'Q')");
+  EXPECT_EQ(ErrorNumber_vq(lastError()), err::RandStateNotHex.number);
   EXPECT_EQ(NewRandomGenerator_vq("7", env, "fast"), nullptr);
   expectError(err::RandgenOptions.number,
               "argument 'options' must be empty or null (0) with this version of >-Quorva, but it is:  fast");
@@ -102,19 +100,16 @@ TEST_F(RandomApiTest, DrawingChecksItsArguments) {
 
 TEST_F(RandomApiTest, DeletedGeneratorIsRefused) {
   double x;
-  net_bn* net = NewNet_bn("N", env);
-
   randgen_vq* gen = NewRandomGenerator_vq("11", env, nullptr);
   DeleteRandomGen_vq(gen);
   EXPECT_EQ(errorCount(NOTICE_ERR), 0);
-  EXPECT_EQ(asRandgen(gen)->tag, DELETED_TYPE);
-  EXPECT_FALSE(asRandgen(gen)->hasState());
   EXPECT_EQ(GenerateRandomNumbers_vq(gen, &x, 1, nullptr), -1.0);
   expectError(err::DeletedObject.number, "deleted or damaged >-RandomGenerator passed");
   DeleteRandomGen_vq(gen);
-  expectError(err::DeletedObject.number, "deleted or damaged >-RandomGenerator passed");
-  SetNetRandomGen_bn(net, gen, 0);
-  expectError(err::DeletedObject.number, "deleted or damaged >-RandomGenerator passed");
+  EXPECT_EQ(ErrorNumber_vq(lastError()), err::DeletedObject.number);
+  ClearErrors_vq(env, INTERNAL_ERR);
+  SetNetRandomGen_bn(NewNet_bn("N", env), gen, 0);
+  EXPECT_EQ(ErrorNumber_vq(lastError()), err::DeletedObject.number);
 }
 
 TEST_F(RandomApiTest, ANetDrawsFromItsOwnGeneratorUntilItIsDeletedOrTakenAway) {

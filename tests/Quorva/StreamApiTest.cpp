@@ -10,29 +10,19 @@ using namespace quorva;
 
 namespace {
 
-class StreamApiTest : public EnvTest {
- protected:
-  std::string lastMessage() {
-    report_vq* r = lastError();
-    return r ? ErrorMessage_vq(r) : "<none>";
-  }
-};
+class StreamApiTest : public EnvTest {};
 
+// How a memory stream copies or borrows its bytes is tested on the engine's streams (StreamTest);
+// here, that the API passes its arguments on.
 TEST_F(StreamApiTest, MemoryStreamContentsAreCopiedOrReadInPlace) {
   stream_vq* s = NewMemoryStream_vq("buf.dne", env, nullptr);
-  ASSERT_NE(s, nullptr);
   long long length = -1;
-  const char* bytes = GetStreamContents_vq(s, &length);
-  ASSERT_NE(bytes, nullptr);
+  ASSERT_NE(GetStreamContents_vq(s, &length), nullptr);
   EXPECT_EQ(length, 0);
-
   char text[] = "bnet A {};";
   SetStreamContents_vq(s, text, 4, true);
   text[0] = 'X';
-  bytes = GetStreamContents_vq(s, &length);
-  EXPECT_EQ(std::string(bytes, static_cast<size_t>(length)), "bnet");
-  EXPECT_EQ(bytes[4], '\0');
-
+  EXPECT_EQ(streamText(s), "bnet");
   SetStreamContents_vq(s, text, 10, false);
   EXPECT_EQ(GetStreamContents_vq(s, &length), text);
   EXPECT_EQ(length, 10);

@@ -62,8 +62,7 @@ TEST_F(TableApiTest, ProbsAreRefusedWithoutStatesOrAtParentStatesOutOfRange) {
                 "can't set probability array for >-Bnode 'C' because it is not discrete or discretized");
   EXPECT_FALSE(HasNodeTable_bn(c, nullptr));
   // A parent without states gives no rows to set, even for EVERY_STATE.
-  node_bn* y = NewNode_bn("Y", 2, net);
-  AddLink_bn(c, y);
+  node_bn* y = addNode(net, "Y", 2, nullptr, {c});
   const state_bn every[] = {EVERY_STATE};
   expectRefused(net, [&] { SetNodeProbs_bn(y, every, row); }, err::SetContinuousParent.number,
                 "can't set table of node 'Y' because it has a parent node that is continuous and undiscretized");
@@ -151,8 +150,7 @@ TEST_F(TableApiTest, RealFunctionNeedsLevelsOnADiscreteNode) {
   EXPECT_EQ(GetNodeFuncState_bn(x, a1b1), UNDEF_STATE);  // the table now holds reals
 
   // A continuous node without states may have a real function of its parents.
-  node_bn* c = NewNode_bn("C", 0, net);
-  AddLink_bn(a, c);
+  node_bn* c = addNode(net, "C", 0, nullptr, {a});
   const state_bn a1[] = {1};
   SetNodeFuncReal_bn(c, a1, -2.5);
   EXPECT_NEAR(GetNodeFuncReal_bn(c, a1), -2.5, 1e-7);
@@ -303,8 +301,7 @@ TEST_F(TableApiTest, SetNodeTableRefusalsLeaveTheTablesAsTheyWere) {
   node_bn* c = NewNode_bn("C", 0, net);
   refusedSet(c, "cpt", nullptr, 0, values, 1, err::SetNotDiscrete.number,
              "can't set cpt table for node 'C' because the node is not discrete or discretized");
-  node_bn* y = NewNode_bn("Y", 2, net);
-  AddLink_bn(c, y);
+  node_bn* y = addNode(net, "Y", 2, nullptr, {c});
   refusedSet(y, "exper", nullptr, 0, values, 1, err::SetContinuousParent.number,
              "can't set table of node 'Y' because it has a parent node that is continuous and undiscretized");
 }
@@ -342,9 +339,8 @@ TEST_F(TableApiTest, CptPastFourHundredMillionEntriesIsRefusedBeforeAnythingIsAl
   LimitMemoryUsage_vq(64e6, env);  // a missing size check would show as a memory refusal
   // Each case in a net of its own, so that the snapshots taken around a refusal stay small.
   net_bn* over = NewNet_bn("Over", env);
-  node_bn* y = NewNode_bn("Y", 1, over);
-  AddLink_bn(NewNode_bn("P", 19801, over), y);
-  AddLink_bn(NewNode_bn("Q", 20201, over), y);  // 19801 * 20201 = 400,000,001
+  // 19801 * 20201 = 400,000,001
+  node_bn* y = addNode(over, "Y", 1, nullptr, {NewNode_bn("P", 19801, over), NewNode_bn("Q", 20201, over)});
   const state_bn ps[] = {0, 0};
   const prob_bn one[] = {1};
   expectRefused(over, [&] { SetNodeProbs_bn(y, ps, one); }, err::CptTooLargeCreate.number,
@@ -357,9 +353,7 @@ TEST_F(TableApiTest, CptPastFourHundredMillionEntriesIsRefusedBeforeAnythingIsAl
 
   // At exactly 400,000,000 the size is accepted: the call goes on to count the entries passed.
   net_bn* at = NewNet_bn("At", env);
-  node_bn* z = NewNode_bn("Z", 1, at);
-  AddLink_bn(NewNode_bn("R", 20000, at), z);
-  AddLink_bn(NewNode_bn("S", 20000, at), z);
+  node_bn* z = addNode(at, "Z", 1, nullptr, {NewNode_bn("R", 20000, at), NewNode_bn("S", 20000, at)});
   expectRefused(at, [&] { SetNodeTable_bn(z, "cpt", nullptr, 0, &entry, 1); }, err::SetTableCount.number,
                 "the number of entries in the passed table is declared to be 1, but it must be 400000000 for node "
                 "Z and given the passed parent_states");

@@ -42,12 +42,7 @@ class TableFollowsTest : public TableTest {
     expectValues(table(x, "function_state"), wantFunc, "function_state " + what);
   }
   // A child Y(2) of X with a CPT of its own.
-  node_bn* childOfX() {
-    node_bn* y = NewNode_bn("Y", 2, net);
-    AddLink_bn(x, y);
-    setTable(y, "cpt", {0.1, 0.9, 0.8, 0.2});
-    return y;
-  }
+  node_bn* childOfX() { return addNode(net, "Y", 2, nullptr, {x}, {0.1, 0.9, 0.8, 0.2}); }
 
   Values cpt, exper, func;
 };
@@ -60,9 +55,7 @@ TEST_F(TableFollowsTest, DeletedLinkOrParentLeavesTheSliceAtTheParentsFindingSta
   expectRows({{0, 2}}, "without A");
   EXPECT_EQ(errorText(), "");
 
-  node_bn* x2 = NewNode_bn("X2", 2, net);  // a deleted parent node goes the same way
-  AddLink_bn(a, x2);
-  setTable(x2, "cpt", {0.1, 0.9, 0.7, 0.3});
+  node_bn* x2 = addNode(net, "X2", 2, nullptr, {a}, {0.1, 0.9, 0.7, 0.3});  // a deleted parent goes the same way
   EnterFinding_bn(a, 1);
   DeleteNode_bn(a);
   expectValues(table(x2, "cpt"), {0.7, 0.3});
@@ -155,8 +148,7 @@ TEST_F(TableFollowsTest, ReorderedStatesPermuteTheNodesEntriesAndItsChildrensRow
 TEST_F(TableFollowsTest, EditsThatWouldPushACptPastItsLimitAreRefusedAndChangeNothing) {
   LimitMemoryUsage_vq(64e6, env);
   node_bn* p = NewNode_bn("P", 20000, net);
-  node_bn* y = NewNode_bn("Y", 2, net);
-  AddLink_bn(p, y);
+  node_bn* y = addNode(net, "Y", 2, nullptr, {p});
   const state_bn every[] = {EVERY_STATE};
   const prob_bn row[] = {0.25f, 0.75f};
   SetNodeProbs_bn(y, every, row);
@@ -171,8 +163,7 @@ TEST_F(TableFollowsTest, EditsThatWouldPushACptPastItsLimitAreRefusedAndChangeNo
 }
 
 TEST_F(TableFollowsTest, MemoryFailureWhileReindexingLeavesEveryTableAsItWas) {
-  node_bn* y = NewNode_bn("Y", 2, net);
-  AddLink_bn(b, y);
+  node_bn* y = addNode(net, "Y", 2, nullptr, {b});
   setTable(y, "cpt", distinct(6));
   std::string xBefore = tablesOf(x), yBefore = tablesOf(y);
   // X's three tables are rebuilt first; the fourth allocation, for Y's CPT, fails.
@@ -191,8 +182,7 @@ TEST_F(TableFollowsTest, ParentLosingItsDiscretizationTakesTheChildsTablesAway) 
   node_bn* c = NewNode_bn("C", 0, net);
   const level_bn thresholds[] = {0, 1, 2};
   SetNodeLevels_bn(c, 2, thresholds);
-  node_bn* y = NewNode_bn("Y", 2, net);
-  AddLink_bn(c, y);
+  node_bn* y = addNode(net, "Y", 2, nullptr, {c});
   setTable(y, "cpt", distinct(4));
   setTable(c, "cpt", {0.5, 0.5});
   SetNodeLevels_bn(c, 0, nullptr);
