@@ -9,7 +9,7 @@
 #
 # Every target first installs the Debian packages it needs when they are missing.
 
-DEB_PACKAGES := cmake g++ make libgtest-dev libbenchmark-dev libutf8proc-dev
+DEB_PACKAGES := cmake g++ make libgtest-dev libbenchmark-dev libutf8proc-dev libcli11-dev nlohmann-json3-dev
 FUZZ_PACKAGES := clang libclang-rt-14-dev
 FUZZ_SECONDS ?= 30
 SUDO := $(if $(filter 0,$(shell id -u)),,sudo)

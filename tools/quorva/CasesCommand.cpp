@@ -1,0 +1,4 @@
+#include "Commands.h"
+namespace quorva::cli {
+void addCasesCommand(CLI::App&, Runner&) {}
+}
