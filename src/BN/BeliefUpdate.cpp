@@ -4,8 +4,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <string>
 
 #include "BN/Bnet.h"
+#include "BN/ImpossibleConditions.h"
 #include "BN/InferErrors.h"
 #include "BN/JunctionTree.h"
 #include "BN/NodeTables.h"
@@ -18,6 +20,9 @@ namespace quorva {
 namespace {
 
 struct Inconsistent {};  // propagation found the findings to have probability 0
+
+// Set while updating only to learn whether the findings hold, when explaining a failure is wasted.
+thread_local bool checkingOnly = false;
 
 // Step 1 -> 2: every clique and separator gets its table.
 void allocateTables(Bnet& net, JunctionTree& jt) {
@@ -322,7 +327,8 @@ void updateBeliefs(Bnet& net) {
     net.juncStep = 4;
     propagate(net, jt, false);
   } catch (const Inconsistent&) {
-    engError(net.env, err::Inconsistent, "");
+    std::string why = checkingOnly ? "" : explainImpossible(net);
+    engError(net.env, err::Inconsistent, why.empty() ? why : "; " + why);
   }
   ++jt.version;  // cached beliefs read before this update are stale
   net.juncStep = 5;
@@ -331,6 +337,11 @@ void updateBeliefs(Bnet& net) {
 bool findingsHold(Bnet& net) {
   if (net.juncStep < 1 || !net.jt) return true;
   net.findingsChanged();
+  struct Quiet {  // no explanation is wanted: the answer is all
+    bool was = checkingOnly;
+    Quiet() { checkingOnly = true; }
+    ~Quiet() { checkingOnly = was; }
+  } quiet;
   try {
     updateBeliefs(net);
     return true;

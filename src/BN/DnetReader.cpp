@@ -285,6 +285,7 @@ void DnetReader::buildNet() {
   for (NodeDecl& d : nodes_) createNode(d);
   for (NodeDecl& d : nodes_) linkNode(d);
   for (NodeDecl& d : nodes_) setTables(d);
+  for (const NodeDecl& d : nodes_) setFindings(d);
   for (const NodesetDecl& s : nodesets_) {
     ContextScope ctx(rd_, {"NodeSet", s.name, "Nodes"});
     if (!net_->findNodeset(s.name)) {

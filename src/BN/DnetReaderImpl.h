@@ -51,6 +51,9 @@ struct NodeDecl {
   std::string title, comment;
   std::vector<std::string> parents, inputs;
   TokenText probs, functable, numcases;
+  TokenText evidence;                  // the state of a finding: a name, or "#" and a number
+  std::vector<double> likelihood;
+  double value = 0;                    // a real-valued finding, when "value" was read
   std::vector<double> position;
   UserFields user;
 };
@@ -106,6 +109,7 @@ class DnetReader {
   // ---- DnetReaderTables.cpp ----
   void setTables(NodeDecl& d);
   void readTable(NodeDecl& d, Bnode& node, const std::string& field, const TokenText& text);
+  void setFindings(const NodeDecl& d);
 
   // Raises an error at `at` with the context of field `field` of node `d`.
   template <class... A>

@@ -180,6 +180,13 @@ bool DnetReader::readNodeValue(NodeDecl& d, const std::string& word) {
     double v = readNumberValue();
     TextPosition at = rd_.tokenStart();
     if (v < 0) rd_.failAt(at, err::DnetLessThanZero, v);
+  } else if (word == "evidence") {
+    d.evidence.pos = rd_.here();
+    skipValue(&d.evidence.tokens);
+  } else if (word == "likelihood") {
+    d.likelihood = readNumberList();
+  } else if (word == "value") {
+    d.value = readNumberValue();
   } else if (word == "position") {
     d.position = readNumberList();
   } else if (word == "title") {

@@ -1,10 +1,12 @@
 // Reading DNET tables ("probs", "functable", "numcases") from the tokens kept for them, once the
 // node's parents are linked: nested, flat and shallow groups, "@undef" and "@imposs", rows
 // filled out with undefined entries, and the checks of every probability row.
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
 #include "BN/DnetReaderImpl.h"
+#include "BN/Findings.h"
 #include "BN/NodeTableOps.h"
 
 namespace quorva {
@@ -263,6 +265,42 @@ void DnetReader::setTables(NodeDecl& d) {
   if (d.has("functable")) readTable(d, node, "functable", d.functable);
   if (d.has("probs")) readTable(d, node, "probs", d.probs);
   if (d.has("numcases")) readTable(d, node, "numcases", d.numcases);
+}
+
+// The findings saved with a node: a likelihood, then a state (which replaces it), then a value.
+void DnetReader::setFindings(const NodeDecl& d) {
+  bool evidence = d.fields.count("evidence"), likelihood = d.fields.count("likelihood"), value = d.fields.count("value");
+  if (!evidence && !likelihood && !value) return;
+  Bnode& node = *net_->find(d.name);
+  if (likelihood) {
+    ContextScope ctx(rd_, {"node", d.name, "likelihood"});
+    if (!node.hasStates()) rd_.failAt(d.at("likelihood"), err::DnetNotDiscreteFinding, "likelihood", "node");
+    if (d.likelihood.size() != static_cast<size_t>(node.numStates))
+      rd_.failAt(d.at("likelihood"), err::DnetFindingCount, static_cast<int>(d.likelihood.size()), node.numStates, "node");
+    std::vector<float> lik(d.likelihood.begin(), d.likelihood.end());
+    enterLikelihood(node, lik.data());
+  }
+  if (evidence) {
+    ContextScope ctx(rd_, {"node", d.name, "evidence"});
+    if (!node.hasStates()) rd_.failAt(d.at("evidence"), err::DnetNotDiscreteFinding, "evidence", "node");
+    const std::vector<Token>& t = d.evidence.tokens;
+    int state = -1;
+    std::string text;
+    for (const Token& k : t) text += k.text;
+    if (t.size() == 1 && t[0].kind == TokenKind::Word) {
+      auto it = std::find(node.stateNames.begin(), node.stateNames.end(), t[0].text);
+      if (it != node.stateNames.end()) state = static_cast<int>(it - node.stateNames.begin());
+    } else if (t.size() == 2 && t[0].kind == TokenKind::Punct && t[0].text == "#" && t[1].kind == TokenKind::Number && t[1].number.integral &&
+               t[1].number.value >= 0 && t[1].number.value < node.numStates) {
+      state = static_cast<int>(t[1].number.value);
+    }
+    if (state < 0) rd_.failAt(d.at("evidence"), err::DnetUnknownState, text);
+    enterState(node, state, true, false);
+  }
+  if (value) {
+    ContextScope ctx(rd_, {"node", d.name, "value"});
+    enterValue(node, d.value);
+  }
 }
 
 void DnetReader::readTable(NodeDecl& d, Bnode& node, const std::string& field, const TokenText& text) {

@@ -104,9 +104,10 @@ bool sampleInto(const Ordered& o, std::vector<int>& value, bool respect, RandomG
     if (n->kind == DECISION || !known) {
       state = static_cast<int>(rng.below(static_cast<uint32_t>(n->numStates)));
     } else if (t.cpt.isAllocated()) {
-      state = drawFrom(t.cpt.data() + rowOffset(*n, parentStates.data()), n->numStates, rng);
+      size_t row = rowOffset(*n, parentStates.data());
+      state = drawFrom(t.cpt.data() + row * static_cast<size_t>(n->numStates), n->numStates, rng);
     } else if (t.func.isAllocated() && !t.funcReal) {
-      float v = t.func.data()[rowOffset(*n, parentStates.data()) / static_cast<size_t>(n->numStates)];
+      float v = t.func.data()[rowOffset(*n, parentStates.data())];
       state = (v >= 0 && v < static_cast<float>(n->numStates)) ? static_cast<int>(v)
                                                                 : static_cast<int>(rng.below(static_cast<uint32_t>(n->numStates)));
     } else {
