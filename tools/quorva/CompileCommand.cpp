@@ -20,20 +20,6 @@ struct CompileOptions {
   double optimize = 0;
 };
 
-// The cliques of a junction-tree report: its lines that begin with a clique number.
-int countCliques(const std::string& report) {
-  int count = 0;
-  size_t at = 0;
-  while (at < report.size()) {
-    size_t end = report.find('\n', at);
-    if (end == std::string::npos) end = report.size();
-    size_t first = report.find_first_not_of(' ', at);
-    if (first < end && report[first] >= '0' && report[first] <= '9') ++count;
-    at = end + 1;
-  }
-  return count;
-}
-
 // The estimate lines written to `console`: each one is padded with blanks and ends in "\r" so
 // that it overwrites the one before on a terminal; here they are split and trimmed.
 std::vector<std::string> estimateLines(std::FILE* console) {
@@ -80,10 +66,10 @@ int runCompile(const CompileOptions& o) {
     env.check();
   }
   const double size = SizeCompiledNet_bn(net, 0);
+  const int cliques = cliqueCount(net);
   const char* text = ReportJunctionTree_bn(net);
   env.check();
   const std::string report = text ? text : "";
-  const int cliques = countCliques(report);
   if (o.json) {
     nlohmann::ordered_json out = {{"net", GetNetName_bn(net)}, {"nodes", netNodes(net).size()},
                                   {"cliques", cliques}, {"total_table_size", size}};

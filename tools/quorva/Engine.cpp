@@ -135,6 +135,21 @@ std::vector<node_bn*> selectNodes(const net_bn* net, const std::vector<std::stri
   return nodes;
 }
 
+int cliqueCount(net_bn* net) {
+  const char* report = ReportJunctionTree_bn(net);
+  if (!report) return -1;
+  // One line per clique, beginning with its number; a header line before and a sum line after.
+  int count = 0;
+  for (const char* line = report; *line;) {
+    const char* p = line;
+    while (*p == ' ') ++p;
+    if (*p >= '0' && *p <= '9') ++count;
+    while (*line && *line != '\n') ++line;
+    if (*line) ++line;
+  }
+  return count;
+}
+
 state_bn findState(const node_bn* node, const std::string& text) {
   const int count = GetNodeNumberStates_bn(node);
   std::string known;

@@ -57,6 +57,8 @@ std::vector<node_bn*> netNodes(const net_bn* net);
 node_bn* findNode(const net_bn* net, const std::string& name);
 // The nodes named (in the order named), or every node of the net when `names` is empty.
 std::vector<node_bn*> selectNodes(const net_bn* net, const std::vector<std::string>& names);
+// The number of cliques of a compiled net (counted in its junction-tree report); -1 on failure.
+int cliqueCount(net_bn* net);
 // A state given as its name or as "#index"; Failure when the node has no such state.
 state_bn findState(const node_bn* node, const std::string& text);
 
