@@ -1,8 +1,8 @@
 // quorva cases NET CASEFILE [--nodes A,B,...] [--json] [--threads N]
 //
 // With one thread, the calling thread reads a batch of cases, enters them and prints them, in
-// turn.  With N threads: a reading thread fills batches of cases, N workers (each with its own
-// environment and compiled copy of the net) enter them and print them into the batch, and the
+// turn.  With N threads, N workers (each with its own environment and compiled copy of the net)
+// take turns reading a batch of cases, then enter them and print them into the batch, and the
 // calling thread writes the batches out in case order.  A bounded pool of batches keeps memory
 // flat however long the file is.
 #include <condition_variable>
@@ -46,61 +46,53 @@ int runSingle(CaseSource& source, CaseWorker& worker) {
   return 0;
 }
 
-// The batches between the threads, under one lock.
+// The batches between the threads.  Reading is done by the workers in turn, under its own lock,
+// so that N threads keep N cores busy: while one worker reads the next batch, the others update.
 class Pipeline {
  public:
-  explicit Pipeline(size_t batches) {
+  Pipeline(CaseSource& source, size_t batches) : source_(source) {
     for (size_t i = 0; i < batches; ++i) {
       pool_.push_back(std::make_unique<CaseBatch>());
       free_.push_back(pool_.back().get());
     }
   }
 
-  // Reader: a free batch (waits for one); null once the run is stopping.
-  CaseBatch* takeFree() {
-    std::unique_lock<std::mutex> lock(mutex_);
-    changed_.wait(lock, [&] { return !free_.empty() || stopping_; });
-    if (stopping_) return nullptr;
-    CaseBatch* b = free_.front();
-    free_.pop_front();
-    return b;
-  }
-  void giveFree(CaseBatch* b) {
+  // Worker: reads the next batch of cases; null when the file is done, the run is stopping or
+  // reading failed (the reason printed).
+  CaseBatch* read() {
+    std::lock_guard<std::mutex> reading(readMutex_);
+    CaseBatch* b = nullptr;
+    long sequence = 0;
+    {
+      std::unique_lock<std::mutex> lock(mutex_);
+      changed_.wait(lock, [&] { return !free_.empty() || stopping_ || readingDone_; });
+      if (stopping_ || readingDone_) return nullptr;
+      b = free_.front();
+      free_.pop_front();
+      sequence = issued_;
+    }
+    b->reset(sequence, source_.casesRead());
+    bool got = false, failed = false;
+    try {
+      got = source_.fill(*b, BATCH_CASES);
+    } catch (...) {
+      failed = true;
+    }
     std::lock_guard<std::mutex> lock(mutex_);
-    free_.push_back(b);
+    if (got && !failed) {
+      ++issued_;
+    } else {
+      free_.push_back(b);
+      b = nullptr;
+      readingDone_ = true;
+      failed_ = failed_ || failed;
+    }
     changed_.notify_all();
-  }
-  // Reader: a filled batch for the workers.
-  void giveFilled(CaseBatch* b) {
-    std::lock_guard<std::mutex> lock(mutex_);
-    filled_.push_back(b);
-    ++issued_;
-    changed_.notify_all();
-  }
-  // Reader: no more batches (`failed` when it stopped on an error).
-  void endReading(bool failed) {
-    std::lock_guard<std::mutex> lock(mutex_);
-    readingDone_ = true;
-    failed_ = failed_ || failed;
-    changed_.notify_all();
-  }
-  // Worker: the next filled batch; null when reading is done and none is left.
-  CaseBatch* takeFilled() {
-    std::unique_lock<std::mutex> lock(mutex_);
-    changed_.wait(lock, [&] { return !filled_.empty() || readingDone_ || stopping_; });
-    if (filled_.empty() || stopping_) return nullptr;
-    CaseBatch* b = filled_.front();
-    filled_.pop_front();
     return b;
   }
   void giveDone(CaseBatch* b) {
     std::lock_guard<std::mutex> lock(mutex_);
     done_[b->sequence] = b;
-    changed_.notify_all();
-  }
-  void workerFailed() {
-    std::lock_guard<std::mutex> lock(mutex_);
-    failed_ = stopping_ = true;
     changed_.notify_all();
   }
   // Writer: the batch with that sequence number; null when there will be none.
@@ -113,9 +105,16 @@ class Pipeline {
     done_.erase(it);
     return b;
   }
-  void stop() {
+  void giveFree(CaseBatch* b) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    free_.push_back(b);
+    changed_.notify_all();
+  }
+  // Stops the run (`failed`: with status 1).
+  void stop(bool failed) {
     std::lock_guard<std::mutex> lock(mutex_);
     stopping_ = true;
+    failed_ = failed_ || failed;
     changed_.notify_all();
   }
   bool failed() {
@@ -124,46 +123,29 @@ class Pipeline {
   }
 
  private:
-  std::mutex mutex_;
+  CaseSource& source_;
+  std::mutex readMutex_, mutex_;
   std::condition_variable changed_;
   std::vector<std::unique_ptr<CaseBatch>> pool_;
-  std::deque<CaseBatch*> free_, filled_;
+  std::deque<CaseBatch*> free_;
   std::map<long, CaseBatch*> done_;
   long issued_ = 0;
   bool readingDone_ = false, stopping_ = false, failed_ = false;
 };
 
 int runThreaded(CaseSource& source, std::vector<std::unique_ptr<CaseWorker>>& workers) {
-  Pipeline pipe(3 * workers.size() + 2);
-  std::thread reader([&] {
-    bool failed = false;
-    try {
-      for (long sequence = 0;; ++sequence) {
-        CaseBatch* b = pipe.takeFree();
-        if (!b) break;
-        b->reset(sequence, source.casesRead());
-        if (!source.fill(*b, BATCH_CASES)) {
-          pipe.giveFree(b);
-          break;
-        }
-        pipe.giveFilled(b);
-      }
-    } catch (...) {
-      failed = true;
-    }
-    pipe.endReading(failed);
-  });
+  Pipeline pipe(source, 3 * workers.size() + 2);
   std::vector<std::thread> threads;
   for (auto& w : workers) {
     CaseWorker* worker = w.get();
     threads.emplace_back([&pipe, worker] {
       try {
-        while (CaseBatch* b = pipe.takeFilled()) {
+        while (CaseBatch* b = pipe.read()) {
           worker->run(*b);
           pipe.giveDone(b);
         }
       } catch (...) {
-        pipe.workerFailed();
+        pipe.stop(true);
       }
     });
   }
@@ -178,10 +160,9 @@ int runThreaded(CaseSource& source, std::vector<std::unique_ptr<CaseWorker>>& wo
   } catch (const Failure&) {
     writeFailed = true;
   }
-  pipe.stop();
-  reader.join();
+  pipe.stop(writeFailed);
   for (std::thread& t : threads) t.join();
-  return writeFailed || pipe.failed() ? 1 : 0;
+  return pipe.failed() ? 1 : 0;
 }
 
 int runCases(const CasesOptions& o) {
