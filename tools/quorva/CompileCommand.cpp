@@ -47,8 +47,9 @@ int runCompile(const CompileOptions& o) {
   net_bn* net = env.readNet(o.net);
   std::vector<std::string> estimates;
   if (o.optimize > 0) {
-    // Live estimates on a terminal; otherwise gathered and printed one per line.
-    const bool live = !o.json && isatty(1);
+    // Live estimates on a terminal, unless the progress bar is drawn there; otherwise gathered
+    // and printed one per line after the search.
+    const bool live = !o.json && isatty(1) && !isatty(2);
     std::FILE* console = live ? stdout : std::tmpfile();
     if (!console) fail("could not make a temporary file for the order search's estimates");
     bool done = quorva::tool::compileOptimized(net, o.optimize, console);

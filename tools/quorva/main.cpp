@@ -24,6 +24,9 @@ CLI::Option* addNetArgument(CLI::App* command, std::string& path) {
 CLI::Option* addNodesOption(CLI::App* command, std::vector<std::string>& names) {
   return command->add_option("--nodes", names, "Print only these nodes, in this order (default: every node)")
       ->delimiter(',')
+      ->expected(1)
+      ->allow_extra_args(false)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
       ->type_name("A,B,...");
 }
 
