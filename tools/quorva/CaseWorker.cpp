@@ -45,8 +45,9 @@ void CaseWorker::run(CaseBatch& batch) {
     }
     RetractNetFindings_bn(net_);
     enter(batch, c);
-    bool ok = GetError_vq(env_.get(), ERROR_ERR, nullptr) == nullptr && format_->read(net_);
+    bool ok = format_->read(net_);
     if (!ok || GetError_vq(env_.get(), NOTHING_ERR, nullptr)) {
+      ok = ok && GetError_vq(env_.get(), ERROR_ERR, nullptr) == nullptr;
       std::string message = env_.firstMessage(ERROR_ERR);
       ClearErrors_vq(env_.get(), INTERNAL_ERR);
       if (!ok) {
