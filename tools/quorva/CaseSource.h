@@ -28,6 +28,8 @@ class CaseSource {
   // Failure (printed) when the file cannot be read on.
   bool fill(CaseBatch& batch, size_t limit);
   long casesRead() const { return next_; }
+  // Failure (printed) when the net lacks one of the named nodes.
+  void checkNodes(const std::vector<std::string>& names) const { selectNodes(net_, names); }
 
  private:
   // Copies the findings the reader left in the net into the batch, as one case.

@@ -2,8 +2,8 @@
 //
 // With one thread, the calling thread reads a batch of cases, enters them and prints them, in
 // turn.  With N threads, N workers (each with its own environment and compiled copy of the net)
-// take turns reading a batch of cases, then enter them and print them into the batch, and the
-// calling thread writes the batches out in case order.  A bounded pool of batches keeps memory
+// read batches of cases in turn and enter and print them into the batch, and the calling thread
+// writes the batches out in case order.  A bounded pool of batches keeps memory
 // flat however long the file is.
 #include <condition_variable>
 #include <cstdio>
@@ -46,54 +46,61 @@ int runSingle(CaseSource& source, CaseWorker& worker) {
   return 0;
 }
 
-// The batches between the threads.  Reading is done by the workers in turn, under its own lock,
-// so that N threads keep N cores busy: while one worker reads the next batch, the others update.
+// The batches between the threads.  Reading and updating are tasks that any worker takes on:
+// a free worker reads the next batch when no one else is reading and fewer batches than workers
+// wait to be updated, and otherwise updates a batch that is waiting.  So N threads keep N cores
+// busy, and a worker never waits for the reading of another while there is a batch to update.
 class Pipeline {
  public:
-  Pipeline(CaseSource& source, size_t batches) : source_(source) {
-    for (size_t i = 0; i < batches; ++i) {
+  Pipeline(CaseSource& source, size_t workers) : source_(source), workers_(workers) {
+    for (size_t i = 0; i < 3 * workers + 2; ++i) {
       pool_.push_back(std::make_unique<CaseBatch>());
       free_.push_back(pool_.back().get());
     }
   }
 
-  // Worker: reads the next batch of cases; null when the file is done, the run is stopping or
-  // reading failed (the reason printed).
-  CaseBatch* read() {
-    std::lock_guard<std::mutex> reading(readMutex_);
-    CaseBatch* b = nullptr;
-    long sequence = 0;
-    {
-      std::unique_lock<std::mutex> lock(mutex_);
-      changed_.wait(lock, [&] { return !free_.empty() || stopping_ || readingDone_; });
-      if (stopping_ || readingDone_) return nullptr;
-      b = free_.front();
-      free_.pop_front();
-      sequence = issued_;
+  // A worker's loop: until the file is read and every batch read has been updated.
+  void work(CaseWorker& worker) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    while (!stopping_) {
+      if (!reading_ && !readingDone_ && filled_.size() < workers_ && !free_.empty()) {
+        CaseBatch* b = free_.front();
+        free_.pop_front();
+        reading_ = true;
+        const long sequence = issued_;
+        lock.unlock();
+        b->reset(sequence, source_.casesRead());
+        bool got = false, failed = false;
+        try {
+          got = source_.fill(*b, BATCH_CASES);
+        } catch (...) {
+          failed = true;
+        }
+        lock.lock();
+        reading_ = false;
+        if (got && !failed) {
+          ++issued_;
+          filled_.push_back(b);
+        } else {
+          free_.push_back(b);
+          readingDone_ = true;
+          failed_ = failed_ || failed;
+        }
+        changed_.notify_all();
+      } else if (!filled_.empty()) {
+        CaseBatch* b = filled_.front();
+        filled_.pop_front();
+        lock.unlock();
+        worker.run(*b);
+        lock.lock();
+        done_[b->sequence] = b;
+        changed_.notify_all();
+      } else if (readingDone_) {
+        return;
+      } else {
+        changed_.wait(lock);
+      }
     }
-    b->reset(sequence, source_.casesRead());
-    bool got = false, failed = false;
-    try {
-      got = source_.fill(*b, BATCH_CASES);
-    } catch (...) {
-      failed = true;
-    }
-    std::lock_guard<std::mutex> lock(mutex_);
-    if (got && !failed) {
-      ++issued_;
-    } else {
-      free_.push_back(b);
-      b = nullptr;
-      readingDone_ = true;
-      failed_ = failed_ || failed;
-    }
-    changed_.notify_all();
-    return b;
-  }
-  void giveDone(CaseBatch* b) {
-    std::lock_guard<std::mutex> lock(mutex_);
-    done_[b->sequence] = b;
-    changed_.notify_all();
   }
   // Writer: the batch with that sequence number; null when there will be none.
   CaseBatch* takeDone(long sequence) {
@@ -124,26 +131,27 @@ class Pipeline {
 
  private:
   CaseSource& source_;
-  std::mutex readMutex_, mutex_;
+  const size_t workers_;
+  std::mutex mutex_;
   std::condition_variable changed_;
   std::vector<std::unique_ptr<CaseBatch>> pool_;
-  std::deque<CaseBatch*> free_;
+  std::deque<CaseBatch*> free_, filled_;
   std::map<long, CaseBatch*> done_;
   long issued_ = 0;
-  bool readingDone_ = false, stopping_ = false, failed_ = false;
+  bool reading_ = false, readingDone_ = false, stopping_ = false, failed_ = false;
 };
 
-int runThreaded(CaseSource& source, std::vector<std::unique_ptr<CaseWorker>>& workers) {
-  Pipeline pipe(source, 3 * workers.size() + 2);
-  std::vector<std::thread> threads;
-  for (auto& w : workers) {
-    CaseWorker* worker = w.get();
-    threads.emplace_back([&pipe, worker] {
+// Each worker reads and compiles its copy of the net on its own thread, so that the memory of
+// each copy is that thread's (no cache lines shared between workers) and the copies compile in
+// parallel.
+int runThreaded(CaseSource& source, const CasesOptions& o, int threads) {
+  Pipeline pipe(source, static_cast<size_t>(threads));
+  std::vector<std::thread> workers;
+  for (int i = 0; i < threads; ++i) {
+    workers.emplace_back([&pipe, &o] {
       try {
-        while (CaseBatch* b = pipe.read()) {
-          worker->run(*b);
-          pipe.giveDone(b);
-        }
+        CaseWorker worker(o.net, o.nodes, o.json);
+        pipe.work(worker);
       } catch (...) {
         pipe.stop(true);
       }
@@ -161,7 +169,7 @@ int runThreaded(CaseSource& source, std::vector<std::unique_ptr<CaseWorker>>& wo
     writeFailed = true;
   }
   pipe.stop(writeFailed);
-  for (std::thread& t : threads) t.join();
+  for (std::thread& t : workers) t.join();
   return pipe.failed() ? 1 : 0;
 }
 
@@ -170,9 +178,14 @@ int runCases(const CasesOptions& o) {
   if (threads < 1) threads = 1;
   ProgressBar progress;
   CaseSource source(o.net, o.cases, &progress);
-  std::vector<std::unique_ptr<CaseWorker>> workers;
-  for (int i = 0; i < threads; ++i) workers.push_back(std::make_unique<CaseWorker>(o.net, o.nodes, o.json));
-  int status = threads == 1 ? runSingle(source, *workers.front()) : runThreaded(source, workers);
+  source.checkNodes(o.nodes);  // unknown names fail here, once, rather than in every worker
+  int status = 0;
+  if (threads == 1) {
+    CaseWorker worker(o.net, o.nodes, o.json);
+    status = runSingle(source, worker);
+  } else {
+    status = runThreaded(source, o, threads);
+  }
   progress.clear();
   return status;
 }
