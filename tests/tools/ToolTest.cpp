@@ -282,6 +282,11 @@ TEST_F(ToolTest, FailuresExitWithOneAndPrintEachRecord) {
   Run fine = quorva({"check", ASIA_DNE});
   EXPECT_EQ(fine.status, 0) << fine.out;
   EXPECT_NE(fine.out.find("0 errors, 0 warnings"), std::string::npos) << fine.out;
+  // Warnings alone do not fail a check.
+  Run warned = quorva({"check", write("old.dne", "bnet W { node A { states = (x, y); probs = (0.5, 0.5); }; };\n")});
+  EXPECT_EQ(warned.status, 0) << warned.out;
+  EXPECT_TRUE(std::regex_search(warned.out, std::regex("(^|\n)warning [0-9]+: "))) << warned.out;
+  EXPECT_NE(warned.out.find("0 errors, 1 warning\n"), std::string::npos) << warned.out;
 
   // Case files that cannot be read at all.
   EXPECT_EQ(quorva({"cases", ASIA_BIF, tmp + "/none.txt"}).status, 1);
@@ -317,3 +322,27 @@ TEST_F(ToolTest, BadCommandLinesExitWithTwo) {
 }
 
 }  // namespace
+
+TEST_F(ToolTest, RealValuesGoToTheIntervalTheyFallIn) {
+  // A continuous node discretized into [0, 10) and [10, 30).
+  const std::string net = write("thermo.dne",
+                                "// ~->[DNET-1]->~\nbnet Thermo {\n"
+                                " node Heating { discrete = TRUE; states = (on, off); probs = (0.3, 0.7); };\n"
+                                " node Temp { discrete = FALSE; numstates = 2; levels = (0, 10, 30); parents = (Heating);\n"
+                                "   probs = ((0.2, 0.8), (0.9, 0.1)); };\n};\n");
+  // P(on | Temp in [10, 30)) = 0.3 * 0.8 / (0.3 * 0.8 + 0.7 * 0.1)
+  json byValue = beliefs({net, "-v", "Temp=21.5"});
+  EXPECT_NEAR(byValue["nodes"][0]["beliefs"][0].get<double>(), 0.24 / 0.31, 1e-6);
+  expectSameBeliefs(byValue, beliefs({net, "-f", "Temp=#1"}), 1e-7);
+  // The same value read from a case file (comma-separated, with IDnum and NumCases columns).
+  Run r = quorva({"cases", net, write("t.csv", "IDnum,NumCases,Temp,Heating\n1,2,21.5,*\n2,1,*,off\n3,1,55,*\n"),
+                  "--json", "--threads", "2"});
+  std::vector<std::string> got = lines(r.out);
+  ASSERT_EQ(got.size(), 3u) << r.out << r.err;
+  expectSameBeliefs(json::parse(got[0]), byValue, 1e-7);
+  EXPECT_NEAR(json::parse(got[1])["nodes"][1]["beliefs"][0].get<double>(), 0.9, 1e-6);
+  EXPECT_TRUE(json::parse(got[2]).contains("error")) << got[2];  // 55 is in no interval
+  // The human form: a table row per state with its percentage and a bar of blocks.
+  Run human = quorva({"beliefs", net, "-v", "Temp=21.5", "--nodes", "Heating"});
+  EXPECT_NE(human.out.find("  on    77.42% \u2588\u2588\u2588"), std::string::npos) << human.out;
+}
