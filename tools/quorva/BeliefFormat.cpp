@@ -2,6 +2,7 @@
 #include "BeliefFormat.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 #include "Progress.h"
