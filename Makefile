@@ -1,20 +1,22 @@
 # Quorva: build, demo, tests and benchmarks.
 #
-#   make demo    build the library and run the Asia example
+#   make demo    build the library and the quorva tool, run the Asia example and quorva beliefs
 #   make test    Debug build with AddressSanitizer + UBSan, run every test
 #   make tsan    ThreadSanitizer build, run the Quorva-area tests (the multi-threaded ones)
-#   make bench   Release build, run every benchmark
+#   make bench   Release build, run every benchmark and quorva bench on every shipped net
 #   make fuzz    clang build with libFuzzer, run each fuzzer for FUZZ_SECONDS (default 30) seconds
 #   make clean   remove the build directories
 #
 # Every target first installs the Debian packages it needs when they are missing.
 
-DEB_PACKAGES := cmake g++ make libgtest-dev libbenchmark-dev libutf8proc-dev
+DEB_PACKAGES := cmake g++ make libgtest-dev libbenchmark-dev libutf8proc-dev libcli11-dev nlohmann-json3-dev
 FUZZ_PACKAGES := clang libclang-rt-14-dev
 FUZZ_SECONDS ?= 30
 SUDO := $(if $(filter 0,$(shell id -u)),,sudo)
 APT := $(SUDO) env DEBIAN_FRONTEND=noninteractive apt-get
 JOBS := -j2
+# Every net the project ships, for quorva bench (Link, at about 0.7 s an update, stops after 14 s).
+BENCH_NETS := $(sort $(wildcard tests/data/*.bif))
 
 .PHONY: all deps fuzz-deps build demo test tsan bench fuzz clean
 
@@ -40,6 +42,12 @@ build: deps
 
 demo: build
 	./build/asia_demo
+	@echo
+	@echo "== quorva beliefs examples/asia.dne  (no findings)"
+	./build/quorva beliefs examples/asia.dne
+	@echo
+	@echo "== quorva beliefs examples/asia.dne -f smoking=f1 -f positive_XraY=d1  (a smoker with an abnormal X-ray)"
+	./build/quorva beliefs examples/asia.dne -f smoking=f1 -f positive_XraY=d1
 
 test: deps
 	cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=Debug \
@@ -62,6 +70,9 @@ bench: deps
 	  found=1; echo "== $$b"; "$$b"; \
 	done; \
 	[ $$found = 1 ] || echo "No benchmarks in build-release/bench."
+	@echo "== quorva bench on every shipped net (build-release/bench-table.md)"
+	./build-release/quorva bench $(BENCH_NETS) --cases 200 --max-seconds 14 > build-release/bench-table.md
+	@cat build-release/bench-table.md
 
 fuzz: deps fuzz-deps
 	CC=clang CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo \

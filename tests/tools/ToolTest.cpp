@@ -1,0 +1,348 @@
+// The quorva tool run as a process, on small inputs: its JSON answers against an independent
+// enumeration of the joint distribution, DNET against BIF, case files with one and several
+// threads, conversions, and its exit statuses and error lines.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <regex>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "Quorva.h"
+#include "Quorva/ReferenceJoint.h"
+
+namespace {
+
+using json = nlohmann::json;
+const std::string SRC = QUORVA_SOURCE_DIR;
+const std::string ASIA_BIF = SRC + "/examples/asia.bif", ASIA_DNE = SRC + "/examples/asia.dne";
+const std::string ASIA_CASES = SRC + "/examples/asia_cases.txt", ALARM = SRC + "/tests/data/alarm.bif";
+// "quorva: SEVERITY NUMBER: MESSAGE"
+const std::regex RECORD_LINE("(^|\n)quorva: (warning|error|internal error) [0-9]+: [^\n]+");
+
+std::string slurp(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream s;
+  s << in.rdbuf();
+  return s.str();
+}
+
+std::vector<std::string> lines(const std::string& text) {
+  std::vector<std::string> out;
+  std::stringstream s(text);
+  for (std::string line; std::getline(s, line);) out.push_back(line);
+  return out;
+}
+
+class ToolTest : public ::testing::Test {
+ protected:
+  struct Run {
+    int status = -1;
+    std::string out, err;
+  };
+
+  void SetUp() override {
+    char dir[] = "/tmp/quorva_tool_XXXXXX";
+    ASSERT_NE(mkdtemp(dir), nullptr);
+    tmp = dir;
+  }
+  void TearDown() override { std::system(("rm -rf '" + tmp + "'").c_str()); }
+
+  // Runs quorva with `args`, standard output and error into files of the temporary directory.
+  Run quorva(const std::vector<std::string>& args) {
+    const std::string out = tmp + "/stdout", err = tmp + "/stderr";
+    pid_t pid = fork();
+    if (pid == 0) {
+      if (!freopen(out.c_str(), "w", stdout) || !freopen(err.c_str(), "w", stderr)) _exit(127);
+      std::vector<char*> argv{const_cast<char*>(QUORVA_TOOL)};
+      for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
+      argv.push_back(nullptr);
+      execv(QUORVA_TOOL, argv.data());
+      _exit(127);
+    }
+    int status = 0;
+    waitpid(pid, &status, 0);
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, slurp(out), slurp(err)};
+  }
+
+  json beliefs(const std::vector<std::string>& args) {
+    std::vector<std::string> all{"beliefs", "--json"};
+    all.insert(all.end(), args.begin(), args.end());
+    Run r = quorva(all);
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(lines(r.out).size(), 1u);
+    return json::parse(r.out);
+  }
+
+  std::string write(const std::string& name, const std::string& text) {
+    std::ofstream(tmp + "/" + name) << text;
+    return tmp + "/" + name;
+  }
+
+  std::string tmp;
+};
+
+void expectSameBeliefs(const json& a, const json& b, double tolerance) {
+  EXPECT_NEAR(a["findings_probability"].get<double>(), b["findings_probability"].get<double>(), tolerance);
+  ASSERT_EQ(a["nodes"].size(), b["nodes"].size());
+  for (size_t i = 0; i < a["nodes"].size(); ++i) {
+    const json &x = a["nodes"][i], &y = b["nodes"][i];
+    EXPECT_EQ(x["name"], y["name"]);
+    EXPECT_EQ(x["states"], y["states"]);
+    for (size_t s = 0; s < x["beliefs"].size(); ++s)
+      EXPECT_NEAR(x["beliefs"][s].get<double>(), y["beliefs"][s].get<double>(), tolerance) << x["name"];
+  }
+}
+
+TEST_F(ToolTest, BeliefsAgreeWithTheEnumeratedJointDistribution) {
+  environ_vq* env = NewQuorvaEnviron_vq(nullptr, nullptr, nullptr);
+  ASSERT_GE(InitQuorva2_bn(env, nullptr), 0);
+  stream_vq* s = NewFileStream_vq(ASIA_BIF.c_str(), env, nullptr);
+  net_bn* net = ReadNet_bn(s, NO_VISUAL_INFO);
+  ASSERT_NE(net, nullptr);
+  ReferenceJoint reference(net);
+  const nodelist_bn* nodes = GetNetNodes_bn(net);
+  auto index = [&](const char* name) { return static_cast<size_t>(IndexOfNodeInList_bn(GetNodeNamed_bn(name, net), nodes, 0)); };
+  struct Query {
+    std::vector<std::string> args;
+    std::vector<std::pair<const char*, std::vector<double>>> likelihoods;
+  };
+  const Query queries[] = {
+      {{}, {}},
+      {{"-f", "smoking=f1", "-f", "positive_XraY=d1"}, {{"smoking", {1, 0}}, {"positive_XraY", {1, 0}}}},
+      {{"-f", "dyspnoea=#0", "-l", "visit_to_Asia=0.9,0.3", "--finding=bronchitis=g2"},
+       {{"dyspnoea", {1, 0}}, {"visit_to_Asia", {0.9, 0.3}}, {"bronchitis", {0, 1}}}},
+  };
+  for (const Query& q : queries) {
+    std::vector<std::string> args{ASIA_BIF};
+    args.insert(args.end(), q.args.begin(), q.args.end());
+    json got = beliefs(args);
+    std::vector<std::vector<double>> lik(static_cast<size_t>(LengthNodeList_bn(nodes)));
+    for (const auto& [name, l] : q.likelihoods) lik[index(name)] = l;
+    ReferenceJoint::Answer want = reference.solve(lik);
+    EXPECT_EQ(got["net"], "Asia");
+    EXPECT_NEAR(got["findings_probability"].get<double>(), want.probFindings, 1e-6);
+    ASSERT_EQ(got["nodes"].size(), want.beliefs.size());
+    for (size_t i = 0; i < want.beliefs.size(); ++i) {
+      node_bn* node = GetNthNode_bn(nodes, static_cast<int>(i));
+      EXPECT_EQ(got["nodes"][i]["name"], GetNodeName_bn(node));
+      EXPECT_EQ(got["nodes"][i]["states"][1], GetNodeStateName_bn(node, 1));
+      for (size_t st = 0; st < want.beliefs[i].size(); ++st)
+        EXPECT_NEAR(got["nodes"][i]["beliefs"][st].get<double>(), want.beliefs[i][st], 1e-6);
+    }
+  }
+  CloseQuorva_bn(env, nullptr);
+  // --nodes picks and orders the nodes printed; each belief (a float) is printed with the digits
+  // to read it back exactly.
+  Run r = quorva({"beliefs", ASIA_BIF, "--json", "--nodes", "tuberculos_or_cancer,lung_cancer", "-f", "smoking=f2"});
+  json picked = json::parse(r.out);
+  ASSERT_EQ(picked["nodes"].size(), 2u);
+  EXPECT_EQ(picked["nodes"][1]["name"], "lung_cancer");
+  for (const json& node : picked["nodes"])
+    for (const json& b : node["beliefs"]) {
+      const double x = b.get<double>();
+      EXPECT_EQ(static_cast<double>(static_cast<float>(x)), x) << r.out;
+    }
+}
+
+TEST_F(ToolTest, DnetAndBifAndTheirConversionsGiveTheSameBeliefs) {
+  const std::vector<std::string> findings{"-f", "smoking=f1", "-f", "positive_XraY=d1"};
+  auto with = [&](const std::string& net) {
+    std::vector<std::string> args{net};
+    args.insert(args.end(), findings.begin(), findings.end());
+    return beliefs(args);
+  };
+  json bif = with(ASIA_BIF);
+  expectSameBeliefs(with(ASIA_DNE), bif, 1e-7);
+  // BIF -> DNET -> BIF, and alarm through DNET.
+  ASSERT_EQ(quorva({"convert", ASIA_BIF, tmp + "/a.dne"}).status, 0);
+  ASSERT_EQ(quorva({"convert", tmp + "/a.dne", tmp + "/a.bif"}).status, 0);
+  EXPECT_EQ(slurp(tmp + "/a.bif").rfind("network", 0), 0u);
+  EXPECT_NE(slurp(tmp + "/a.dne").find("bnet Asia"), std::string::npos);
+  EXPECT_EQ(with(tmp + "/a.bif"), bif);
+  ASSERT_EQ(quorva({"convert", ALARM, tmp + "/alarm.dne"}).status, 0);
+  expectSameBeliefs(beliefs({tmp + "/alarm.dne", "-f", "HR=LOW"}), beliefs({ALARM, "-f", "HR=LOW"}), 1e-7);
+}
+
+TEST_F(ToolTest, CasesPrintALinePerCaseAndAnErrorForTheImpossibleOne) {
+  Run r = quorva({"cases", ASIA_DNE, ASIA_CASES, "--json", "--threads", "1"});
+  EXPECT_EQ(r.status, 0) << r.err;
+  std::vector<std::string> got = lines(r.out);
+  ASSERT_EQ(got.size(), 12u);
+  for (size_t k = 0; k < got.size(); ++k) {
+    json line = json::parse(got[k]);
+    EXPECT_EQ(line["case"], k);
+    EXPECT_EQ(line.contains("error"), k == 4) << got[k];
+  }
+  EXPECT_NE(json::parse(got[4])["error"].get<std::string>().find("inconsistent"), std::string::npos);
+  // Case 0 is visit_to_Asia=a2, smoking=f1, positive_XraY=d1, dyspnoea=h1: as `beliefs` says.
+  // (`beliefs` updates after each finding, the cases after all of them: the floats may differ.)
+  json first = json::parse(got[0]);
+  EXPECT_EQ(first["net"], "Asia");
+  expectSameBeliefs(first, beliefs({ASIA_DNE, "-f", "visit_to_Asia=a2", "-f", "smoking=f1", "-f", "positive_XraY=d1", "-f",
+                            "dyspnoea=h1"}), 1e-6);
+  // Case 11 holds the likelihood [0.8;0.2] for smoking.
+  expectSameBeliefs(json::parse(got[11]), beliefs({ASIA_DNE, "-l", "smoking=0.8,0.2", "-f", "dyspnoea=h1"}), 1e-6);
+}
+
+TEST_F(ToolTest, CasesGiveTheSameOutputWithOneAndSeveralThreads) {
+  // Enough cases for many batches, with faulty lines among them: an unknown state (skipped by the
+  // reader), too few entries, and an impossible case.
+  std::string file = "visit_to_Asia\tsmoking\tpositive_XraY\tdyspnoea\n";
+  const char* rows[] = {"a2\tf1\td1\th1", "*\tf2\t*\t*", "a1\t*\td2\th2", "*\tf1\tzz\t*", "a2\tf2\td1"};
+  for (int i = 0; i < 1500; ++i) file += std::string(rows[i % 5]) + "\n";
+  const std::string path = write("many.txt", file);
+  Run one = quorva({"cases", ASIA_DNE, path, "--json", "--threads", "1", "--nodes", "lung_cancer"});
+  Run two = quorva({"cases", ASIA_DNE, path, "--json", "--threads", "2", "--nodes", "lung_cancer"});
+  Run three = quorva({"cases", ASIA_BIF, path, "--json", "--threads", "3", "--nodes", "lung_cancer"});
+  ASSERT_EQ(one.status, 0) << one.err;
+  EXPECT_EQ(two.status, 0);
+  EXPECT_EQ(one.out, two.out);
+  EXPECT_EQ(one.out, three.out);
+  std::vector<std::string> got = lines(one.out);
+  ASSERT_EQ(got.size(), 1500u);
+  for (size_t k = 0; k < got.size(); ++k) {
+    json line = json::parse(got[k]);
+    ASSERT_EQ(line["case"], k);
+    EXPECT_EQ(line.contains("error"), k % 5 >= 3) << got[k];
+  }
+  EXPECT_NE(got[3].find("unknown value 'zz'"), std::string::npos) << got[3];
+  EXPECT_NE(got[4].find("too few entries"), std::string::npos) << got[4];
+  // The human form: a header per case.
+  Run human = quorva({"cases", ASIA_DNE, ASIA_CASES, "--nodes", "smoking"});
+  EXPECT_NE(human.out.find("Case 11\n"), std::string::npos);
+  EXPECT_NE(human.out.find("Case 4: error: "), std::string::npos);
+}
+
+TEST_F(ToolTest, CompileAndBenchReportTheCompiledNet) {
+  Run r = quorva({"compile", ALARM, "--json", "--report"});
+  ASSERT_EQ(r.status, 0) << r.err;
+  json got = json::parse(r.out);
+  // The size, read independently through the API.
+  environ_vq* env = NewQuorvaEnviron_vq(nullptr, nullptr, nullptr);
+  ASSERT_GE(InitQuorva2_bn(env, nullptr), 0);
+  net_bn* net = ReadNet_bn(NewFileStream_vq(ALARM.c_str(), env, nullptr), NO_VISUAL_INFO);
+  CompileNet_bn(net);
+  EXPECT_EQ(got["total_table_size"].get<double>(), SizeCompiledNet_bn(net, 0));
+  const std::string report = ReportJunctionTree_bn(net);
+  CloseQuorva_bn(env, nullptr);
+  EXPECT_EQ(got["report"], report);
+  EXPECT_EQ(got["nodes"], 37);
+  EXPECT_EQ(got["cliques"], std::count(report.begin(), report.end(), '\n') - 2);  // less header and sum lines
+
+  Run optimized = quorva({"compile", ALARM, "--optimize", "0.2"});
+  EXPECT_EQ(optimized.status, 0) << optimized.err;
+  EXPECT_NE(optimized.out.find("Max Required:"), std::string::npos) << optimized.out;
+
+  Run bench = quorva({"bench", ASIA_BIF, "--cases", "7", "--findings", "3", "--json"});
+  ASSERT_EQ(bench.status, 0) << bench.err;
+  json b = json::parse(bench.out);
+  EXPECT_EQ(b["cases"], 7);
+  EXPECT_EQ(b["findings"], 3);
+  EXPECT_GT(b["mean_update_ms"].get<double>(), 0);
+  EXPECT_GT(b["peak_memory_mb"].get<double>(), 0);
+}
+
+TEST_F(ToolTest, FailuresExitWithOneAndPrintEachRecord) {
+  Run missing = quorva({"beliefs", tmp + "/nothing.dne"});
+  EXPECT_EQ(missing.status, 1);
+  EXPECT_TRUE(std::regex_search(missing.err, RECORD_LINE)) << missing.err;
+  EXPECT_NE(missing.err.find("nothing.dne"), std::string::npos);
+
+  Run node = quorva({"beliefs", ASIA_BIF, "-f", "smokes=f1"});
+  EXPECT_EQ(node.status, 1);
+  EXPECT_EQ(node.err, "quorva: net 'Asia' has no node named 'smokes'\n");
+  Run state = quorva({"beliefs", ASIA_BIF, "-f", "smoking=#2"});
+  EXPECT_EQ(state.status, 1);
+  EXPECT_NE(state.err.find("no state #2 in node 'smoking'"), std::string::npos) << state.err;
+  Run lik = quorva({"beliefs", ASIA_BIF, "-l", "smoking=0.5,0.5,0.5"});
+  EXPECT_EQ(lik.status, 1);
+
+  // Impossible findings: the engine's record, once.
+  Run impossible = quorva({"beliefs", ASIA_BIF, "-f", "tuberculosis=b1", "-f", "tuberculos_or_cancer=c2"});
+  EXPECT_EQ(impossible.status, 1);
+  EXPECT_TRUE(std::regex_search(impossible.err, std::regex("^quorva: error [0-9]+: [^\n]*inconsistent[^\n]*\n$")))
+      << impossible.err;
+  EXPECT_TRUE(impossible.out.empty());
+
+  // A net with a fault: check lists the record with its line, and fails; beliefs fails the same way.
+  const std::string broken = write("broken.dne", "bnet B {\n node A {\n  states = (x, y);\n  probs = (0.5, 0.5, 0.1);\n };\n};\n");
+  Run check = quorva({"check", broken});
+  EXPECT_EQ(check.status, 1);
+  EXPECT_TRUE(std::regex_search(check.out, std::regex("(^|\n)error [0-9]+: [^\n]*line")) ) << check.out;
+  EXPECT_NE(check.out.find("1 error"), std::string::npos) << check.out;
+  Run read = quorva({"beliefs", broken});
+  EXPECT_EQ(read.status, 1);
+  EXPECT_TRUE(std::regex_search(read.err, RECORD_LINE)) << read.err;
+  Run fine = quorva({"check", ASIA_DNE});
+  EXPECT_EQ(fine.status, 0) << fine.out;
+  EXPECT_NE(fine.out.find("0 errors, 0 warnings"), std::string::npos) << fine.out;
+  // Warnings alone do not fail a check.
+  Run warned = quorva({"check", write("old.dne", "bnet W { node A { states = (x, y); probs = (0.5, 0.5); }; };\n")});
+  EXPECT_EQ(warned.status, 0) << warned.out;
+  EXPECT_TRUE(std::regex_search(warned.out, std::regex("(^|\n)warning [0-9]+: "))) << warned.out;
+  EXPECT_NE(warned.out.find("0 errors, 1 warning\n"), std::string::npos) << warned.out;
+
+  // Case files that cannot be read at all.
+  EXPECT_EQ(quorva({"cases", ASIA_BIF, tmp + "/none.txt"}).status, 1);
+  Run empty = quorva({"cases", ASIA_BIF, write("empty.txt", "smoking\n")});
+  EXPECT_EQ(empty.status, 1);
+  EXPECT_TRUE(std::regex_search(empty.err, RECORD_LINE)) << empty.err;
+}
+
+TEST_F(ToolTest, BadCommandLinesExitWithTwo) {
+  const std::vector<std::vector<std::string>> bad = {
+      {},
+      {"frobnicate"},
+      {"beliefs"},
+      {"beliefs", ASIA_BIF, "--bogus"},
+      {"beliefs", ASIA_BIF, "-f", "smoking"},
+      {"beliefs", ASIA_BIF, "-f"},
+      {"beliefs", ASIA_BIF, "-l", "smoking=0.5,x"},
+      {"beliefs", ASIA_BIF, "-v", "smoking=high"},
+      {"cases", ASIA_BIF},
+      {"cases", ASIA_BIF, ASIA_CASES, "--threads", "0"},
+      {"compile", ASIA_BIF, "--optimize", "soon"},
+  };
+  for (const auto& args : bad) {
+    Run r = quorva(args);
+    EXPECT_EQ(r.status, 2) << (args.empty() ? "" : args[0]) << " " << r.err;
+    EXPECT_FALSE(r.err.empty());
+  }
+  for (const char* command : {"beliefs", "cases", "compile", "convert", "check", "bench"}) {
+    Run help = quorva({command, "--help"});
+    EXPECT_EQ(help.status, 0);
+    EXPECT_NE(help.out.find(std::string("quorva ") + command), std::string::npos) << help.out;
+  }
+}
+
+}  // namespace
+
+TEST_F(ToolTest, RealValuesGoToTheIntervalTheyFallIn) {
+  // A continuous node discretized into [0, 10) and [10, 30).
+  const std::string net = write("thermo.dne",
+                                "// ~->[DNET-1]->~\nbnet Thermo {\n"
+                                " node Heating { discrete = TRUE; states = (on, off); probs = (0.3, 0.7); };\n"
+                                " node Temp { discrete = FALSE; numstates = 2; levels = (0, 10, 30); parents = (Heating);\n"
+                                "   probs = ((0.2, 0.8), (0.9, 0.1)); };\n};\n");
+  // P(on | Temp in [10, 30)) = 0.3 * 0.8 / (0.3 * 0.8 + 0.7 * 0.1)
+  json byValue = beliefs({net, "-v", "Temp=21.5"});
+  EXPECT_NEAR(byValue["nodes"][0]["beliefs"][0].get<double>(), 0.24 / 0.31, 1e-6);
+  expectSameBeliefs(byValue, beliefs({net, "-f", "Temp=#1"}), 1e-7);
+  // The same value read from a case file (comma-separated, with IDnum and NumCases columns).
+  Run r = quorva({"cases", net, write("t.csv", "IDnum,NumCases,Temp,Heating\n1,2,21.5,*\n2,1,*,off\n3,1,55,*\n"),
+                  "--json", "--threads", "2"});
+  std::vector<std::string> got = lines(r.out);
+  ASSERT_EQ(got.size(), 3u) << r.out << r.err;
+  expectSameBeliefs(json::parse(got[0]), byValue, 1e-7);
+  EXPECT_NEAR(json::parse(got[1])["nodes"][1]["beliefs"][0].get<double>(), 0.9, 1e-6);
+  EXPECT_TRUE(json::parse(got[2]).contains("error")) << got[2];  // 55 is in no interval
+  // The human form: a table row per state with its percentage and a bar of blocks.
+  Run human = quorva({"beliefs", net, "-v", "Temp=21.5", "--nodes", "Heating"});
+  EXPECT_NE(human.out.find("  on    77.42% \u2588\u2588\u2588"), std::string::npos) << human.out;
+}

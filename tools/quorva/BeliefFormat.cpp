@@ -1,0 +1,143 @@
+// Writing beliefs as JSON lines and as tables.
+#include "BeliefFormat.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+#include "Progress.h"
+
+namespace quorva::cli {
+
+namespace {
+constexpr int TABLE_BAR = 40;
+
+std::string dumped(const nlohmann::ordered_json& value) {
+  return value.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+}
+
+// The printable length of UTF-8 text (code points).
+size_t columns(const std::string& text) {
+  return static_cast<size_t>(std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
+}
+}  // namespace
+
+void appendNumber(std::string& out, double x) {
+  if (!std::isfinite(x)) {
+    out += "null";
+    return;
+  }
+  char buffer[64];
+  char* end = nlohmann::detail::to_chars(buffer, buffer + sizeof buffer, x);
+  out.append(buffer, static_cast<size_t>(end - buffer));
+}
+
+void appendJsonString(std::string& out, std::string_view text) { out += dumped(std::string(text)); }
+
+BeliefFormat::BeliefFormat(const net_bn* net, std::vector<node_bn*> shown) : shown_(std::move(shown)) {
+  netName_ = GetNetName_bn(net);
+  head_ = ",\"net\":" + dumped(netName_) + ",\"findings_probability\":";
+  for (node_bn* node : shown_) {
+    const int count = GetNodeNumberStates_bn(node);
+    nlohmann::ordered_json states = nlohmann::ordered_json::array();
+    std::vector<std::string> labels;
+    for (int s = 0; s < count; ++s) {
+      std::string name = GetNodeStateName_bn(node, s);
+      if (name.empty()) name = "#" + std::to_string(s);
+      states.push_back(name);
+      const char* title = GetNodeStateTitle_bn(node, s);
+      labels.push_back(title && *title ? name + " (" + title + ")" : name);
+    }
+    const std::string name = GetNodeName_bn(node);
+    nodeHeads_.push_back("{\"name\":" + dumped(name) + ",\"states\":" + dumped(states) + ",\"beliefs\":[");
+    const char* title = GetNodeTitle_bn(node);
+    titles_.push_back(title && *title ? name + ": " + title : name);
+    stateLabels_.push_back(std::move(labels));
+  }
+  beliefs_.assign(shown_.size(), nullptr);
+}
+
+bool BeliefFormat::read(net_bn* net) {
+  probability_ = FindingsProbability_bn(net);
+  if (!(probability_ > 0)) return false;
+  for (size_t i = 0; i < shown_.size(); ++i) {
+    beliefs_[i] = GetNodeBeliefs_bn(shown_[i]);
+    if (!beliefs_[i]) return false;
+  }
+  return true;
+}
+
+void BeliefFormat::appendJson(std::string& out, long caseNo) const {
+  if (caseNo >= 0) {
+    out += "{\"case\":";
+    out += std::to_string(caseNo);
+    out += head_;
+  } else {
+    out += '{';
+    out.append(head_, 1);
+  }
+  appendNumber(out, probability_);
+  out += ",\"nodes\":[";
+  for (size_t i = 0; i < shown_.size(); ++i) {
+    if (i) out += ',';
+    out += nodeHeads_[i];
+    const size_t count = stateLabels_[i].size();
+    for (size_t s = 0; s < count; ++s) {
+      if (s) out += ',';
+      appendNumber(out, static_cast<double>(beliefs_[i][s]));
+    }
+    out += "]}";
+  }
+  out += "]}\n";
+}
+
+void BeliefFormat::appendJsonError(std::string& out, long caseNo, std::string_view message) {
+  out += "{\"case\":";
+  out += std::to_string(caseNo);
+  out += ",\"error\":";
+  appendJsonString(out, message);
+  out += "}\n";
+}
+
+nlohmann::ordered_json BeliefFormat::toJson() const {
+  nlohmann::ordered_json nodes = nlohmann::ordered_json::array();
+  for (size_t i = 0; i < shown_.size(); ++i) {
+    nlohmann::ordered_json states = nlohmann::ordered_json::array(), beliefs = nlohmann::ordered_json::array();
+    for (size_t s = 0; s < stateLabels_[i].size(); ++s) {
+      const char* name = GetNodeStateName_bn(shown_[i], static_cast<state_bn>(s));
+      states.push_back(name && *name ? std::string(name) : "#" + std::to_string(s));
+      beliefs.push_back(static_cast<double>(beliefs_[i][s]));
+    }
+    nodes.push_back({{"name", GetNodeName_bn(shown_[i])}, {"states", states}, {"beliefs", beliefs}});
+  }
+  return {{"net", netName_}, {"findings_probability", probability_}, {"nodes", nodes}};
+}
+
+void BeliefFormat::appendTables(std::string& out) const {
+  char line[64];
+  std::snprintf(line, sizeof line, "%.6g", probability_);
+  out += "Probability of the findings: ";
+  out += line;
+  out += "\n";
+  for (size_t i = 0; i < shown_.size(); ++i) {
+    out += "\n";
+    out += titles_[i];
+    out += "\n";
+    size_t width = 0;
+    for (const std::string& label : stateLabels_[i]) width = std::max(width, columns(label));
+    for (size_t s = 0; s < stateLabels_[i].size(); ++s) {
+      const double p = beliefs_[i][s];
+      out += "  ";
+      out += stateLabels_[i][s];
+      out.append(width - columns(stateLabels_[i][s]), ' ');
+      std::snprintf(line, sizeof line, " %7.2f%% ", p * 100);
+      out += line;
+      std::string bar = blockBar(p, TABLE_BAR);
+      bar.erase(bar.find_last_not_of(' ') + 1);
+      out += bar;
+      out += "\n";
+    }
+  }
+}
+
+}  // namespace quorva::cli

@@ -1,0 +1,120 @@
+// quorva beliefs NET [-f NODE=STATE]... [-l NODE=p1,p2,...]... [-v NODE=REAL]... [--nodes A,B] [--json]
+#include <cstdio>
+#include <memory>
+
+#include "BeliefFormat.h"
+#include "Commands.h"
+#include "Findings.h"
+#include "Progress.h"
+
+namespace quorva::cli {
+
+namespace {
+
+struct BeliefsOptions {
+  std::string net;
+  std::vector<std::string> states, likelihoods, values, nodes;
+  bool json = false;
+};
+
+// -f/-l/-v: each occurrence takes one NODE=... text, checked as the command line is parsed.
+void addFindingOption(CLI::App* command, const char* name, std::vector<std::string>& into, FindingArg::Kind kind,
+                      const char* typeName, const char* help) {
+  command->add_option(name, into, help)
+      ->type_name(typeName)
+      ->expected(1)
+      ->allow_extra_args(false)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+      ->check(CLI::Validator([kind](std::string& text) { return parseFindingArg(kind, text, nullptr); }, ""));
+}
+
+std::vector<FindingArg> findingArgs(const BeliefsOptions& o) {
+  std::vector<FindingArg> all;
+  auto add = [&all](const std::vector<std::string>& texts, FindingArg::Kind kind) {
+    for (const std::string& text : texts) {
+      FindingArg f;
+      parseFindingArg(kind, text, &f);
+      all.push_back(std::move(f));
+    }
+  };
+  add(o.states, FindingArg::State);
+  add(o.likelihoods, FindingArg::Likelihood);
+  add(o.values, FindingArg::Value);
+  return all;
+}
+
+int runBeliefs(const BeliefsOptions& o) {
+  Env env;
+  ProgressBar progress;
+  progress.watch(env.get());
+  net_bn* net = env.readNet(o.net);
+  std::vector<node_bn*> shown = selectNodes(net, o.nodes);
+  CompileNet_bn(net);
+  env.check();
+  std::vector<FindingArg> findings = findingArgs(o);
+  enterFindings(env, net, findings);
+  BeliefFormat format(net, shown);
+  if (!format.read(net)) {
+    progress.clear();
+    env.flush();
+    fail("the findings are impossible in net '" + std::string(GetNetName_bn(net)) + "'");
+  }
+  progress.clear();
+  env.flush();
+  std::string out;
+  if (o.json) {
+    out = format.toJson().dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+  } else {
+    out = "Net " + std::string(GetNetName_bn(net));
+    const char* title = GetNetTitle_bn(net);
+    if (title && *title) out += ": " + std::string(title);
+    out += "\nFindings: ";
+    if (findings.empty()) out += "none";
+    for (size_t i = 0; i < findings.size(); ++i) {
+      const FindingArg& f = findings[i];
+      out += (i ? ", " : "") + f.node + "=";
+      if (f.kind == FindingArg::State) {
+        out += f.state;
+      } else if (f.kind == FindingArg::Value) {
+        appendNumber(out, f.value);
+      } else {
+        out += "likelihood(";
+        for (size_t s = 0; s < f.likelihood.size(); ++s) {
+          if (s) out += ',';
+          appendNumber(out, f.likelihood[s]);
+        }
+        out += ')';
+      }
+    }
+    out += "\n";
+    format.appendTables(out);
+  }
+  std::fwrite(out.data(), 1, out.size(), stdout);
+  return 0;
+}
+
+}  // namespace
+
+void addBeliefsCommand(CLI::App& app, Runner& chosen) {
+  auto o = std::make_shared<BeliefsOptions>();
+  CLI::App* c = app.add_subcommand("beliefs", "Enter findings, update, and print the probability of the findings and "
+                                              "the beliefs of every node");
+  c->footer(
+      "Examples:\n"
+      "  quorva beliefs examples/asia.dne -f smoking=f1 -f positive_XraY=d1\n"
+      "  quorva beliefs net.bif -l Alarm=0.9,0.2 -v Temp=21.5 --nodes Burglary,Alarm --json\n"
+      "With --json, one object: {\"net\": NAME, \"findings_probability\": P, \"nodes\":\n"
+      "[{\"name\": N, \"states\": [S...], \"beliefs\": [B...]}, ...]}, nodes in net order (or --nodes order).\n"
+      "Impossible findings, or nodes and states the net lacks, fail with status 1.");
+  addNetArgument(c, o->net);
+  addFindingOption(c, "-f,--finding", o->states, FindingArg::State, "NODE=STATE",
+                   "A state finding: the node is in that state (a state name, or #index counting from 0)");
+  addFindingOption(c, "-l,--likelihood", o->likelihoods, FindingArg::Likelihood, "NODE=p1,p2,...",
+                   "A likelihood finding: one number from 0 to 1 per state");
+  addFindingOption(c, "-v,--value", o->values, FindingArg::Value, "NODE=REAL", "A real-value finding");
+  addNodesOption(c, o->nodes);
+  c->add_flag("--json", o->json, "Print one JSON object instead of tables");
+  c->callback([o, &chosen] { chosen = [o] { return runBeliefs(*o); }; });
+}
+
+}  // namespace quorva::cli

@@ -1,0 +1,68 @@
+// Entering cases and printing their beliefs.
+#include "CaseWorker.h"
+
+#include <cstdio>
+
+namespace quorva::cli {
+
+CaseWorker::CaseWorker(const std::string& netPath, const std::vector<std::string>& shown, bool json) : json_(json) {
+  net_ = env_.readNet(netPath);
+  nodes_ = netNodes(net_);
+  std::vector<node_bn*> printed = selectNodes(net_, shown);
+  SetNetAutoUpdate_bn(net_, 0);  // one update per case, when its beliefs are read
+  CompileNet_bn(net_);
+  env_.check();
+  format_ = std::make_unique<BeliefFormat>(net_, printed);
+}
+
+void CaseWorker::enter(const CaseBatch& batch, size_t c) {
+  for (uint32_t i = batch.starts[c]; i < batch.starts[c + 1]; ++i) {
+    const CaseEntry& e = batch.entries[i];
+    node_bn* node = nodes_[static_cast<size_t>(e.node)];
+    switch (e.kind) {
+      case CaseEntry::State: EnterFinding_bn(node, e.state); break;
+      case CaseEntry::Value: EnterNodeValue_bn(node, e.value); break;
+      case CaseEntry::Likelihood: EnterNodeLikelihood_bn(node, batch.numbers.data() + e.from); break;
+    }
+  }
+}
+
+void CaseWorker::printError(std::string& out, long caseNo, const std::string& message) const {
+  if (json_) {
+    BeliefFormat::appendJsonError(out, caseNo, message);
+  } else {
+    out += "Case " + std::to_string(caseNo) + ": error: " + message + "\n\n";
+  }
+}
+
+void CaseWorker::run(CaseBatch& batch) {
+  std::string& out = batch.out;
+  for (size_t c = 0; c < batch.cases(); ++c) {
+    const long caseNo = batch.firstCase + static_cast<long>(c);
+    if (batch.errorOf[c] >= 0) {
+      printError(out, caseNo, batch.errors[static_cast<size_t>(batch.errorOf[c])]);
+      continue;
+    }
+    RetractNetFindings_bn(net_);
+    enter(batch, c);
+    bool ok = format_->read(net_);
+    if (!ok || GetError_vq(env_.get(), NOTHING_ERR, nullptr)) {
+      ok = ok && GetError_vq(env_.get(), ERROR_ERR, nullptr) == nullptr;
+      std::string message = env_.firstMessage(ERROR_ERR);
+      ClearErrors_vq(env_.get(), INTERNAL_ERR);
+      if (!ok) {
+        printError(out, caseNo, message.empty() ? "the findings are impossible" : message);
+        continue;
+      }
+    }
+    if (json_) {
+      format_->appendJson(out, caseNo);
+    } else {
+      out += "Case " + std::to_string(caseNo) + "\n";
+      format_->appendTables(out);
+      out += "\n";
+    }
+  }
+}
+
+}  // namespace quorva::cli

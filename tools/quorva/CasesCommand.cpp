@@ -1,0 +1,220 @@
+// quorva cases NET CASEFILE [--nodes A,B,...] [--json] [--threads N]
+//
+// With one thread, the calling thread reads a batch of cases, enters them and prints them, in
+// turn.  With N threads, N workers (each with its own environment and compiled copy of the net)
+// read batches of cases in turn and enter and print them into the batch, and the calling thread
+// writes the batches out in case order.  A bounded pool of batches keeps memory
+// flat however long the file is.
+#include <condition_variable>
+#include <cstdio>
+#include <deque>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+#include "CaseSource.h"
+#include "CaseWorker.h"
+#include "Commands.h"
+
+namespace quorva::cli {
+
+namespace {
+
+constexpr size_t BATCH_CASES = 256;
+
+struct CasesOptions {
+  std::string net, cases;
+  std::vector<std::string> nodes;
+  bool json = false;
+  int threads = 0;
+};
+
+void writeOut(const std::string& text) {
+  if (!text.empty() && std::fwrite(text.data(), 1, text.size(), stdout) != text.size())
+    fail("could not write the output");
+}
+
+int runSingle(CaseSource& source, CaseWorker& worker) {
+  CaseBatch batch;
+  for (long sequence = 0;; ++sequence) {
+    batch.reset(sequence, source.casesRead());
+    if (!source.fill(batch, BATCH_CASES)) break;
+    worker.run(batch);
+    writeOut(batch.out);
+  }
+  return 0;
+}
+
+// The batches between the threads.  Reading and updating are tasks that any worker takes on:
+// a free worker reads the next batch when no one else is reading and fewer batches than workers
+// wait to be updated, and otherwise updates a batch that is waiting.  So N threads keep N cores
+// busy, and a worker never waits for the reading of another while there is a batch to update.
+class Pipeline {
+ public:
+  Pipeline(CaseSource& source, size_t workers) : source_(source), workers_(workers) {
+    for (size_t i = 0; i < 3 * workers + 2; ++i) {
+      pool_.push_back(std::make_unique<CaseBatch>());
+      free_.push_back(pool_.back().get());
+    }
+  }
+
+  // A worker's loop: until the file is read and every batch read has been updated.
+  void work(CaseWorker& worker) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    while (!stopping_) {
+      if (!reading_ && !readingDone_ && filled_.size() < workers_ && !free_.empty()) {
+        CaseBatch* b = free_.front();
+        free_.pop_front();
+        reading_ = true;
+        const long sequence = issued_;
+        lock.unlock();
+        b->reset(sequence, source_.casesRead());
+        bool got = false, failed = false;
+        try {
+          got = source_.fill(*b, BATCH_CASES);
+        } catch (...) {
+          failed = true;
+        }
+        lock.lock();
+        reading_ = false;
+        if (got && !failed) {
+          ++issued_;
+          filled_.push_back(b);
+        } else {
+          free_.push_back(b);
+          readingDone_ = true;
+          failed_ = failed_ || failed;
+        }
+        changed_.notify_all();
+      } else if (!filled_.empty()) {
+        CaseBatch* b = filled_.front();
+        filled_.pop_front();
+        lock.unlock();
+        worker.run(*b);
+        lock.lock();
+        done_[b->sequence] = b;
+        changed_.notify_all();
+      } else if (readingDone_) {
+        return;
+      } else {
+        changed_.wait(lock);
+      }
+    }
+  }
+  // Writer: the batch with that sequence number; null when there will be none.
+  CaseBatch* takeDone(long sequence) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    changed_.wait(lock, [&] { return done_.count(sequence) || stopping_ || (readingDone_ && sequence >= issued_); });
+    auto it = done_.find(sequence);
+    if (it == done_.end()) return nullptr;
+    CaseBatch* b = it->second;
+    done_.erase(it);
+    return b;
+  }
+  void giveFree(CaseBatch* b) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    free_.push_back(b);
+    changed_.notify_all();
+  }
+  // Stops the run (`failed`: with status 1).
+  void stop(bool failed) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    stopping_ = true;
+    failed_ = failed_ || failed;
+    changed_.notify_all();
+  }
+  bool failed() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return failed_;
+  }
+
+ private:
+  CaseSource& source_;
+  const size_t workers_;
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::vector<std::unique_ptr<CaseBatch>> pool_;
+  std::deque<CaseBatch*> free_, filled_;
+  std::map<long, CaseBatch*> done_;
+  long issued_ = 0;
+  bool reading_ = false, readingDone_ = false, stopping_ = false, failed_ = false;
+};
+
+// Each worker reads and compiles its copy of the net on its own thread, so that the memory of
+// each copy is that thread's (no cache lines shared between workers) and the copies compile in
+// parallel.
+int runThreaded(CaseSource& source, const CasesOptions& o, int threads) {
+  Pipeline pipe(source, static_cast<size_t>(threads));
+  std::vector<std::thread> workers;
+  for (int i = 0; i < threads; ++i) {
+    workers.emplace_back([&pipe, &o] {
+      try {
+        CaseWorker worker(o.net, o.nodes, o.json);
+        pipe.work(worker);
+      } catch (...) {
+        pipe.stop(true);
+      }
+    });
+  }
+  bool writeFailed = false;
+  try {
+    for (long sequence = 0;; ++sequence) {
+      CaseBatch* b = pipe.takeDone(sequence);
+      if (!b) break;
+      writeOut(b->out);
+      pipe.giveFree(b);
+    }
+  } catch (const Failure&) {
+    writeFailed = true;
+  }
+  pipe.stop(writeFailed);
+  for (std::thread& t : workers) t.join();
+  return pipe.failed() ? 1 : 0;
+}
+
+int runCases(const CasesOptions& o) {
+  int threads = o.threads > 0 ? o.threads : static_cast<int>(std::thread::hardware_concurrency());
+  if (threads < 1) threads = 1;
+  ProgressBar progress;
+  CaseSource source(o.net, o.cases, &progress);
+  source.checkNodes(o.nodes);  // unknown names fail here, once, rather than in every worker
+  int status = 0;
+  if (threads == 1) {
+    CaseWorker worker(o.net, o.nodes, o.json);
+    status = runSingle(source, worker);
+  } else {
+    status = runThreaded(source, o, threads);
+  }
+  progress.clear();
+  return status;
+}
+
+}  // namespace
+
+void addCasesCommand(CLI::App& app, Runner& chosen) {
+  auto o = std::make_shared<CasesOptions>();
+  CLI::App* c = app.add_subcommand("cases", "Enter each case of a case file and print the beliefs it gives");
+  c->footer(
+      "The case file: a header line of node names, then one line per case, separated by tabs (or\n"
+      "commas or spaces); '*' for a missing value; optional IDnum and NumCases columns.  Columns\n"
+      "naming no node of the net are ignored (with a notice).\n"
+      "With --json, one line per case, cases numbered from 0 in file order:\n"
+      "  {\"case\": K, \"net\": NAME, \"findings_probability\": P, \"nodes\": [...]}   as for `beliefs --json`\n"
+      "  {\"case\": K, \"error\": MESSAGE}   when the case's findings are impossible, or its line has a\n"
+      "                                   fault (a bad value, too few or too many entries, a value\n"
+      "                                   naming no state); the run goes on with the next case.\n"
+      "Example:\n"
+      "  quorva cases examples/asia.dne examples/asia_cases.txt --json --nodes lung_cancer");
+  addNetArgument(c, o->net);
+  c->add_option("CASEFILE", o->cases, "The case file")->required();
+  addNodesOption(c, o->nodes);
+  c->add_flag("--json", o->json, "Print one JSON object per case, one per line");
+  c->add_option("--threads", o->threads,
+                "Worker threads, each with its own compiled copy of the net (default: the number of cores); "
+                "with 1, reading, updating and printing take turns on one thread")
+      ->check(CLI::Range(1, 64));
+  c->callback([o, &chosen] { chosen = [o] { return runCases(*o); }; });
+}
+
+}  // namespace quorva::cli

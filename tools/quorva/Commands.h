@@ -1,0 +1,24 @@
+// The subcommands of the quorva tool.  Each add*Command() declares its options on `app`; when
+// the command line chooses it, `chosen` is set to the function that runs it and returns the exit
+// status (a Failure thrown out of it means status 1, its reason printed already).
+#pragma once
+#include <CLI/CLI.hpp>
+#include <functional>
+
+namespace quorva::cli {
+
+using Runner = std::function<int()>;
+
+void addBeliefsCommand(CLI::App& app, Runner& chosen);
+void addCasesCommand(CLI::App& app, Runner& chosen);
+void addCompileCommand(CLI::App& app, Runner& chosen);
+void addConvertCommand(CLI::App& app, Runner& chosen);
+void addCheckCommand(CLI::App& app, Runner& chosen);
+void addBenchCommand(CLI::App& app, Runner& chosen);
+
+// The positional NET argument that most commands take.
+CLI::Option* addNetArgument(CLI::App* command, std::string& path);
+// --nodes A,B,...: the nodes to print (all when not given).
+CLI::Option* addNodesOption(CLI::App* command, std::vector<std::string>& names);
+
+}  // namespace quorva::cli

@@ -1,0 +1,76 @@
+// quorva: belief and decision nets from the command line.  Parses the command line into one
+// subcommand and runs it.  Exit status: 0 done, 1 the command failed (every reason printed on
+// standard error), 2 the command line was wrong.
+#include <csignal>
+#include <cstdio>
+#include <exception>
+
+#include "Commands.h"
+#include "Engine.h"
+
+namespace {
+
+void onInterrupt(int) { quorva::cli::haltAll(); }
+
+}  // namespace
+
+namespace quorva::cli {
+
+CLI::Option* addNetArgument(CLI::App* command, std::string& path) {
+  return command->add_option("NET", path, "The net: a DNET file (.dne, .dnet) or a BIF file (.bif)")
+      ->required();
+}
+
+CLI::Option* addNodesOption(CLI::App* command, std::vector<std::string>& names) {
+  return command->add_option("--nodes", names, "Print only these nodes, in this order (default: every node)")
+      ->delimiter(',')
+      ->expected(1)
+      ->allow_extra_args(false)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+      ->type_name("A,B,...");
+}
+
+}  // namespace quorva::cli
+
+int main(int argc, char** argv) {
+  using namespace quorva::cli;
+  CLI::App app{"quorva: belief and decision nets from the command line.\n"
+               "Reads nets as DNET (.dne, .dnet) or BIF (.bif) files, enters findings and prints beliefs,\n"
+               "runs case files, compiles, converts and checks nets, and measures inference.",
+               "quorva"};
+  app.require_subcommand(1, 1);
+  app.set_version_flag("--version", "quorva 1.00");
+  Runner chosen;
+  addBeliefsCommand(app, chosen);
+  addCasesCommand(app, chosen);
+  addCompileCommand(app, chosen);
+  addConvertCommand(app, chosen);
+  addCheckCommand(app, chosen);
+  addBenchCommand(app, chosen);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& e) {
+    int code = app.exit(e);
+    return code == 0 ? 0 : 2;
+  }
+  struct sigaction action {};
+  action.sa_handler = onInterrupt;
+  action.sa_flags = SA_RESETHAND;  // a second Ctrl-C ends the process at once
+  sigemptyset(&action.sa_mask);
+  sigaction(SIGINT, &action, nullptr);
+  try {
+    int status = chosen();
+    if (std::fflush(stdout) != 0) {
+      std::fprintf(stderr, "quorva: could not write the output\n");
+      return 1;
+    }
+    return status;
+  } catch (const Failure&) {
+    std::fflush(stdout);
+    return 1;
+  } catch (const std::exception& e) {
+    std::fflush(stdout);
+    std::fprintf(stderr, "quorva: %s\n", e.what());
+    return 1;
+  }
+}
