@@ -94,7 +94,10 @@ bool beliefsCurrent(const Bnode& node) {
 void writeNode(DnetOut& out, const Bnode& node, const Bnode& empty) {
   out.openBlock(std::string(node.kind == DISCONNECTED ? "param " : "node ") + node.name);
 
-  if (node.type != empty.type) out.field("discrete", truth(node.type == DISCRETE));
+  // Written when it differs from the default, or from what a reader infers from states and levels.
+  bool inferredDiscrete = node.numStates > 0 || !node.levels.empty();
+  if (node.type != empty.type || (node.type == DISCRETE) != inferredDiscrete)
+    out.field("discrete", truth(node.type == DISCRETE));
   if (node.measure != empty.measure) out.field("measure", measureWord(node.measure));
   if (node.numStates != empty.numStates) out.field("numstates", std::to_string(node.numStates));
   if (!node.stateNames.empty()) {

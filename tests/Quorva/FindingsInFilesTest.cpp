@@ -1,5 +1,5 @@
-// Findings saved in a DNET file come back when it is read: states, likelihoods, and the refusal
-// of a state the node does not have.
+// Findings saved in a DNET file come back when it is read: states, likelihoods, real values (on a
+// discretized node, which stays continuous), and the refusal of a state the node does not have.
 #include <string>
 
 #include "EnvFixture.h"
@@ -17,6 +17,10 @@ TEST_F(FindingsInFilesTest, StatesAndLikelihoodsSurviveWritingAndReading) {
   node_bn* a = addNode(net, "A", 3, "low,mid,high");
   node_bn* b = addNode(net, "B", 2, nullptr, {a});
   node_bn* c = addNode(net, "C", 2);
+  node_bn* t = NewNode_bn("T", 0, net);  // continuous, discretized into [0,10) and [10,30)
+  const level_bn cuts[] = {0, 10, 30};
+  SetNodeLevels_bn(t, 2, cuts);
+  EnterNodeValue_bn(t, 12);
   EnterFinding_bn(a, 2);
   const prob_bn lik[] = {0.25f, 1.0f};
   EnterNodeLikelihood_bn(b, lik);
@@ -25,6 +29,10 @@ TEST_F(FindingsInFilesTest, StatesAndLikelihoodsSurviveWritingAndReading) {
   ASSERT_NE(back, nullptr) << ErrorMessage_vq(lastError());
   EXPECT_EQ(GetNodeFinding_bn(GetNodeNamed_bn("A", back)), 2);
   EXPECT_EQ(GetNodeFinding_bn(GetNodeNamed_bn("C", back)), 1);
+  node_bn* tBack = GetNodeNamed_bn("T", back);
+  EXPECT_EQ(GetNodeType_bn(tBack), CONTINUOUS_TYPE);
+  EXPECT_EQ(GetNodeFinding_bn(tBack), 1);
+  EXPECT_EQ(GetNodeValueEntered_bn(tBack), 12);
   const prob_bn* got = GetNodeLikelihood_bn(GetNodeNamed_bn("B", back));
   ASSERT_NE(got, nullptr);
   EXPECT_FLOAT_EQ(got[0], 0.25f);
