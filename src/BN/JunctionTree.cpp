@@ -242,7 +242,13 @@ void compileNet(Bnet& net, const CompileOptions& options) {
   checkNodes(net, g);
   std::vector<int> order = chooseOrder(net, g, options);
   haltPoint(net);
-  for (const auto& members : orderCliques(g, order)) {
+  // Members in elimination order: a separator then lies in the same relative order in both its
+  // cliques, so messages are read and written without permuting entries.
+  std::vector<size_t> position(g.nodes.size());
+  for (size_t i = 0; i < order.size(); ++i) position[static_cast<size_t>(order[i])] = i;
+  for (auto members : orderCliques(g, order)) {
+    std::sort(members.begin(), members.end(),
+              [&](int a, int b) { return position[static_cast<size_t>(a)] < position[static_cast<size_t>(b)]; });
     Clique c;
     for (int m : members) {
       c.members.push_back(g.nodes[static_cast<size_t>(m)]);
