@@ -1,25 +1,12 @@
 // Building the text of a net file.
 #include "BN/DnetOut.h"
 
+#include "Basic/StringQuoter.h"
 #include "Basic/Unicode.h"
 
 namespace quorva {
 
 namespace {
-
-const char HEX[] = "0123456789ABCDEF";
-
-char namedLetter(unsigned char c) {
-  switch (c) {
-    case '\n': return 'n';
-    case '\r': return 'r';
-    case '\t': return 't';
-    case '\v': return 'v';
-    case '\f': return 'f';
-    case '\b': return 'b';
-    default: return 0;
-  }
-}
 
 bool isLineBreak(unsigned char c) { return c == '\n' || c == '\r' || c == '\f'; }
 bool isBlank(unsigned char c) { return c == ' '; }
@@ -121,7 +108,7 @@ void DnetOut::quoted(std::string_view s) {
   while (!s.empty()) {
     auto c = static_cast<unsigned char>(s.front());
     size_t raw = quote_.rawUtf8 && c >= 128 ? utf8SequenceLength(s) : 0;
-    bool hex = raw == 0 && ((c < 32 && !namedLetter(c)) || c >= 127);
+    bool hex = raw == 0 && needsHexEscape(c);
 
     // Break before a word that would run past the line, after the white space that ends the
     // word before it.
@@ -146,8 +133,7 @@ void DnetOut::quoted(std::string_view s) {
 
     if (hex) {
       if (!inRun) text_ += '\\';
-      text_ += HEX[c >> 4];
-      text_ += HEX[c & 0xF];
+      appendHexPair(text_, c);
       inRun = true;
       s.remove_prefix(1);
       lineHasText = true;
@@ -158,7 +144,7 @@ void DnetOut::quoted(std::string_view s) {
     if (raw > 0) {
       text_ += s.substr(0, raw);
       s.remove_prefix(raw);
-    } else if (char letter = namedLetter(c)) {
+    } else if (char letter = namedEscape(c)) {
       text_ += '\\';
       text_ += letter;
       s.remove_prefix(1);

@@ -6,11 +6,10 @@
 namespace quorva {
 
 namespace {
-
 const char HEX[] = "0123456789ABCDEF";
+}  // namespace
 
-// The letter of a named escape the writer uses, or 0.
-char namedLetter(unsigned char c) {
+char namedEscape(unsigned char c) {
   switch (c) {
     case '\n': return 'n';
     case '\r': return 'r';
@@ -22,16 +21,18 @@ char namedLetter(unsigned char c) {
   }
 }
 
-bool needsHex(unsigned char c) { return (c < 32 && !namedLetter(c)) || c >= 127; }
+bool needsHexEscape(unsigned char c) { return (c < 32 && !namedEscape(c)) || c >= 127; }
 
-void putHexPair(std::string& out, unsigned char c) {
+void appendHexPair(std::string& out, unsigned char c) {
   out += HEX[c >> 4];
   out += HEX[c & 0xF];
 }
 
+namespace {
+
 // Appends one character that is not a hex escape.
 void putPlain(std::string& out, unsigned char c) {
-  if (char letter = namedLetter(c)) {
+  if (char letter = namedEscape(c)) {
     out += '\\';
     out += letter;
   } else {
@@ -49,9 +50,9 @@ std::string escapeString(std::string_view text, QuoteStyle style) {
   while (!text.empty()) {
     auto c = static_cast<unsigned char>(text.front());
     size_t raw = style.rawUtf8 && c >= 128 ? utf8SequenceLength(text) : 0;
-    if (needsHex(c) && raw == 0) {
+    if (needsHexEscape(c) && raw == 0) {
       if (!inRun) out += '\\';
-      putHexPair(out, c);
+      appendHexPair(out, c);
       inRun = true;
       text.remove_prefix(1);
       continue;
@@ -76,9 +77,9 @@ std::string quoteString(std::string_view text, QuoteStyle style) {
 
 std::string escapeChar(unsigned char c) {
   std::string out;
-  if (needsHex(c)) {
+  if (needsHexEscape(c)) {
     out += '\\';
-    putHexPair(out, c);
+    appendHexPair(out, c);
   } else {
     putPlain(out, c);
   }

@@ -25,4 +25,11 @@ std::string quoteString(std::string_view text, QuoteStyle style = {});
 // One byte as an escape would show it, for messages ("illegal symbol read: '\01'").
 std::string escapeChar(unsigned char c);
 
+// The pieces of the escapes, for writers that lay long strings out over lines themselves: the
+// letter of a named escape ('n' for LF, ...) or 0; whether a byte is written as a hex pair; and
+// the pair itself (without the backslash).
+char namedEscape(unsigned char c);
+bool needsHexEscape(unsigned char c);
+void appendHexPair(std::string& out, unsigned char c);
+
 }  // namespace quorva
