@@ -14,9 +14,9 @@
 #include <string>
 #include <vector>
 
-#include "BN/Bnet.h"
-#include "BN/ElimOrder.h"
-#include "BN/JunctionTree.h"
+#include "BN/Net/Bnet.h"
+#include "BN/Inference/ElimOrder.h"
+#include "BN/Inference/JunctionTree.h"
 #include "Quorva.h"
 
 namespace {

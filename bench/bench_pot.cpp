@@ -19,9 +19,9 @@
 #include <string>
 #include <vector>
 
-#include "BN/Bnet.h"
-#include "BN/PotKernels.h"
-#include "BN/PotTable.h"
+#include "BN/Net/Bnet.h"
+#include "BN/Tables/PotKernels.h"
+#include "BN/Tables/PotTable.h"
 #include "Basic/EnvCore.h"
 
 using namespace quorva;

@@ -6,9 +6,9 @@
 #include <memory>
 #include <string>
 
-#include "BN/BifReader.h"
-#include "BN/BifWriter.h"
-#include "BN/Bnet.h"
+#include "BN/Files/BifReader.h"
+#include "BN/Files/BifWriter.h"
+#include "BN/Net/Bnet.h"
 #include "Basic/EnvCore.h"
 #include "Basic/Stream.h"
 #include "Basic/Raise.h"

@@ -10,9 +10,9 @@
 #include <memory>
 #include <string>
 
-#include "BN/Bnet.h"
-#include "BN/Bnode.h"
-#include "BN/NodeStates.h"
+#include "BN/Net/Bnet.h"
+#include "BN/Net/Bnode.h"
+#include "BN/Net/NodeStates.h"
 #include "Basic/EnvCore.h"
 #include "Basic/Stream.h"
 #include "Basic/Raise.h"

@@ -4,8 +4,8 @@
 #include <memory>
 #include <string>
 
-#include "BN/Bnet.h"
-#include "BN/DnetReader.h"
+#include "BN/Net/Bnet.h"
+#include "BN/Files/DnetReader.h"
 #include "Basic/EnvCore.h"
 #include "Basic/Stream.h"
 #include "Basic/Raise.h"

@@ -4,8 +4,8 @@
 #include <chrono>
 #include <thread>
 
-#include "BN/NodeCheck.h"
-#include "BN/NodeStates.h"
+#include "BN/Net/NodeCheck.h"
+#include "BN/Net/NodeStates.h"
 #include "Basic/BasicErrors.h"
 #include "Basic/CallFrame.h"
 #include "Quorva/ApiErrors.h"

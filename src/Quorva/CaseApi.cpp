@@ -1,7 +1,7 @@
 // API functions of case files and casesets.
 #include <cstring>
 
-#include "BN/Bnet.h"
+#include "BN/Net/Bnet.h"
 #include "Quorva/ApiErrors.h"
 #include "Quorva/ApiFrame.h"
 #include "VarVal/CaseErrors.h"

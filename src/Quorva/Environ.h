@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "BN/Bnet.h"
-#include "BN/NodeList.h"
+#include "BN/Net/Bnet.h"
+#include "BN/Net/NodeList.h"
 #include "Basic/EnvCore.h"
 #include "Basic/Stream.h"
 #include "VarVal/CaseFindings.h"

@@ -1,7 +1,7 @@
 // API functions of findings and of the auto-update setting.
-#include "BN/FindingErrors.h"
-#include "BN/Findings.h"
-#include "BN/NetErrors.h"
+#include "BN/Findings/FindingErrors.h"
+#include "BN/Findings/Findings.h"
+#include "BN/Net/NetErrors.h"
 #include "Quorva/ApiFrame.h"
 
 using namespace quorva;

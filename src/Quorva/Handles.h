@@ -2,9 +2,9 @@
 #pragma once
 #include <cstring>
 
-#include "BN/Bnet.h"
-#include "BN/Bnode.h"
-#include "BN/NodeList.h"
+#include "BN/Net/Bnet.h"
+#include "BN/Net/Bnode.h"
+#include "BN/Net/NodeList.h"
 #include "Basic/ErrorRecord.h"
 #include "Basic/Stream.h"
 #include "Basic/RandomGen.h"

@@ -2,11 +2,11 @@
 #include <algorithm>
 #include <cmath>
 
-#include "BN/BeliefUpdate.h"
-#include "BN/Findings.h"
-#include "BN/InferErrors.h"
-#include "BN/JunctionTree.h"
-#include "BN/NetEdit.h"
+#include "BN/Inference/BeliefUpdate.h"
+#include "BN/Findings/Findings.h"
+#include "BN/Inference/InferErrors.h"
+#include "BN/Inference/JunctionTree.h"
+#include "BN/Net/NetEdit.h"
 #include "Quorva/ApiErrors.h"
 #include "Quorva/ApiFrame.h"
 

@@ -1,5 +1,5 @@
 // API functions of links.
-#include "BN/Links.h"
+#include "BN/Net/Links.h"
 #include "Quorva/ApiFrame.h"
 
 using namespace quorva;

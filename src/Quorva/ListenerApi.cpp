@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <memory>
 
-#include "BN/Listeners.h"
+#include "BN/Net/Listeners.h"
 #include "Quorva/ApiFrame.h"
 
 using namespace quorva;

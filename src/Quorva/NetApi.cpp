@@ -1,8 +1,8 @@
 // API functions of nets.
-#include "BN/Listeners.h"
-#include "BN/NetCopy.h"
-#include "BN/NetEdit.h"
-#include "BN/NodeOps.h"
+#include "BN/Net/Listeners.h"
+#include "BN/Net/NetCopy.h"
+#include "BN/Net/NetEdit.h"
+#include "BN/Net/NodeOps.h"
 #include "Quorva/ApiFrame.h"
 #include "Quorva/UserFieldCalls.h"
 

@@ -2,11 +2,11 @@
 #include <algorithm>
 #include <cctype>
 
-#include "BN/BifReader.h"
-#include "BN/BifWriter.h"
-#include "BN/DnetErrors.h"
-#include "BN/DnetReader.h"
-#include "BN/DnetWriter.h"
+#include "BN/Files/BifReader.h"
+#include "BN/Files/BifWriter.h"
+#include "BN/Files/DnetErrors.h"
+#include "BN/Files/DnetReader.h"
+#include "BN/Files/DnetWriter.h"
 #include "Quorva/ApiFrame.h"
 
 using namespace quorva;

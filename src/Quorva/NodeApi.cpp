@@ -2,9 +2,9 @@
 #include <algorithm>
 #include <cstring>
 
-#include "BN/NetCopy.h"
-#include "BN/NetEdit.h"
-#include "BN/NodeOps.h"
+#include "BN/Net/NetCopy.h"
+#include "BN/Net/NetEdit.h"
+#include "BN/Net/NodeOps.h"
 #include "Quorva/ApiFrame.h"
 #include "Quorva/UserFieldCalls.h"
 

@@ -1,5 +1,5 @@
 // API functions of node lists.
-#include "BN/NetErrors.h"
+#include "BN/Net/NetErrors.h"
 #include "Quorva/ApiFrame.h"
 
 using namespace quorva;

@@ -1,6 +1,6 @@
 // API functions of node sets.
-#include "BN/NodesetErrors.h"
-#include "BN/Nodesets.h"
+#include "BN/Net/NodesetErrors.h"
+#include "BN/Net/Nodesets.h"
 #include "Quorva/ApiFrame.h"
 
 using namespace quorva;

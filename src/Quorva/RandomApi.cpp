@@ -2,9 +2,9 @@
 // state, drawing from it, deleting it, giving a net its own, and drawing random cases from a net.
 #include <string_view>
 
-#include "BN/Bnet.h"
-#include "BN/InferErrors.h"
-#include "BN/RandomCase.h"
+#include "BN/Net/Bnet.h"
+#include "BN/Inference/InferErrors.h"
+#include "BN/Inference/RandomCase.h"
 #include "Basic/RandomErrors.h"
 #include "Basic/RandomGen.h"
 #include "Quorva/ApiErrors.h"

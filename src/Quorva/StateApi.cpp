@@ -1,5 +1,5 @@
 // API functions of a node's states and levels.
-#include "BN/NodeStates.h"
+#include "BN/Net/NodeStates.h"
 #include "Quorva/ApiFrame.h"
 
 using namespace quorva;

@@ -1,9 +1,9 @@
 // API functions of node tables.
 #include <cstring>
 
-#include "BN/NodeTableOps.h"
-#include "BN/NodeTables.h"
-#include "BN/TableErrors.h"
+#include "BN/Tables/NodeTableOps.h"
+#include "BN/Tables/NodeTables.h"
+#include "BN/Tables/TableErrors.h"
 #include "Quorva/ApiFrame.h"
 
 using namespace quorva;

@@ -1,7 +1,7 @@
 // The interactive tools' calls, each in an API frame.
 #include "Quorva/ToolSupport.h"
 
-#include "BN/JunctionTree.h"
+#include "BN/Inference/JunctionTree.h"
 #include "Quorva/ApiFrame.h"
 
 namespace quorva::tool {

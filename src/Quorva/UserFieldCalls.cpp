@@ -3,9 +3,9 @@
 
 #include <cstring>
 
-#include "BN/NetEdit.h"
-#include "BN/NetErrors.h"
-#include "BN/NodeOps.h"
+#include "BN/Net/NetEdit.h"
+#include "BN/Net/NetErrors.h"
+#include "BN/Net/NodeOps.h"
 
 namespace quorva {
 

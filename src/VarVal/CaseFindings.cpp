@@ -6,10 +6,10 @@
 #include <cstdlib>
 #include <set>
 
-#include "BN/Bnet.h"
-#include "BN/Bnode.h"
-#include "BN/Findings.h"
-#include "BN/NodeOps.h"
+#include "BN/Net/Bnet.h"
+#include "BN/Net/Bnode.h"
+#include "BN/Findings/Findings.h"
+#include "BN/Net/NodeOps.h"
 #include "Basic/Raise.h"
 #include "VarVal/CaseErrors.h"
 

@@ -5,8 +5,8 @@
 #include <ctime>
 #include <unordered_map>
 
-#include "BN/Bnet.h"
-#include "BN/Bnode.h"
+#include "BN/Net/Bnet.h"
+#include "BN/Net/Bnode.h"
 #include "Basic/Format.h"
 #include "Basic/Raise.h"
 #include "Basic/StringQuoter.h"

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "Basic/CallFrame.h"
-#include "Quorva/EnvFixture.h"
+#include "Support/EnvFixture.h"
 #include "Quorva/Handles.h"
 
 using namespace quorva;

@@ -7,7 +7,7 @@
 
 #include "Basic/CallFrame.h"
 #include "Basic/Raise.h"
-#include "Quorva/EnvFixture.h"
+#include "Support/EnvFixture.h"
 #include "Quorva/Handles.h"
 
 using namespace quorva;

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "Quorva/EnvFixture.h"
+#include "Support/EnvFixture.h"
 #include "Quorva/Handles.h"
 
 using namespace quorva;

@@ -8,7 +8,7 @@
 
 #include "Basic/RandomErrors.h"
 #include "Quorva/ApiErrors.h"
-#include "Quorva/EnvFixture.h"
+#include "Support/EnvFixture.h"
 #include "Quorva/Handles.h"
 
 using namespace quorva;

@@ -9,7 +9,7 @@
 #include <thread>
 #include <vector>
 
-#include "Quorva/EnvFixture.h"
+#include "Support/EnvFixture.h"
 
 namespace {
 

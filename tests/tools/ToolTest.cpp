@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "Quorva.h"
-#include "Quorva/ReferenceJoint.h"
+#include "Support/ReferenceJoint.h"
 
 namespace {
 

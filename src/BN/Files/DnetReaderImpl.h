@@ -1,0 +1,139 @@
+// The DNET reader's inner parts, shared by DnetReader.cpp (the file and the net block),
+// DnetReaderNodes.cpp (node objects and building the nodes) and DnetReaderTables.cpp (tables).
+//
+// A net is read in two phases.  First the whole "bnet" block is parsed into declarations: each
+// node's fields as written, with the position of every statement, and its tables kept as token
+// lists (their shape depends on the parents' states, and a parent may be declared later).  Then
+// the net is built through the engine's operations: nodes with their states, then every node's
+// links, then the tables, the node sets and the elimination order.  A fault found while
+// building is reported at the statement it comes from.
+#pragma once
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "BN/Net/Bnet.h"
+#include "BN/Files/DnetErrors.h"
+#include "Basic/TokenReader.h"
+#include "Basic/UserFields.h"
+
+namespace quorva {
+
+// A value kept as tokens (a table) and where it began.
+struct TokenText {
+  std::vector<Token> tokens;
+  TextPosition pos;
+};
+
+// One node (or definition) as declared in the file.
+struct NodeDecl {
+  std::string name;
+  bool isDefine = false;
+  bool isParam = false;
+  TextPosition pos;
+  std::map<std::string, TextPosition> fields;  // the statements read, and where
+  std::set<std::string> inherited;             // fields taken from a definition
+
+  bool has(const std::string& f) const { return fields.count(f) || inherited.count(f); }
+  TextPosition at(const std::string& f) const {
+    auto it = fields.find(f);
+    return it == fields.end() ? pos : it->second;
+  }
+
+  int discrete = -1;  // -1 not given, 0 FALSE, 1 TRUE
+  int measure = 0;
+  int numStates = -1;
+  std::vector<std::string> states, stateTitles, stateComments;
+  std::vector<double> levels;
+  int kind = 1;  // NATURE
+  std::string title, comment;
+  std::vector<std::string> parents, inputs;
+  TokenText probs, functable, numcases;
+  TokenText evidence;                  // the state of a finding: a name, or "#" and a number
+  std::vector<double> likelihood;
+  double value = 0;                    // a real-valued finding, when "value" was read
+  std::vector<double> position;
+  UserFields user;
+};
+
+// One node set as declared.
+struct NodesetDecl {
+  std::string name;
+  std::vector<std::string> members;
+  TextPosition pos;
+};
+
+class DnetReader {
+ public:
+  DnetReader(FileSpec& in, EnvCore* env, int options);
+  Bnet* read();
+
+  // ---- DnetReader.cpp ----
+  void readMagicLine();
+  void readTopObject();
+  void readNetBlock();
+  void readNetStatement(const std::string& word);
+  // Reads the "=" after a field name; an unknown object or field is skipped with a warning
+  // (false), a known field without "=" refused.  True when the caller is to read the value.
+  bool openField(const std::string& word, bool known, const TextPosition& at);
+  void readNetField(const std::string& word);
+  void readNodeset();
+  void readUser(UserFields& into);
+  // Skips an object's remaining header and its "{...}" block, stopping before the ";".
+  void skipObject();
+  // Skips a statement's value (keeping its tokens in `keep`), stopping before its ";" (values
+  // hold none outside quotes) or before the "}" that ends the block.
+  void skipValue(std::vector<Token>* keep = nullptr);
+  // Takes the ";" that ends the statement `field`.
+  void endStatement(const std::string& field);
+  void expectEquals(const std::string& field);
+  // The next statement's word, or "" at the block's "}" (taken); `what` names the block.
+  std::string nextStatement(const std::string& what);
+  void buildNet();
+
+  // ---- DnetReaderNodes.cpp ----
+  void readNodeObject(const std::string& keyword);
+  void readNodeField(NodeDecl& d, const std::string& word);
+  bool readNodeValue(NodeDecl& d, const std::string& word);
+  void inheritFrom(NodeDecl& d, const NodeDecl& def);
+  std::vector<std::string> readNameList();
+  std::vector<double> readNumberList();
+  double readNumberValue();
+  int readEnumWord(const char* const* words, int count, const char* extra = nullptr, int extraCode = 0);
+  void createNode(NodeDecl& d);
+  void setStates(Bnode& node, NodeDecl& d);
+  void linkNode(NodeDecl& d);
+
+  // ---- DnetReaderTables.cpp ----
+  void setTables(NodeDecl& d);
+  void readTable(NodeDecl& d, Bnode& node, const std::string& field, const TokenText& text);
+  void setFindings(const NodeDecl& d);
+
+  // Raises an error at `at` with the context of field `field` of node `d`.
+  template <class... A>
+  [[noreturn]] void failIn(const NodeDecl& d, const std::string& field, TextPosition at, ErrDef e,
+                           const A&... a) {
+    ContextScope ctx(rd_, {"node", d.name, field});
+    rd_.failAt(at, e, a...);
+  }
+
+  TokenReader& rd() { return rd_; }
+  Bnet& net() { return *net_; }
+
+ private:
+  EnvCore* env_;
+  TokenReader rd_;
+  std::unique_ptr<Bnet> net_;
+  int version_ = 0;  // hundredths; 0 when no magic line was found
+  std::set<std::string> netFields_;
+  std::vector<NodeDecl> nodes_;
+  std::map<std::string, NodeDecl> defines_;
+  std::set<std::string> nodeNames_;
+  std::vector<NodesetDecl> nodesets_;
+  std::vector<std::string> elimOrder_;
+  TextPosition elimOrderPos_;
+};
+
+}  // namespace quorva

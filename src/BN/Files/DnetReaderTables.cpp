@@ -1,0 +1,342 @@
+// Reading DNET tables ("probs", "functable", "numcases") from the tokens kept for them, once the
+// node's parents are linked: nested, flat and shallow groups, "@undef" and "@imposs", rows
+// filled out with undefined entries, and the checks of every probability row.
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "BN/Files/DnetReaderImpl.h"
+#include "BN/Findings/Findings.h"
+#include "BN/Tables/NodeTableOps.h"
+
+namespace quorva {
+
+namespace {
+
+enum class CellTag { Number, Undef, Imposs };
+
+struct Cell {
+  double value = 0;
+  CellTag tag = CellTag::Number;
+  TextPosition pos;
+};
+
+enum class TableKind { Probs, FuncState, FuncReal, Exper };
+
+// Parses one table's tokens into its entries, in the table's order (first parent slowest).
+class TableParser {
+ public:
+  TableParser(TokenReader& rd, Bnode& node, const TokenText& text, TableKind kind)
+      : rd_(rd), node_(node), toks_(text.tokens), endPos_(text.pos), kind_(kind) {
+    for (const Link& l : node.parents) dims_.push_back(l.parent->numStates);
+    dims_.push_back(kind == TableKind::Probs ? node.numStates : 1);
+    path_.assign(dims_.size(), -1);
+    if (!toks_.empty()) endPos_ = toks_.back().start;
+  }
+
+  std::vector<Cell> parse() {
+    std::vector<Cell> cells;
+    if (!atEnd() && !isPunct(peek(), "(")) {
+      // A lone entry stands for the whole table.
+      Cell c = entry(take());
+      cells.assign(static_cast<size_t>(span(0)), c);
+    } else {
+      if (atEnd()) rd_.failAt(endPos_, err::DnetNotEnoughEntries);
+      cells = group(0);
+    }
+    if (!atEnd()) {
+      const Token& t = peek();
+      if (isPunct(t, ")")) rd_.failAt(t.start, err::DnetExtraClose, label(dims_.size()), node_.name);
+      rd_.failAt(t.start, err::DnetUnexpectedPunct, t.text, label(dims_.size()), node_.name);
+    }
+    return cells;
+  }
+
+  // The parent configuration of a row, for messages.
+  std::string rowLabel(size_t row) const {
+    std::vector<int> states(node_.parents.size());
+    for (size_t i = states.size(); i-- > 0;) {
+      states[i] = static_cast<int>(row % static_cast<size_t>(dims_[i]));
+      row /= static_cast<size_t>(dims_[i]);
+    }
+    return describe(states, states.size());
+  }
+
+ private:
+  bool atEnd() const { return next_ >= toks_.size(); }
+  const Token& peek() const { return toks_[next_]; }
+  const Token& take() { return toks_[next_++]; }
+  static bool isPunct(const Token& t, const char* p) { return t.kind == TokenKind::Punct && t.text == p; }
+
+  // The number of entries from nesting level `level` inward.
+  double span(size_t level) const {
+    double n = 1;
+    for (size_t i = level; i < dims_.size(); ++i) n *= dims_[i];
+    return n;
+  }
+
+  std::string describe(const std::vector<int>& states, size_t known) const {
+    std::string out;
+    for (size_t i = 0; i < known && i < node_.parents.size(); ++i) {
+      if (states[i] < 0) break;
+      const Bnode& p = *node_.parents[i].parent;
+      if (i) out += ", ";
+      out += p.stateNames.empty() ? "#" + std::to_string(states[i])
+                                  : p.stateNames[static_cast<size_t>(states[i])];
+    }
+    return out;
+  }
+  std::string label(size_t level) const { return describe(path_, level); }
+
+  [[noreturn]] void unclosed(size_t level) {
+    rd_.failAt(endPos_, err::DnetTooFewClose, closes_, opens_, label(level), node_.name);
+  }
+
+  std::vector<Cell> group(size_t level) {
+    const Token& open = take();
+    ++opens_;
+    if (level >= dims_.size())
+      rd_.failAt(open.start, err::DnetTooManyOpen, static_cast<int>(level + 1), static_cast<int>(dims_.size()),
+                 flat_ ? "FLAT " : "", node_.name);
+    std::vector<Cell> items;
+    int subgroups = 0, entries = 0;
+    for (;;) {
+      if (atEnd()) unclosed(level);
+      if (isPunct(peek(), ")")) break;
+      if (subgroups + entries > 0) {
+        const Token& t = peek();
+        if (!isPunct(t, ",")) {
+          if (t.kind == TokenKind::Punct && t.text != "#")
+            rd_.failAt(t.start, err::DnetUnexpectedPunct, t.text, label(level), node_.name);
+          rd_.failAt(t.start, err::DnetTableMissingComma, label(level), node_.name);
+        }
+        take();
+        if (atEnd()) unclosed(level);
+      }
+      const Token& t = peek();
+      if (isPunct(t, "(")) {
+        if (entries > 0) rd_.failAt(t.start, err::DnetUnexpectedPunct, t.text, label(level), node_.name);
+        if (level < path_.size()) path_[level] = subgroups;
+        std::vector<Cell> sub = group(level + 1);
+        items.insert(items.end(), sub.begin(), sub.end());
+        ++subgroups;
+      } else {
+        if (subgroups > 0) rd_.failAt(t.start, err::DnetUnexpectedPunct, t.text, label(level), node_.name);
+        items.push_back(entry(take()));
+        ++entries;
+      }
+    }
+    const Token& close = take();
+    ++closes_;
+    if (level < path_.size()) path_[level] = -1;
+    return shape(std::move(items), level, subgroups, entries, close.start);
+  }
+
+  // Makes a group's entries cover its whole span: a short row is filled with undefined
+  // entries, and a row given above the innermost level is repeated for every combination of
+  // the dimensions below.
+  std::vector<Cell> shape(std::vector<Cell> items, size_t level, int subgroups, int entries, TextPosition at) {
+    if (subgroups > 0) {
+      if (subgroups < dims_[level]) rd_.failAt(at, err::DnetNotEnoughEntries);
+      if (subgroups > dims_[level]) rd_.failAt(at, err::DnetTooManyItems, label(level), node_.name);
+      return items;
+    }
+    size_t need = static_cast<size_t>(span(level));
+    size_t row = static_cast<size_t>(dims_.back());
+    size_t n = static_cast<size_t>(entries);
+    if (n == need) {
+      if (level + 1 < dims_.size()) flat_ = true;
+      return items;
+    }
+    if (n > need)
+      rd_.failAt(at, err::DnetTooManyItems, label(level), node_.name);
+    if (n > row) rd_.failAt(at, err::DnetNotEnoughElements, label(level), node_.name);
+    Cell undef;
+    undef.tag = CellTag::Undef;
+    undef.pos = at;
+    items.resize(row, undef);
+    std::vector<Cell> out;
+    out.reserve(need);
+    for (size_t k = 0; k < need / row; ++k) out.insert(out.end(), items.begin(), items.end());
+    return out;
+  }
+
+  Cell entry(const Token& t) {
+    Cell c;
+    c.pos = t.start;
+    if (t.kind == TokenKind::Number && !t.number.escape.empty()) {
+      if (t.number.escape == "undef") c.tag = CellTag::Undef;
+      else if (t.number.escape == "imposs") c.tag = CellTag::Imposs;
+      else rd_.failAt(t.start, err::DnetUnknownEscape, t.number.escape, label(dims_.size()), node_.name);
+      return c;
+    }
+    if (kind_ == TableKind::FuncState) return stateEntry(t, c);
+    if (t.kind == TokenKind::Number) {
+      c.value = t.number.value;
+      return c;
+    }
+    if (t.kind == TokenKind::Word && isInfinity(t.text)) {
+      c.value = std::numeric_limits<double>::infinity();
+      return c;
+    }
+    rd_.failAt(t.start, err::DnetUnexpectedPunct, t.text, label(dims_.size()), node_.name);
+  }
+
+  static bool isInfinity(const std::string& w) {
+    std::string u;
+    for (char ch : w) u += static_cast<char>(ch >= 'a' && ch <= 'z' ? ch - 32 : ch);
+    return u == "INFINITY" || u == "INF";
+  }
+
+  // A state of the node: its name, or "#" and its index.
+  Cell stateEntry(const Token& t, Cell c) {
+    if (isPunct(t, "#") && !atEnd() && peek().kind == TokenKind::Number && peek().number.integral) {
+      double v = take().number.value;
+      if (v < 0 || v >= node_.numStates)
+        rd_.failAt(t.start, err::DnetUnknownStateEntry, "#" + std::to_string(static_cast<long long>(v)),
+                   label(dims_.size()), node_.name);
+      c.value = v;
+      return c;
+    }
+    for (size_t i = 0; i < node_.stateNames.size(); ++i)
+      if (node_.stateNames[i] == t.text) {
+        c.value = static_cast<double>(i);
+        return c;
+      }
+    rd_.failAt(t.start, err::DnetUnknownStateEntry, t.text, label(dims_.size()), node_.name);
+  }
+
+  TokenReader& rd_;
+  Bnode& node_;
+  const std::vector<Token>& toks_;
+  TextPosition endPos_;
+  TableKind kind_;
+  std::vector<int> dims_;
+  std::vector<int> path_;  // the parent states of the groups now open (-1: none)
+  size_t next_ = 0;
+  int opens_ = 0, closes_ = 0;
+  bool flat_ = false;
+};
+
+// The fault of one probability row, or null when it is good.  A row of "@imposs" marks an
+// impossible condition and is kept as a row of zeros; a row with undefined entries is kept
+// as given.
+const char* rowFault(std::vector<Cell>& row) {
+  size_t imposs = 0, undef = 0;
+  bool negative = false, overOne = false;
+  double sum = 0;
+  for (const Cell& c : row) {
+    if (c.tag == CellTag::Imposs) ++imposs;
+    if (c.tag == CellTag::Undef) ++undef;
+    if (c.tag != CellTag::Number) continue;
+    negative |= c.value < 0;
+    overOne |= c.value > 1;
+    sum += c.value;
+  }
+  if (imposs > 0 && imposs < row.size()) return "some probabilities indicate an impossible condition and some don't, ";
+  if (imposs == row.size()) {
+    for (Cell& c : row) c = Cell{0, CellTag::Number, c.pos};
+    return nullptr;
+  }
+  if (negative) return "has a negative probability, ";
+  if (overOne) return "has a probability greater than 1, ";
+  // Rows are written with 7 significant digits; a person may well write thirds as 0.333.
+  if (undef == 0 && sum != 0 && std::fabs(sum - 1) > 2e-3) return "sum of probabilities isn't 1 (100%), ";
+  return nullptr;
+}
+
+std::vector<double> values(const std::vector<Cell>& cells) {
+  std::vector<double> out;
+  out.reserve(cells.size());
+  for (const Cell& c : cells) out.push_back(c.tag == CellTag::Number ? c.value : undefDouble());
+  return out;
+}
+
+bool holdsStateNames(const TokenText& text) {
+  for (const Token& t : text.tokens)
+    if (t.kind == TokenKind::Word || (t.kind == TokenKind::Punct && t.text == "#")) return true;
+  return false;
+}
+
+}  // namespace
+
+void DnetReader::setTables(NodeDecl& d) {
+  Bnode& node = *net_->find(d.name);
+  if (d.has("functable")) readTable(d, node, "functable", d.functable);
+  if (d.has("probs")) readTable(d, node, "probs", d.probs);
+  if (d.has("numcases")) readTable(d, node, "numcases", d.numcases);
+}
+
+// The findings saved with a node: a likelihood, then a state (which replaces it), then a value.
+void DnetReader::setFindings(const NodeDecl& d) {
+  bool evidence = d.fields.count("evidence"), likelihood = d.fields.count("likelihood"), value = d.fields.count("value");
+  if (!evidence && !likelihood && !value) return;
+  Bnode& node = *net_->find(d.name);
+  if (likelihood) {
+    ContextScope ctx(rd_, {"node", d.name, "likelihood"});
+    if (!node.hasStates()) rd_.failAt(d.at("likelihood"), err::DnetNotDiscreteFinding, "likelihood", "node");
+    if (d.likelihood.size() != static_cast<size_t>(node.numStates))
+      rd_.failAt(d.at("likelihood"), err::DnetFindingCount, static_cast<int>(d.likelihood.size()), node.numStates, "node");
+    std::vector<float> lik(d.likelihood.begin(), d.likelihood.end());
+    enterLikelihood(node, lik.data());
+  }
+  if (evidence) {
+    ContextScope ctx(rd_, {"node", d.name, "evidence"});
+    if (!node.hasStates()) rd_.failAt(d.at("evidence"), err::DnetNotDiscreteFinding, "evidence", "node");
+    const std::vector<Token>& t = d.evidence.tokens;
+    int state = -1;
+    std::string text;
+    for (const Token& k : t) text += k.text;
+    if (t.size() == 1 && t[0].kind == TokenKind::Word) {
+      auto it = std::find(node.stateNames.begin(), node.stateNames.end(), t[0].text);
+      if (it != node.stateNames.end()) state = static_cast<int>(it - node.stateNames.begin());
+    } else if (t.size() == 2 && t[0].kind == TokenKind::Punct && t[0].text == "#" && t[1].kind == TokenKind::Number && t[1].number.integral &&
+               t[1].number.value >= 0 && t[1].number.value < node.numStates) {
+      state = static_cast<int>(t[1].number.value);
+    }
+    if (state < 0) rd_.failAt(d.at("evidence"), err::DnetUnknownState, text);
+    enterState(node, state, true, false);
+  }
+  if (value) {
+    ContextScope ctx(rd_, {"node", d.name, "value"});
+    enterValue(node, d.value);
+  }
+}
+
+void DnetReader::readTable(NodeDecl& d, Bnode& node, const std::string& field, const TokenText& text) {
+  ContextScope ctx(rd_, {"node", d.name, field});
+  TextPosition at = d.at(field);
+  if (!node.hasStates()) rd_.failAt(at, err::DnetTableNotDiscrete, node.name);
+  for (const Link& l : node.parents)
+    if (!l.parent->hasStates()) rd_.failAt(at, err::DnetTableParentNotDiscrete, node.name, l.parent->name);
+  TableKind kind = field == "probs"      ? TableKind::Probs
+                   : field == "numcases" ? TableKind::Exper
+                   : holdsStateNames(text) || node.levels.empty() ? TableKind::FuncState
+                                                                  : TableKind::FuncReal;
+  WhichTable which = kind == TableKind::Probs      ? WhichTable::Cpt
+                     : kind == TableKind::Exper    ? WhichTable::Exper
+                     : kind == TableKind::FuncReal ? WhichTable::FuncReal
+                                                   : WhichTable::FuncState;
+  checkTableSettable(node, which, field);  // refuses tables too large to hold
+  TableParser parser(rd_, node, text, kind);
+  std::vector<Cell> cells = parser.parse();
+  if (kind == TableKind::Probs) {
+    size_t n = static_cast<size_t>(node.numStates);
+    for (size_t r = 0; r * n < cells.size(); ++r) {
+      std::vector<Cell> row(cells.begin() + static_cast<long>(r * n), cells.begin() + static_cast<long>((r + 1) * n));
+      if (const char* fault = rowFault(row))
+        rd_.failAt(row.front().pos, err::DnetRowFault, fault, parser.rowLabel(r), node.name);
+      std::copy(row.begin(), row.end(), cells.begin() + static_cast<long>(r * n));
+    }
+  }
+  for (const Cell& c : cells) {
+    if (kind != TableKind::Probs && c.tag == CellTag::Imposs)
+      rd_.failAt(c.pos, err::DnetUnknownEscape, "imposs", "", node.name);
+    if (kind == TableKind::Exper && c.tag == CellTag::Number && c.value < 0)
+      rd_.failAt(c.pos, err::DnetLessThanZero, c.value);
+  }
+  std::vector<double> v = values(cells);
+  writeTable(node, which, nullptr, v.data());
+}
+
+}  // namespace quorva

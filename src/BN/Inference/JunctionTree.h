@@ -1,0 +1,80 @@
+// The junction tree of a compiled net: cliques joined by separators, home cliques, and the
+// potentials that belief updating keeps on them.
+#pragma once
+#include <cstdint>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "BN/Tables/PotKernels.h"
+#include "BN/Tables/PotTable.h"
+
+namespace quorva {
+
+class Bnet;
+class Bnode;
+
+struct Separator {
+  int a = -1, b = -1;            // the two cliques (a the earlier, toward the root)
+  std::vector<Bnode*> nodes;
+  double size = 1;
+  PotTable pot;                  // the last message through it
+  PotTable fresh;                // scratch: the new message
+  KernelPlan fromA, fromB;       // the kernel plans of messages: a's or b's table onto this one,
+  KernelPlan intoA, intoB;       // and this one into a's or b's
+};
+
+struct Clique {
+  std::vector<Bnode*> members;
+  double size = 1;
+  std::vector<int> seps;         // separators touching it
+  PotTable pot;
+  int state = 1;                 // propagation state of this round
+  bool onQueue = false;
+};
+
+struct JunctionTree {
+  std::vector<Clique> cliques;
+  std::vector<Separator> seps;
+  bool hasDecisions = false;
+  double probFindings = 1.0;
+  // The consistent potentials with no findings, to start again from when findings are retracted.
+  std::vector<PotTable> baseCliques, baseSeps;
+  bool haveBase = false;
+  bool entered = false;          // some finding is in the potentials
+  bool spent = false;            // propagation failed part way: start again from the base
+  bool memoryChecked = false;    // the tables' memory was checked (at the compile or first update)
+  uint64_t version = 0;          // rises whenever the potentials change
+  std::vector<int> queue;        // scratch of the propagation schedule
+
+  int neighbour(int clique, int sep) const {
+    const Separator& s = seps[static_cast<size_t>(sep)];
+    return s.a == clique ? s.b : s.a;
+  }
+  double totalSize() const;
+};
+
+// How a compile finds its order: the stored or greedy one, or (optimising) the order search for
+// `seconds`, printing its estimates to `console`.
+struct CompileOptions {
+  bool optimize = false;
+  double seconds = 0;
+  std::FILE* console = nullptr;
+};
+
+struct UGraph;
+// The moral graph over the nodes to eliminate: parents of chance and utility nodes married, links
+// into decisions dropped, constant and utility nodes left out.
+UGraph moralGraph(const Bnet& net);
+
+// Compiles the net (nothing when it is compiled).
+void compileNet(Bnet& net, const CompileOptions& options = {});
+void uncompileNet(Bnet& net);
+// Refuses tables that would not fit under the environment's memory limit, and records when they
+// would be vastly too large for exact inference; `updating` when the tables are being built for
+// an update rather than at the compile.
+void checkTableMemory(Bnet& net, const JunctionTree& jt, bool updating);
+// "Clique  [Joined To] ..." report of the compiled net.
+std::string junctionTreeReport(const Bnet& net);
+
+}  // namespace quorva

@@ -1,0 +1,87 @@
+// Nets: the node index, unique labels, and deletion.
+#include "BN/Net/Bnet.h"
+
+#include <algorithm>
+
+#include "BN/Inference/JunctionTree.h"
+#include "BN/Net/NetErrors.h"
+#include "Basic/BasicErrors.h"
+#include "Basic/Raise.h"
+
+namespace quorva {
+
+Bnet::Bnet(EnvCore* env, std::string name) : Tagged(BNET_TYPE), name(std::move(name)), env(env) {}
+
+Bnet::~Bnet() = default;
+
+void Bnet::tablesChanged() {
+  if (juncStep > 2) juncStep = 2;
+  if (jt) jt->haveBase = false;
+}
+
+void Bnet::uncompile() {
+  juncStep = 0;
+  jt.reset();
+  enteredAs.clear();
+  for (Bnode* n : nodes) n->homeClique = -1;
+}
+
+uint64_t Bnet::newLabel() {
+  ++uniqueLabel;
+  if (uniqueLabel == UNIQUE_LABEL_WARNING) engWarning(env, err::UniqueLabelsRecycle);
+  if (uniqueLabel >= UNIQUE_LABEL_WRAP) {
+    uniqueLabel = FIRST_UNIQUE_LABEL;
+    for (Bnode* n : nodes) n->mark = 0;  // old marks must not match recycled labels
+  }
+  return uniqueLabel;
+}
+
+Bnode* Bnet::find(const std::string& nodeName) const {
+  auto it = byName_.find(nodeName);
+  return it == byName_.end() ? nullptr : it->second;
+}
+
+Bnode& Bnet::addNode(std::string nodeName, int numStates) {
+  storage_.reserve(storage_.size() + 1);
+  nodes.reserve(nodes.size() + 1);
+  auto node = std::make_unique<Bnode>(this, std::move(nodeName), numStates);
+  Bnode& ref = *node;
+  byName_.emplace(ref.name, &ref);
+  storage_.push_back(std::move(node));
+  nodes.push_back(&ref);
+  return ref;
+}
+
+void Bnet::removeNode(Bnode& node) {
+  byName_.erase(node.name);
+  nodes.erase(std::remove(nodes.begin(), nodes.end(), &node), nodes.end());
+  elimOrder.clear();
+  node.becomeDeleted();
+}
+
+void Bnet::renameNode(Bnode& node, std::string newName) {
+  byName_.erase(node.name);
+  node.name = std::move(newName);
+  byName_.emplace(node.name, &node);
+}
+
+Nodeset* Bnet::findNodeset(const std::string& setName) {
+  for (Nodeset& s : nodesets)
+    if (s.name == setName) return &s;
+  return nullptr;
+}
+
+void Bnet::becomeDeleted() {
+  deleted = 1;
+  jt.reset();
+  tag = static_cast<uint16_t>(tag | 0x0100);  // still a net, flagged as gone
+  byName_.clear();
+  nodes.clear();
+  storage_.clear();
+  elimOrder.clear();
+  nodesets.clear();
+  nodeList.nodes.clear();
+  userFields = UserFields();
+}
+
+}  // namespace quorva

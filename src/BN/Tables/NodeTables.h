@@ -1,0 +1,49 @@
+// The tables a node carries: its CPT (dimensions: the parents, then the node), and, one entry per
+// parent configuration, its function table and its experience table.  A table that is not
+// allocated is absent.
+#pragma once
+#include <vector>
+
+#include "BN/Tables/PotTable.h"
+
+namespace quorva {
+
+class Bnode;
+
+inline constexpr double MAX_CPT_ENTRIES = 400'000'000.0;
+
+struct NodeTables {
+  PotTable cpt;
+  PotTable func;   // a state index (as a float) or a real value per row
+  bool funcReal = false;
+  PotTable exper;
+
+  bool any() const { return cpt.isAllocated() || func.isAllocated() || exper.isAllocated(); }
+  void clear() {
+    cpt.freeData();
+    func.freeData();
+    exper.freeData();
+  }
+};
+
+// The nodes of a table: the node's parents (and the node itself for a CPT).
+std::vector<Bnode*> tableNodes(const Bnode& node, bool withNode);
+// The number of entries a CPT of these dimensions would hold (capped), and the refusal past
+// 400,000,000 entries: error 3615 with `verb` "create" or "edit".
+double cptEntries(const std::vector<int>& dims);
+void checkCptSize(const Bnode& node, const std::vector<int>& dims, const char* verb);
+
+// Makes the node's CPT if it has none, every entry undefined.
+PotTable& ensureCpt(Bnode& node);
+PotTable& ensureFunc(Bnode& node, bool real);
+PotTable& ensureExper(Bnode& node);
+
+// The row of the table at the given parent states (one per parent).
+size_t rowOffset(const Bnode& node, const int* parentStates);
+
+// A node is deterministic when it has a function table, or every defined CPT row holds one 1.
+bool isDeterministic(const Bnode& node);
+// Whether every entry of the node's CPT (or function table) is defined.
+bool isTableComplete(const Bnode& node);
+
+}  // namespace quorva

@@ -1,0 +1,80 @@
+// Nodes through the C API: creation, renaming, kinds and deletion.
+#include "BN/Net/NetErrors.h"
+#include "Basic/BasicErrors.h"
+#include "Support/NetSnapshot.h"
+#include "Quorva/ApiErrors.h"
+
+namespace err = quorva::err;
+
+void setNodeKindFromC(node_bn* node, int kind);  // CCaller.cpp
+
+class NodeApiTest : public NetTest {
+ protected:
+  void SetUp() override {
+    NetTest::SetUp();
+    net = NewNet_bn("N", env);
+    a = NewNode_bn("A", 2, net);
+    b = NewNode_bn("B", 3, net);
+  }
+  net_bn* net = nullptr;
+  node_bn *a = nullptr, *b = nullptr;
+};
+
+TEST_F(NodeApiTest, RefusedNewNodeLeavesNetUnchanged) {
+  auto add = [&](const char* name, int states) {
+    return [=, this] { EXPECT_EQ(NewNode_bn(name, states, net), nullptr); };
+  };
+  expectRefused(net, add("", 2), err::EmptyName.number, "empty string passed for name");
+  expectRefused(net, add("a b", 2), err::BadName.number, "in argument 'name', 'a b' contains a space");
+  expectRefused(net, add("A", 2), err::NameUsed.number,
+                "name 'A' is already used by another >-Bnode in >-Bnet 'N'");
+  expectRefused(net, add("D", -1), err::NegativeNumStates.number,
+                "argument 'num_states' is negative (=-1), trying to add new >-Bnode to >-Bnet 'N'");
+}
+
+TEST_F(NodeApiTest, RenamedNodeIsFoundOnlyByItsNewNameAndRefusedRenamesChangeNothing) {
+  expectRefused(net, [&] { SetNodeName_bn(a, "B"); }, err::NameUsed.number,
+                "name 'B' is already used by another >-Bnode in >-Bnet 'N'");
+  expectRefused(net, [&] { SetNodeName_bn(a, "2A"); }, err::BadName.number,
+                "in argument 'name', '2A' starts with non-alphabetic character '2'");
+  SetNodeName_bn(a, "Z");
+  EXPECT_EQ(GetNodeNamed_bn("Z", net), a);
+  EXPECT_EQ(GetNodeNamed_bn("A", net), nullptr);
+  node_bn* again = NewNode_bn("A", 2, net);  // the old name is free again
+  ASSERT_NE(again, nullptr);
+  EXPECT_EQ(GetNodeNamed_bn("A", net), again);
+}
+
+TEST_F(NodeApiTest, OnlyTheFourOrdinaryKindsCanBeSet) {
+  SetNodeKind_bn(a, DECISION_NODE);
+  EXPECT_EQ(GetNodeKind_bn(a), DECISION_NODE);
+  expectRefused(net, [&] { SetNodeKind_bn(a, DISCONNECTED_NODE); }, err::KindDisconnected.number,
+                "argument 'kind' passed for >-Bnode 'A' is DISCONNECTED_NODE, but link disconnection "
+                "should be done with >-SwitchNodeParent_bn or >-CopyNodes_bn");
+  expectRefused(net, [&] { SetNodeKind_bn(a, ADVERSARY_NODE); }, err::KindAdversary.number,
+                "argument 'kind' passed for >-Bnode 'A' is ADVERSARY_NODE, but that is not supported yet");
+  for (int kind : {7, -1})
+    expectRefused(net, [&] { setNodeKindFromC(a, kind); }, err::KindRange.number,
+                  "argument 'kind' passed for >-Bnode 'A' is " + std::to_string(kind) +
+                      ", but it should be between 0 and 4 inclusive");
+  EXPECT_EQ(GetNodeKind_bn(a), DECISION_NODE);
+}
+
+TEST_F(NodeApiTest, DeletedNodeTakesItsLinksAndItsHandleIsRefused) {
+  node_bn* c = NewNode_bn("C", 2, net);
+  node_bn* d = NewNode_bn("D", 2, net);
+  AddLink_bn(a, b);
+  AddLink_bn(c, b);
+  AddLink_bn(b, d);
+  AddLink_bn(a, d);
+  DeleteNode_bn(b);
+  EXPECT_EQ(errorCount(ERROR_ERR), 0);
+  EXPECT_EQ(listNames(GetNetNodes_bn(net)), "A,C,D");
+  EXPECT_EQ(listNames(GetNodeChildren_bn(a)), "D");
+  EXPECT_EQ(listNames(GetNodeChildren_bn(c)), "");
+  EXPECT_EQ(listNames(GetNodeParents_bn(d)), "A");
+  EXPECT_EQ(GetNodeNamed_bn("B", net), nullptr);
+
+  expectRefused(net, [&] { EXPECT_EQ(GetNodeName_bn(b), nullptr); }, 5184, "deleted >-Bnode passed");
+  expectRefused(net, [&] { AddLink_bn(a, b); }, 5184, "deleted >-Bnode passed");
+}
