@@ -1,6 +1,8 @@
 # Quorva: build, demo, tests and benchmarks.
 #
-#   make demo    build the library and the quorva tool, run the Asia example and quorva beliefs
+#   make demo    build only the library, the quorva tool and asia_demo; run the Asia example and
+#                quorva beliefs
+#   make build   RelWithDebInfo build of everything (libraries, tool, examples, tests, benchmarks)
 #   make test    Debug build with AddressSanitizer + UBSan, run every test
 #   make tsan    ThreadSanitizer build, run the Quorva-area tests (the multi-threaded ones)
 #   make bench   Release build, run every benchmark and quorva bench on every shipped net
@@ -8,22 +10,26 @@
 #   make clean   remove the build directories
 #
 # Every target first installs the Debian packages it needs when they are missing.
+# When ccache is installed every build goes through it (CCACHE_DISABLE=1 turns it off).
 
-DEB_PACKAGES := cmake g++ make libgtest-dev libbenchmark-dev libutf8proc-dev libcli11-dev nlohmann-json3-dev
+DEMO_PACKAGES := cmake g++ make libutf8proc-dev libcli11-dev nlohmann-json3-dev
+DEB_PACKAGES := $(DEMO_PACKAGES) libgtest-dev libbenchmark-dev pkg-config
 FUZZ_PACKAGES := clang libclang-rt-14-dev
 FUZZ_SECONDS ?= 30
 SUDO := $(if $(filter 0,$(shell id -u)),,sudo)
 APT := $(SUDO) env DEBIAN_FRONTEND=noninteractive apt-get
 JOBS := -j2
+CCACHE := $(shell command -v ccache 2>/dev/null)
+CMAKE := cmake $(if $(CCACHE),-DCMAKE_C_COMPILER_LAUNCHER=$(CCACHE) -DCMAKE_CXX_COMPILER_LAUNCHER=$(CCACHE))
 # Every net the project ships, for quorva bench (Link, at about 0.7 s an update, stops after 14 s).
 BENCH_NETS := $(sort $(wildcard tests/data/*.bif))
 
-.PHONY: all deps fuzz-deps build demo test tsan bench fuzz clean
+.PHONY: all deps demo-deps fuzz-deps build demo test tsan bench fuzz clean
 
 all: build
 
 # Installs the packages named in $(PACKAGES) that are missing.
-deps fuzz-deps:
+deps demo-deps fuzz-deps:
 	@missing=""; \
 	for p in $(PACKAGES); do \
 	  dpkg -s $$p >/dev/null 2>&1 || missing="$$missing $$p"; \
@@ -34,13 +40,19 @@ deps fuzz-deps:
 	fi
 
 deps: PACKAGES = $(DEB_PACKAGES)
+demo-deps: PACKAGES = $(DEMO_PACKAGES)
 fuzz-deps: PACKAGES = $(FUZZ_PACKAGES)
 
 build: deps
-	cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo
+	$(CMAKE) -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQUORVA_TESTS=ON -DQUORVA_BENCH=ON
 	cmake --build build $(JOBS)
 
-demo: build
+# Builds only what the demo runs.  A fresh build/ is configured without tests and benchmarks (so
+# their packages are not needed); one configured before keeps its settings.
+demo: demo-deps
+	$(CMAKE) -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	  $(if $(wildcard build/CMakeCache.txt),,-DQUORVA_TESTS=OFF -DQUORVA_BENCH=OFF)
+	cmake --build build $(JOBS) --target quorva_tool asia_demo
 	./build/asia_demo
 	@echo
 	@echo "== quorva beliefs examples/asia.dne  (no findings)"
@@ -50,19 +62,19 @@ demo: build
 	./build/quorva beliefs examples/asia.dne -f smoking=f1 -f positive_XraY=d1
 
 test: deps
-	cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=Debug \
+	$(CMAKE) -S . -B build-asan -DCMAKE_BUILD_TYPE=Debug \
 	  -DQUORVA_SANITIZE=address,undefined -DQUORVA_BENCH=OFF
 	cmake --build build-asan $(JOBS)
 	ctest --test-dir build-asan --output-on-failure $(JOBS)
 
 tsan: deps
-	cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=Debug \
+	$(CMAKE) -S . -B build-tsan -DCMAKE_BUILD_TYPE=Debug \
 	  -DQUORVA_SANITIZE=thread -DQUORVA_BENCH=OFF
 	cmake --build build-tsan $(JOBS) --target test_Quorva
 	TSAN_OPTIONS=halt_on_error=1 ctest --test-dir build-tsan --output-on-failure -L Quorva $(JOBS)
 
 bench: deps
-	cmake -S . -B build-release -DCMAKE_BUILD_TYPE=Release -DQUORVA_TESTS=OFF
+	$(CMAKE) -S . -B build-release -DCMAKE_BUILD_TYPE=Release -DQUORVA_TESTS=OFF
 	cmake --build build-release $(JOBS)
 	@set -e; found=0; \
 	for b in build-release/bench/bench_*; do \
@@ -75,7 +87,7 @@ bench: deps
 	@cat build-release/bench-table.md
 
 fuzz: deps fuzz-deps
-	CC=clang CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	CC=clang CXX=clang++ $(CMAKE) -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo \
 	  -DQUORVA_FUZZ=ON -DQUORVA_TESTS=OFF -DQUORVA_BENCH=OFF
 	cmake --build build-fuzz $(JOBS)
 	@set -e; for f in build-fuzz/fuzz/fuzz_*; do \
