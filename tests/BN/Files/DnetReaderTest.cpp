@@ -46,7 +46,7 @@ bool undefined(float x) { return x < -1e30f; }
 // A net in the writer's layout, with the child written before its parents.
 const char* CHILD_FIRST = R"(// ~->[DNET-1]->~
 
-// File created by someone using Quorva 7.01.
+// File created by someone using Quorva 1.00.
 
 bnet Clinic {
 autoupdate = FALSE;

@@ -55,9 +55,13 @@ void expectInOrder(const std::string& in, const std::vector<std::string>& texts)
 
 TEST_F(DnetWriterTest, FrameAndDefaultFieldsAreLeftOut) {
   std::string text = written();
+  // The creator comment carries the version the API reports.
+  int version = GetQuorvaVersion_bn(env, nullptr);
+  char shown[16];
+  std::snprintf(shown, sizeof shown, "%d\\.%02d", version / 100, version % 100);
   std::regex frame(
       "// ~->\\[DNET-1\\]->~\n\n"
-      "// File created by someone using Quorva 7\\.01 on [^\n]+ at [^\n]+ UTC\\.\n\n"
+      "// File created by someone using Quorva " + std::string(shown) + " on [^\n]+ at [^\n]+ UTC\\.\n\n"
       "bnet Net \\{\n\tautoupdate = TRUE;\n\\};\n");
   EXPECT_TRUE(std::regex_match(text, frame)) << text;
   EXPECT_EQ(errorCount(WARNING_ERR), 0);
