@@ -4,6 +4,7 @@
 #include "BN/Files/BifWriter.h"
 
 #include <cctype>
+#include <charconv>
 #include <cmath>
 #include <string>
 #include <unordered_set>
@@ -46,10 +47,11 @@ std::vector<std::string> bifTexts(const std::vector<std::string>& names,
   return out;
 }
 
+// The shortest decimal that reads back to the same float (0.01f is "0.01", not 0.00999999978).
 std::string number(double v) {
   char buf[40];
-  std::snprintf(buf, sizeof buf, "%.9g", v);
-  return buf;
+  auto [end, ec] = std::to_chars(buf, buf + sizeof buf, static_cast<float>(v));
+  return ec == std::errc() ? std::string(buf, end) : std::to_string(v);
 }
 
 }  // namespace

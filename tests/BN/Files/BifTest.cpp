@@ -192,6 +192,30 @@ TEST_F(BifTest, IllegalNamesBecomeLegalAndUniqueWithTheTextKeptAsTitle) {
   expectSameNet(net, again);
 }
 
+// Each probability is written as the shortest decimal that reads back to the same float.
+TEST_F(BifTest, ProbabilitiesAreWrittenInTheirShortestExactForm) {
+  struct Row {
+    float p;
+    const char* text;
+  };
+  const Row rows[] = {{0.01f, "0.01"}, {0.1f, "0.1"}, {1.0f / 3, "0.33333334"}, {0.999f, "0.999"},
+                      {1e-7f, "1e-07"}, {0.123456789f, "0.12345679"}, {0.0f, "0"}, {1.0f, "1"}};
+  net_bn* net = NewNet_bn("Net", env);
+  node_bn* a = NewNode_bn("A", 2, net);
+  for (const Row& r : rows) {
+    const state_bn none[1] = {0};
+    const prob_bn row[] = {r.p, 1 - r.p};
+    SetNodeProbs_bn(a, none, row);
+    std::string text = write(net);
+    std::string want = std::string("table ") + r.text + ", ";
+    EXPECT_NE(text.find(want), std::string::npos) << want << " in\n" << text;
+    net_bn* again = readText(text);
+    ASSERT_NE(again, nullptr) << ErrorDisplayMessage_vq(lastError());
+    EXPECT_EQ(prob(again, "A", {0}, 0), r.p) << r.text;
+    DeleteNet_bn(again);
+  }
+}
+
 TEST_F(BifTest, TitlesThatDoNotMapBackAreNotWritten) {
   net_bn* net = NewNet_bn("Net", env);
   node_bn* a = NewNode_bn("Visit", 2, net);
