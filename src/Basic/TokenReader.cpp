@@ -257,6 +257,17 @@ std::string TokenReader::readWord(std::string_view extra) {
   return out;
 }
 
+std::string TokenReader::readBareWord(std::string_view stops) {
+  skipSpace();
+  startToken();
+  std::string out;
+  for (int c = peek(); c != END && c > ' ' && stops.find(static_cast<char>(c)) == std::string_view::npos; c = peek()) {
+    if (c == '/' && (peek(1) == '/' || peek(1) == '*' || peek(1) == '#')) break;  // a comment opens
+    out += static_cast<char>(readChar());
+  }
+  return out;
+}
+
 bool TokenReader::startsNumber() {
   size_t i = peek() == '+' || peek() == '-' ? 1 : 0;
   if (isDigit(peek(i))) return true;

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "BN/Files/BifErrors.h"
+#include "BN/Files/BifReader.h"
 #include "BN/Net/Bnet.h"
 #include "BN/Tables/NodeTableOps.h"
 #include "Basic/Stream.h"
@@ -21,11 +22,15 @@ namespace quorva {
 
 namespace {
 
-// A text the reader takes as one name: letters, digits, '_', '-' and '.'.
+// A text the reader takes as one name: printable ASCII that holds no character ending a word
+// and opens no comment.
 bool isBifWord(const std::string& s) {
   if (s.empty()) return false;
-  for (char c : s)
-    if (!std::isalnum(static_cast<unsigned char>(c)) && c != '_' && c != '-' && c != '.') return false;
+  for (size_t i = 0; i < s.size(); ++i) {
+    char c = s[i];
+    if (c <= ' ' || c > '~' || BIF_WORD_STOPS.find(c) != std::string_view::npos) return false;
+    if (c == '/' && i + 1 < s.size() && (s[i + 1] == '/' || s[i + 1] == '*' || s[i + 1] == '#')) return false;
+  }
   return true;
 }
 
