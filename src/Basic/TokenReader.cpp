@@ -19,7 +19,10 @@ constexpr size_t MESSAGE_LIMIT = 511;  // what a record keeps of a message
 bool isSpace(int c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f'; }
 bool isDigit(int c) { return c >= '0' && c <= '9'; }
 bool isLetter(int c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
-bool isWordChar(int c) { return isLetter(c) || isDigit(c) || c == '_'; }
+// Bytes above 127 (UTF-8 sequences) count as word characters, so that a name holding one is
+// read whole and refused by the name rule with the whole character shown.
+bool isWordStart(int c) { return isLetter(c) || c == '_' || c >= 0x80; }
+bool isWordChar(int c) { return isWordStart(c) || isDigit(c); }
 bool isPunctuation(int c) { return c > ' ' && c < 127 && !isWordChar(c); }
 
 char lowerAscii(int c) { return static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c); }
@@ -242,7 +245,7 @@ void TokenReader::skipIgnoreSection(TextPosition start) {
 std::string TokenReader::readIdentifier() {
   int c = skipSpace();
   startToken();
-  if (!isLetter(c) && c != '_') return "";
+  if (c == END || !isWordStart(c)) return "";
   return readWord();
 }
 
@@ -350,7 +353,7 @@ Token TokenReader::readToken() {
   if (c == '"') {
     t.kind = TokenKind::String;
     t.text = readQuoted();
-  } else if (isLetter(c) || c == '_') {
+  } else if (isWordStart(c)) {
     t.kind = TokenKind::Word;
     t.text = readWord();
   } else if (readNumber(t.number)) {

@@ -18,6 +18,7 @@
 #include "BN/Net/NodeStates.h"
 #include "BN/Tables/NodeTableOps.h"
 #include "Basic/IdName.h"
+#include "Basic/ReaderErrors.h"
 #include "Basic/TokenReader.h"
 
 namespace quorva {
@@ -50,6 +51,7 @@ class BifReader {
   BifReader(FileSpec& in, EnvCore* env) : rd_(in), net_(std::make_unique<Bnet>(env, "Unnamed")) {}
 
   Bnet* read() {
+    if (rd_.skipSpace() == TokenReader::END) rd_.failAt(TextPosition{}, err::EmptyFile, "net");
     while (rd_.skipSpace() != TokenReader::END) {
       TextPosition at = rd_.here();
       std::string word = rd_.readIdentifier();
