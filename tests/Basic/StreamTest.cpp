@@ -54,9 +54,9 @@ TEST_F(FileSpecTest, OpenFailuresNameTheFileAndTheWayItWasWanted) {
   // A directory is named as one, whatever the stream was to do with it.
   FileSpec directory(&env, FileSpec::Kind::File, dir.string());
   const std::string isDir = " because it is a directory, not a file";
-  EXPECT_EQ(failure([&] { directory.readAll(); }), "couldn't open '" + dir.string() + "' for reading," + isDir.substr(1));
-  EXPECT_EQ(failure([&] { TokenReader r(directory); }), "couldn't open '" + dir.string() + "' for reading," + isDir.substr(1));
-  EXPECT_EQ(failure([&] { directory.write("x"); }), "couldn't open '" + dir.string() + "' for writing," + isDir.substr(1));
+  EXPECT_EQ(failure([&] { directory.readAll(); }), "couldn't open '" + dir.string() + "' for reading," + isDir);
+  EXPECT_EQ(failure([&] { TokenReader r(directory); }), "couldn't open '" + dir.string() + "' for reading," + isDir);
+  EXPECT_EQ(failure([&] { directory.write("x"); }), "couldn't open '" + dir.string() + "' for writing," + isDir);
 }
 
 TEST_F(FileSpecTest, WriteFailureIsReported) {
