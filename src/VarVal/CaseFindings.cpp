@@ -38,6 +38,32 @@ int findIn(const std::vector<std::string>& names, const std::string& text) {
   return it == names.end() ? -1 : static_cast<int>(it - names.begin());
 }
 
+// The state whose name is `text`; failing that, the one state whose title is `text` (a label the
+// user knows, such as "0" for the state legalised to "_"); else -1.
+int findState(const Bnode& node, const std::string& text) {
+  int byName = findIn(node.stateNames, text);
+  if (byName >= 0 || text.empty()) return byName;
+  int found = -1;
+  for (size_t i = 0; i < node.stateTitles.size(); ++i) {
+    if (node.stateTitles[i] != text) continue;
+    if (found >= 0) return -1;  // the title does not pick one state
+    found = static_cast<int>(i);
+  }
+  return found;
+}
+
+// The node named `label`; failing that, the one node whose title is `label`; else null.
+Bnode* findNode(Bnet& net, const std::string& label) {
+  if (Bnode* node = net.find(label)) return node;
+  Bnode* found = nullptr;
+  for (Bnode* node : net.nodes) {
+    if (label.empty() || node->title != label) continue;
+    if (found) return nullptr;
+    found = node;
+  }
+  return found;
+}
+
 }  // namespace
 
 CaseValue parseCaseValue(const Bnode& node, const std::string& text, const CaseReader& reader,
@@ -79,7 +105,7 @@ CaseValue parseCaseValue(const Bnode& node, const std::string& text, const CaseR
       engError(env, err::CaseIllegalValue, text, node.name, where);
     return v;
   }
-  v.state = findIn(node.stateNames, text);
+  v.state = findState(node, text);
   if (v.state >= 0) return v;
   double x = 0;
   if (parseNumber(text, x)) {
@@ -114,7 +140,7 @@ std::vector<Bnode*> bindColumns(const CaseReader& reader, Bnet& net, const std::
   for (size_t c = 0; c < bound.size(); ++c) {
     const CaseColumn& col = reader.columns()[c];
     if (col.role != CaseColumn::Variable) continue;
-    Bnode* node = net.find(col.name);
+    Bnode* node = findNode(net, col.name);
     if (!node && (mode == AddNew::PrintAndAdd || mode == AddNew::Quietly)) {
       node = &createNode(net, col.name.c_str(), 0);
       added.push_back(col.name);
