@@ -69,24 +69,25 @@ Bnode* findNode(Bnet& net, const std::string& label) {
 CaseValue parseCaseValue(const Bnode& node, const std::string& text, const CaseReader& reader,
                          const CaseRow& row, size_t col) {
   EnvCore* env = node.net->env;
-  const std::string where = reader.where(row, row.chars[col]);
+  // The position, built only for a message.
+  auto where = [&] { return reader.where(row, row.chars[col]); };
   CaseValue v;
   if (reader.format().isMissing(text)) return v;
   v.kind = CaseValue::State;
   if (text[0] == '"') {
     std::string decoded;
-    if (!decodeQuoted(env, text, decoded)) engError(env, err::CaseIllegalValue, text, node.name, where);
+    if (!decodeQuoted(env, text, decoded)) engError(env, err::CaseIllegalValue, text, node.name, where());
     v.state = findIn(node.stateTitles, decoded);
     if (v.state < 0) v.state = findIn(node.stateNames, decoded);
-    if (v.state < 0) engError(env, err::CaseNotAState, text, node.name, where);
+    if (v.state < 0) engError(env, err::CaseNotAState, text, node.name, where());
     return v;
   }
   if (text[0] == '#') {
     long s = -1;
     if (text.size() < 2 || text.size() > 10 || !std::all_of(text.begin() + 1, text.end(), [](char ch) { return ch >= '0' && ch <= '9'; }))
-      engError(env, err::CaseIllegalValue, text, node.name, where);
+      engError(env, err::CaseIllegalValue, text, node.name, where());
     s = std::strtol(text.c_str() + 1, nullptr, 10);
-    if (s >= node.numStates) engError(env, err::CaseNotAState, text, node.name, where);
+    if (s >= node.numStates) engError(env, err::CaseNotAState, text, node.name, where());
     v.state = static_cast<int>(s);
     return v;
   }
@@ -102,7 +103,7 @@ CaseValue parseCaseValue(const Bnode& node, const std::string& text, const CaseR
       from = to + 1;
     }
     if (!ok || v.likelihood.size() != static_cast<size_t>(node.numStates))
-      engError(env, err::CaseIllegalValue, text, node.name, where);
+      engError(env, err::CaseIllegalValue, text, node.name, where());
     return v;
   }
   v.state = findState(node, text);
@@ -114,7 +115,7 @@ CaseValue parseCaseValue(const Bnode& node, const std::string& text, const CaseR
       v.kind = CaseValue::Value;
       v.value = x;
       if (lv.size() >= 2 && (x < std::min(lv.front(), lv.back()) || x > std::max(lv.front(), lv.back())))
-        engError(env, err::CaseValueNoState, x, node.name, where);
+        engError(env, err::CaseValueNoState, x, node.name, where());
       return v;
     }
     for (size_t i = 0; i < lv.size() && i < static_cast<size_t>(node.numStates); ++i)
@@ -122,10 +123,10 @@ CaseValue parseCaseValue(const Bnode& node, const std::string& text, const CaseR
         v.state = static_cast<int>(i);
         return v;
       }
-    engError(env, err::CaseValueNoState, x, node.name, where);
+    engError(env, err::CaseValueNoState, x, node.name, where());
   }
-  if (!node.hasStates()) engError(env, err::CaseIllegalValue, text, node.name, where);
-  engWarning(env, err::CaseUnknownValue, text, node.name, where);
+  if (!node.hasStates()) engError(env, err::CaseIllegalValue, text, node.name, where());
+  engWarning(env, err::CaseUnknownValue, text, node.name, where());
   v.kind = CaseValue::Skip;
   return v;
 }
