@@ -44,6 +44,7 @@ class MemoryInput : public StreamInput {
     bytes_.remove_prefix(n);
     return n;
   }
+  const std::string_view* inPlace() const override { return &bytes_; }
 
  private:
   std::string_view bytes_;

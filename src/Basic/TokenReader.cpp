@@ -45,8 +45,17 @@ double outOfRange(const std::string& text) {
 }  // namespace
 
 TokenReader::TokenReader(FileSpec& stream, Syntax syntax, size_t block)
-    : stream_(stream), input_(stream.openInput()), syntax_(syntax),
-      buf_(std::max(block, 2 * MAX_LOOKAHEAD)) {}
+    : stream_(stream), input_(stream.openInput()), syntax_(syntax) {
+  const std::string_view* bytes = block == DEFAULT_BLOCK ? input_->inPlace() : nullptr;
+  if (bytes) {
+    data_ = bytes->data();
+    end_ = bytes->size();
+    eof_ = true;
+    return;
+  }
+  buf_.resize(std::max(block, 2 * MAX_LOOKAHEAD));
+  data_ = buf_.data();
+}
 
 // ---------------------------------------------------------------- characters
 
@@ -63,26 +72,6 @@ bool TokenReader::fill(size_t need) {
     end_ += got;
   }
   return end_ >= need;
-}
-
-int TokenReader::peek(size_t ahead) {
-  if (pos_ + ahead >= end_ && !fill(ahead + 1)) return END;
-  return static_cast<unsigned char>(buf_[pos_ + ahead]);
-}
-
-int TokenReader::readChar() {
-  int c = peek();
-  if (c == END) return END;
-  ++pos_;
-  ++offset_;
-  // CR LF is one line end: the CR only moves along the line, the LF ends it.
-  if (c == '\n' || c == '\f' || (c == '\r' && peek() != '\n')) {
-    ++line_;
-    column_ = 1;
-  } else {
-    ++column_;
-  }
-  return c;
 }
 
 bool TokenReader::skipText(std::string_view text) {
