@@ -6,6 +6,7 @@
 #include <set>
 
 #include "Basic/Format.h"
+#include "Basic/Unicode.h"
 
 namespace quorva {
 
@@ -14,17 +15,44 @@ namespace {
 bool isNameChar(unsigned char c) { return std::isalnum(c) || c == '_'; }
 bool isAsciiLetterOrDigit(unsigned char c) { return c < 0x80 && isNameChar(c); }
 
-std::string characterMessage(std::string_view name, unsigned char c) {
-  std::string n(name);
+// The code point of a well-formed UTF-8 sequence.
+unsigned codePoint(std::string_view seq) {
+  unsigned lead = static_cast<unsigned char>(seq[0]);
+  unsigned cp = seq.size() == 1 ? lead : lead & (0x7Fu >> seq.size());
+  for (size_t i = 1; i < seq.size(); ++i) cp = (cp << 6) | (static_cast<unsigned char>(seq[i]) & 0x3Fu);
+  return cp;
+}
+
+// At most `limit` bytes of `name`, cut before a UTF-8 sequence that would not fit whole.
+std::string shown(std::string_view name, size_t limit) {
+  size_t end = 0;
+  while (end < name.size()) {
+    size_t n = std::max<size_t>(1, utf8SequenceLength(name.substr(end)));
+    if (end + n > limit) break;
+    end += n;
+  }
+  return std::string(name.substr(0, end));
+}
+
+// The message for the character at `at`, which breaks the name rule.  A character outside ASCII
+// is shown whole, with its code point, never as one byte of its UTF-8 sequence.
+std::string characterMessage(std::string_view name, size_t at) {
+  std::string n = shown(name, MAX_NAME_LENGTH);
+  unsigned char c = static_cast<unsigned char>(name[at]);
   switch (c) {
-    case ' ': return format("'%.30s' contains a space", n);
-    case '\t': return format("'%.30s' contains a tab", n);
-    case '\r': return format("'%.30s' contains a 'return' character", n);
-    case '\n': return format("'%.30s' contains a 'new-line' character", n);
+    case ' ': return format("'%s' contains a space", n);
+    case '\t': return format("'%s' contains a tab", n);
+    case '\r': return format("'%s' contains a 'return' character", n);
+    case '\n': return format("'%s' contains a 'new-line' character", n);
     default: break;
   }
-  if (c < 0x20 || c >= 0x7F) return format("'%.30s' contains an illegal character (ascii code %u)", n, unsigned{c});
-  return format("'%.30s' contains the illegal character '%c'", n, int{c});
+  if (size_t len = c >= 0x80 ? utf8SequenceLength(name.substr(at)) : 0) {
+    std::string ch(name.substr(at, len));
+    return format("'%s' contains the illegal character '%s' (U+%04X)", n, ch, codePoint(ch));
+  }
+  if (c >= 0x80) return format("'%s' contains a byte (code %u) that is not part of a UTF-8 character", n, unsigned{c});
+  if (c < 0x20 || c == 0x7F) return format("'%s' contains an illegal character (ascii code %u)", n, unsigned{c});
+  return format("'%s' contains the illegal character '%c'", n, int{c});
 }
 
 }  // namespace
@@ -44,17 +72,17 @@ int checkName(std::string_view name, int flags, std::string* message) {
     return failed;
   }
   if ((flags & NAME_LENGTH) && name.size() > MAX_NAME_LENGTH)
-    fail(NAME_LENGTH, format("'%.31s...' is too long (%d characters, maximum is %d)",
-                             std::string(name), static_cast<int>(name.size()), MAX_NAME_LENGTH));
+    fail(NAME_LENGTH, format("'%s...' is too long (%d characters, maximum is %d)", shown(name, MAX_NAME_LENGTH + 1),
+                             static_cast<int>(name.size()), MAX_NAME_LENGTH));
   if (flags & NAME_CHARS) {
     auto bad = std::find_if(name.begin(), name.end(),
                             [](char c) { return !isAsciiLetterOrDigit(static_cast<unsigned char>(c)); });
-    if (bad != name.end()) fail(NAME_CHARS, characterMessage(name, static_cast<unsigned char>(*bad)));
+    if (bad != name.end()) fail(NAME_CHARS, characterMessage(name, static_cast<size_t>(bad - name.begin())));
   }
   unsigned char first = static_cast<unsigned char>(name[0]);
   if ((flags & NAME_FIRST_CHAR) && std::isdigit(first))
-    fail(NAME_FIRST_CHAR, format("'%.30s' starts with non-alphabetic character '%c'",
-                                 std::string(name), int{first}));
+    fail(NAME_FIRST_CHAR, format("'%s' starts with non-alphabetic character '%c'", shown(name, MAX_NAME_LENGTH),
+                                 int{first}));
   return failed;
 }
 

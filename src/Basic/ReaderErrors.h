@@ -8,6 +8,8 @@ namespace quorva::err {
 inline constexpr ErrDef CantOpenFile{2640, "couldn't open file '%s' for %s"};
 inline constexpr ErrDef CantWriteFile{2641, "couldn't write to file '%s'"};
 inline constexpr ErrDef DiskReadError{2642, "disk error trying to read file '%s'"};
+inline constexpr ErrDef IsDirectory{2644, "couldn't open '%s' for %s, because it is a directory, not a file"};
+inline constexpr ErrDef EmptyFile{2645, "the file holds no %s: it is empty, or holds only white space and comments"};
 inline constexpr ErrDef PasswordFormat{
     2643, "attempt to set an encryption password for a file which is in a non-encryptable format "
           "(extension is %s)"};

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstring>
+#include <filesystem>
 #include <new>
 
 #include "Basic/BasicErrors.h"
@@ -43,6 +44,7 @@ class MemoryInput : public StreamInput {
     bytes_.remove_prefix(n);
     return n;
   }
+  const std::string_view* inPlace() const override { return &bytes_; }
 
  private:
   std::string_view bytes_;
@@ -153,6 +155,8 @@ std::FILE* FileSpec::openFile(const char* mode) {
     return file_;
   }
   closeFile();
+  std::error_code ec;
+  if (!name_.empty() && std::filesystem::is_directory(name_, ec)) engError(env_, err::IsDirectory, name_, openPurpose(mode));
   file_ = name_.empty() ? nullptr : std::fopen(name_.c_str(), mode);
   if (!file_) engError(env_, err::CantOpenFile, name_, openPurpose(mode));
   fileMode_ = mode;

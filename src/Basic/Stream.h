@@ -21,6 +21,9 @@ class StreamInput {
   // Copies up to `max` of the next bytes into `dst` and returns how many; 0 only at the end.
   // A read that fails part way raises "disk error trying to read file '%s'".
   virtual size_t read(char* dst, size_t max) = 0;
+  // The bytes not yet read, when they already stand in memory (a memory stream), so that a
+  // reader may take them in place; null otherwise.
+  virtual const std::string_view* inPlace() const { return nullptr; }
 };
 
 // A stream (stream_vq in the API).  A file stream opens its file only when it is read or written,

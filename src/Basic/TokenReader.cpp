@@ -19,7 +19,10 @@ constexpr size_t MESSAGE_LIMIT = 511;  // what a record keeps of a message
 bool isSpace(int c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f'; }
 bool isDigit(int c) { return c >= '0' && c <= '9'; }
 bool isLetter(int c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
-bool isWordChar(int c) { return isLetter(c) || isDigit(c) || c == '_'; }
+// Bytes above 127 (UTF-8 sequences) count as word characters, so that a name holding one is
+// read whole and refused by the name rule with the whole character shown.
+bool isWordStart(int c) { return isLetter(c) || c == '_' || c >= 0x80; }
+bool isWordChar(int c) { return isWordStart(c) || isDigit(c); }
 bool isPunctuation(int c) { return c > ' ' && c < 127 && !isWordChar(c); }
 
 char lowerAscii(int c) { return static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c); }
@@ -42,8 +45,17 @@ double outOfRange(const std::string& text) {
 }  // namespace
 
 TokenReader::TokenReader(FileSpec& stream, Syntax syntax, size_t block)
-    : stream_(stream), input_(stream.openInput()), syntax_(syntax),
-      buf_(std::max(block, 2 * MAX_LOOKAHEAD)) {}
+    : stream_(stream), input_(stream.openInput()), syntax_(syntax) {
+  const std::string_view* bytes = block == DEFAULT_BLOCK ? input_->inPlace() : nullptr;
+  if (bytes) {
+    data_ = bytes->data();
+    end_ = bytes->size();
+    eof_ = true;
+    return;
+  }
+  buf_.resize(std::max(block, 2 * MAX_LOOKAHEAD));
+  data_ = buf_.data();
+}
 
 // ---------------------------------------------------------------- characters
 
@@ -60,26 +72,6 @@ bool TokenReader::fill(size_t need) {
     end_ += got;
   }
   return end_ >= need;
-}
-
-int TokenReader::peek(size_t ahead) {
-  if (pos_ + ahead >= end_ && !fill(ahead + 1)) return END;
-  return static_cast<unsigned char>(buf_[pos_ + ahead]);
-}
-
-int TokenReader::readChar() {
-  int c = peek();
-  if (c == END) return END;
-  ++pos_;
-  ++offset_;
-  // CR LF is one line end: the CR only moves along the line, the LF ends it.
-  if (c == '\n' || c == '\f' || (c == '\r' && peek() != '\n')) {
-    ++line_;
-    column_ = 1;
-  } else {
-    ++column_;
-  }
-  return c;
 }
 
 bool TokenReader::skipText(std::string_view text) {
@@ -242,7 +234,7 @@ void TokenReader::skipIgnoreSection(TextPosition start) {
 std::string TokenReader::readIdentifier() {
   int c = skipSpace();
   startToken();
-  if (!isLetter(c) && c != '_') return "";
+  if (c == END || !isWordStart(c)) return "";
   return readWord();
 }
 
@@ -252,6 +244,17 @@ std::string TokenReader::readWord(std::string_view extra) {
   std::string out;
   for (int c = peek(); c != END; c = peek()) {
     if (!isWordChar(c) && extra.find(static_cast<char>(c)) == std::string_view::npos) break;
+    out += static_cast<char>(readChar());
+  }
+  return out;
+}
+
+std::string TokenReader::readBareWord(std::string_view stops) {
+  skipSpace();
+  startToken();
+  std::string out;
+  for (int c = peek(); c != END && c > ' ' && stops.find(static_cast<char>(c)) == std::string_view::npos; c = peek()) {
+    if (c == '/' && (peek(1) == '/' || peek(1) == '*' || peek(1) == '#')) break;  // a comment opens
     out += static_cast<char>(readChar());
   }
   return out;
@@ -339,7 +342,7 @@ Token TokenReader::readToken() {
   if (c == '"') {
     t.kind = TokenKind::String;
     t.text = readQuoted();
-  } else if (isLetter(c) || c == '_') {
+  } else if (isWordStart(c)) {
     t.kind = TokenKind::Word;
     t.text = readWord();
   } else if (readNumber(t.number)) {

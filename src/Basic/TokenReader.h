@@ -118,7 +118,8 @@ class TokenReader {
   static constexpr size_t DEFAULT_BLOCK = 64 * 1024;
 
   // Starts reading `stream` from its beginning (opening its file: "couldn't open file '%s' for
-  // reading").  `block` is the size of each read from the stream.
+  // reading").  `block` is the size of each read from the stream; with the default block, a
+  // memory stream's bytes are read in place, without copying.
   explicit TokenReader(FileSpec& stream, Syntax syntax = {}, size_t block = DEFAULT_BLOCK);
   TokenReader(const TokenReader&) = delete;
   TokenReader& operator=(const TokenReader&) = delete;
@@ -130,9 +131,25 @@ class TokenReader {
 
   // ---- characters (no skipping) ----
   // The next byte (0..255) without taking it; `ahead` (< MAX_LOOKAHEAD) looks further on.
-  int peek(size_t ahead = 0);
+  int peek(size_t ahead = 0) {
+    if (pos_ + ahead >= end_ && !fill(ahead + 1)) return END;
+    return static_cast<unsigned char>(data_[pos_ + ahead]);
+  }
   // Takes the next byte, keeping the position.
-  int readChar();
+  int readChar() {
+    int c = peek();
+    if (c == END) return END;
+    ++pos_;
+    ++offset_;
+    // CR LF is one line end: the CR only moves along the line, the LF ends it.
+    if (c == '\n' || c == '\f' || (c == '\r' && peek() != '\n')) {
+      ++line_;
+      column_ = 1;
+    } else {
+      ++column_;
+    }
+    return c;
+  }
   bool atEnd() { return peek() == END; }
   // Takes `text` when the input continues with it (at most MAX_LOOKAHEAD bytes).
   bool skipText(std::string_view text);
@@ -151,6 +168,9 @@ class TokenReader {
   // A run of letters, digits, '_' and the characters of `extra` (it may begin with a digit: BIF
   // names such as "Pig-Network" with extra "-"), or "" when none stands next.
   std::string readWord(std::string_view extra = {});
+  // A run of any bytes but white space, control characters, the characters of `stops` and the
+  // openings of comments ("1_00___2_%", "a-b/c+d" with stops "{}"), or "" when none stands next.
+  std::string readBareWord(std::string_view stops);
   // A number: [+|-] digits [. digits] [e|E [+|-] digits], or one beginning with the point; or
   // [+|-] "INFINITY"/"Infinity"/"Inf" (any case); or "@" and a name (value NaN, `escape` set).
   // False, nothing taken, when none stands next.  Out-of-range values become infinity or 0.
@@ -245,6 +265,7 @@ class TokenReader {
   std::unique_ptr<StreamInput> input_;
   Syntax syntax_;
   std::vector<char> buf_;
+  const char* data_ = nullptr;  // the bytes being read: buf_, or a memory stream's own bytes
   size_t pos_ = 0, end_ = 0;
   bool eof_ = false;
   long line_ = 1, column_ = 1;

@@ -38,29 +38,56 @@ int findIn(const std::vector<std::string>& names, const std::string& text) {
   return it == names.end() ? -1 : static_cast<int>(it - names.begin());
 }
 
+// The state whose name is `text`; failing that, the one state whose title is `text` (a label the
+// user knows, such as "0" for the state legalised to "_"); else -1.
+int findState(const Bnode& node, const std::string& text) {
+  int byName = findIn(node.stateNames, text);
+  if (byName >= 0 || text.empty()) return byName;
+  int found = -1;
+  for (size_t i = 0; i < node.stateTitles.size(); ++i) {
+    if (node.stateTitles[i] != text) continue;
+    if (found >= 0) return -1;  // the title does not pick one state
+    found = static_cast<int>(i);
+  }
+  return found;
+}
+
+// The node named `label`; failing that, the one node whose title is `label`; else null.
+Bnode* findNode(Bnet& net, const std::string& label) {
+  if (Bnode* node = net.find(label)) return node;
+  Bnode* found = nullptr;
+  for (Bnode* node : net.nodes) {
+    if (label.empty() || node->title != label) continue;
+    if (found) return nullptr;
+    found = node;
+  }
+  return found;
+}
+
 }  // namespace
 
 CaseValue parseCaseValue(const Bnode& node, const std::string& text, const CaseReader& reader,
                          const CaseRow& row, size_t col) {
   EnvCore* env = node.net->env;
-  const std::string where = reader.where(row, row.chars[col]);
+  // The position, built only for a message.
+  auto where = [&] { return reader.where(row, row.chars[col]); };
   CaseValue v;
   if (reader.format().isMissing(text)) return v;
   v.kind = CaseValue::State;
   if (text[0] == '"') {
     std::string decoded;
-    if (!decodeQuoted(env, text, decoded)) engError(env, err::CaseIllegalValue, text, node.name, where);
+    if (!decodeQuoted(env, text, decoded)) engError(env, err::CaseIllegalValue, text, node.name, where());
     v.state = findIn(node.stateTitles, decoded);
     if (v.state < 0) v.state = findIn(node.stateNames, decoded);
-    if (v.state < 0) engError(env, err::CaseNotAState, text, node.name, where);
+    if (v.state < 0) engError(env, err::CaseNotAState, text, node.name, where());
     return v;
   }
   if (text[0] == '#') {
     long s = -1;
     if (text.size() < 2 || text.size() > 10 || !std::all_of(text.begin() + 1, text.end(), [](char ch) { return ch >= '0' && ch <= '9'; }))
-      engError(env, err::CaseIllegalValue, text, node.name, where);
+      engError(env, err::CaseIllegalValue, text, node.name, where());
     s = std::strtol(text.c_str() + 1, nullptr, 10);
-    if (s >= node.numStates) engError(env, err::CaseNotAState, text, node.name, where);
+    if (s >= node.numStates) engError(env, err::CaseNotAState, text, node.name, where());
     v.state = static_cast<int>(s);
     return v;
   }
@@ -76,10 +103,10 @@ CaseValue parseCaseValue(const Bnode& node, const std::string& text, const CaseR
       from = to + 1;
     }
     if (!ok || v.likelihood.size() != static_cast<size_t>(node.numStates))
-      engError(env, err::CaseIllegalValue, text, node.name, where);
+      engError(env, err::CaseIllegalValue, text, node.name, where());
     return v;
   }
-  v.state = findIn(node.stateNames, text);
+  v.state = findState(node, text);
   if (v.state >= 0) return v;
   double x = 0;
   if (parseNumber(text, x)) {
@@ -88,7 +115,7 @@ CaseValue parseCaseValue(const Bnode& node, const std::string& text, const CaseR
       v.kind = CaseValue::Value;
       v.value = x;
       if (lv.size() >= 2 && (x < std::min(lv.front(), lv.back()) || x > std::max(lv.front(), lv.back())))
-        engError(env, err::CaseValueNoState, x, node.name, where);
+        engError(env, err::CaseValueNoState, x, node.name, where());
       return v;
     }
     for (size_t i = 0; i < lv.size() && i < static_cast<size_t>(node.numStates); ++i)
@@ -96,10 +123,10 @@ CaseValue parseCaseValue(const Bnode& node, const std::string& text, const CaseR
         v.state = static_cast<int>(i);
         return v;
       }
-    engError(env, err::CaseValueNoState, x, node.name, where);
+    engError(env, err::CaseValueNoState, x, node.name, where());
   }
-  if (!node.hasStates()) engError(env, err::CaseIllegalValue, text, node.name, where);
-  engWarning(env, err::CaseUnknownValue, text, node.name, where);
+  if (!node.hasStates()) engError(env, err::CaseIllegalValue, text, node.name, where());
+  engWarning(env, err::CaseUnknownValue, text, node.name, where());
   v.kind = CaseValue::Skip;
   return v;
 }
@@ -114,7 +141,7 @@ std::vector<Bnode*> bindColumns(const CaseReader& reader, Bnet& net, const std::
   for (size_t c = 0; c < bound.size(); ++c) {
     const CaseColumn& col = reader.columns()[c];
     if (col.role != CaseColumn::Variable) continue;
-    Bnode* node = net.find(col.name);
+    Bnode* node = findNode(net, col.name);
     if (!node && (mode == AddNew::PrintAndAdd || mode == AddNew::Quietly)) {
       node = &createNode(net, col.name.c_str(), 0);
       added.push_back(col.name);

@@ -2,9 +2,9 @@
 #include "VarVal/CaseWriter.h"
 
 #include <cmath>
-#include <ctime>
 #include <unordered_map>
 
+#include "BN/Files/DnetWriter.h"
 #include "BN/Net/Bnet.h"
 #include "BN/Net/Bnode.h"
 #include "Basic/Format.h"
@@ -72,16 +72,8 @@ std::string caseValueText(const Bnode& n, const CaseFormat& fmt) {
 
 std::string caseMagicLines() {
   std::string text = format("// ~->[CASE-%d]->~", CASE_FILE_VERSION) + CRLF + CRLF;
-  text += "// File created by someone using Quorva 7.01";
-  std::time_t now = std::time(nullptr);
-  std::tm utc{};
-  if (now != static_cast<std::time_t>(-1) && gmtime_r(&now, &utc)) {
-    char date[64], time[64];
-    std::strftime(date, sizeof date, "%x", &utc);
-    std::strftime(time, sizeof time, "%X", &utc);
-    text += format(" on %s at %s UTC", date, time);
-  }
-  return text + "." + CRLF + CRLF;
+  text += creatorLine();
+  return text + CRLF + CRLF;
 }
 
 void writeCase(FileSpec& stream, const std::vector<Bnode*>& nodes, long long id, double freq,

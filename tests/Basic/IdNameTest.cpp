@@ -34,7 +34,18 @@ TEST(IdName, EachFaultIsDescribedByItsKind) {
       {"a\nb", NAME_CHARS, "'a\nb' contains a 'new-line' character"},
       {"a-b", NAME_CHARS, "'a-b' contains the illegal character '-'"},
       {"a\x01" "b", NAME_CHARS, "'a\x01" "b' contains an illegal character (ascii code 1)"},
-      {"a\xE9" "b", NAME_CHARS, "'a\xE9" "b' contains an illegal character (ascii code 233)"},
+      {"a\xE9" "b", NAME_CHARS, "'a\xE9" "b' contains a byte (code 233) that is not part of a UTF-8 character"},
+      // A character outside ASCII is shown whole, with its code point.
+      {"caf\xC3\xA9", NAME_CHARS, "'caf\xC3\xA9' contains the illegal character '\xC3\xA9' (U+00E9)"},
+      {"x\xE2\x82\xAC", NAME_CHARS, "'x\xE2\x82\xAC' contains the illegal character '\xE2\x82\xAC' (U+20AC)"},
+      {"p\xF0\x9F\x90\xB7", NAME_CHARS, "'p\xF0\x9F\x90\xB7' contains the illegal character '\xF0\x9F\x90\xB7' (U+1F437)"},
+      // A name shown cut never ends in part of a character.
+      {std::string(29, 'a') + "\xC3\xA9", NAME_LENGTH | NAME_CHARS,
+       "'" + std::string(29, 'a') + "\xC3\xA9...' is too long (31 characters, maximum is 30)"},
+      {std::string(28, 'a') + "-\xC3\xA9", NAME_CHARS | NAME_LENGTH,
+       "'" + std::string(28, 'a') + "-\xC3\xA9...' is too long (31 characters, maximum is 30)"},
+      {std::string(29, 'a') + "\xE2\x82\xAC", NAME_LENGTH | NAME_CHARS,
+       "'" + std::string(29, 'a') + "...' is too long (32 characters, maximum is 30)"},
   };
   for (const Case& c : cases) {
     EXPECT_EQ(check(c.name, &why), c.fault) << c.why;

@@ -51,8 +51,12 @@ TEST_F(FileSpecTest, OpenFailuresNameTheFileAndTheWayItWasWanted) {
   EXPECT_EQ(failure([&] { f.append("x"); }), "couldn't open file '" + missing + "' for appending");
   EXPECT_EQ(failure([&] { TokenReader r(f); }), "couldn't open file '" + missing + "' for reading");
 
-  FileSpec directory(&env, FileSpec::Kind::File, dir.string());  // opens, but cannot be read
-  EXPECT_EQ(failure([&] { directory.readAll(); }), "disk error trying to read file '" + dir.string() + "'");
+  // A directory is named as one, whatever the stream was to do with it.
+  FileSpec directory(&env, FileSpec::Kind::File, dir.string());
+  const std::string isDir = " because it is a directory, not a file";
+  EXPECT_EQ(failure([&] { directory.readAll(); }), "couldn't open '" + dir.string() + "' for reading," + isDir);
+  EXPECT_EQ(failure([&] { TokenReader r(directory); }), "couldn't open '" + dir.string() + "' for reading," + isDir);
+  EXPECT_EQ(failure([&] { directory.write("x"); }), "couldn't open '" + dir.string() + "' for writing," + isDir);
 }
 
 TEST_F(FileSpecTest, WriteFailureIsReported) {

@@ -83,6 +83,47 @@ TEST_F(CaseFileTest, ReadsCasesBackOneAfterAnother) {
             "already read last (2nd) case from file 'cases.cas', so starting over with first");
 }
 
+// A column or value may give the original label (the title) of a node or state whose name was
+// legalised, when no name matches and the title picks exactly one.
+TEST_F(CaseFileTest, TitlesStandForNamesWhenNoNameMatchesAndTheTitleIsUnique) {
+  node_bn* pig = NewNode_bn("_197201290", 3, net);  // as read from Pigs: states "0", "1", "2"
+  SetNodeStateNames_bn(pig, "_,_0,__10");
+  SetNodeTitle_bn(pig, "197201290");
+  for (state_bn s = 0; s < 3; ++s) SetNodeStateTitle_bn(pig, s, std::to_string(s).c_str());
+  SetNodeTitle_bn(b, "Level");
+  SetNodeStateTitle_bn(b, 0, "mid");   // a name of another state: the name wins
+  SetNodeStateTitle_bn(b, 1, "same");  // a title two states share picks none
+  SetNodeStateTitle_bn(b, 2, "same");
+  SetNodeTitle_bn(c, "Twice");         // a title two nodes share picks none
+  SetNodeTitle_bn(a, "Twice");
+  nodes = GetNetNodes_bn(net);
+  struct Row {
+    std::string header, line;
+    state_bn pigState, bState;  // UNDEF_STATE: no finding
+    bool skipped;               // the case is refused as naming no state
+  };
+  const Row rows[] = {
+      {"197201290", "2", 2, UNDEF_STATE, false},        // node and state by their titles
+      {"_197201290", "__10", 2, UNDEF_STATE, false},    // by their names
+      {"197201290", "_0", 1, UNDEF_STATE, false},       // a name is still a name
+      {"Level", "mid", UNDEF_STATE, 1, false},          // the name "mid", not the title of state 0
+      {"Level", "same", UNDEF_STATE, UNDEF_STATE, true},
+      {"Twice\tB", "yes\tlow", UNDEF_STATE, 0, false},  // "Twice" names no node: its column is ignored
+  };
+  for (const Row& r : rows) {
+    RetractNetFindings_bn(net);
+    ClearErrors_vq(env, INTERNAL_ERR);
+    setText(r.header + "\r\n" + r.line + "\r\n");
+    caseposn_bn posn = FIRST_CASE;
+    read(posn);
+    EXPECT_EQ(GetNodeFinding_bn(pig), r.pigState) << r.header << " / " << r.line;
+    EXPECT_EQ(GetNodeFinding_bn(b), r.bState) << r.header << " / " << r.line;
+    EXPECT_EQ(GetNodeFinding_bn(a), UNDEF_STATE) << r.header << " / " << r.line;
+    EXPECT_EQ(lastError(WARNING_ERR) != nullptr && ErrorSeverity_vq(lastError(WARNING_ERR)) == WARNING_ERR, r.skipped)
+        << r.header << " / " << r.line << ": " << lastMessage(WARNING_ERR);
+  }
+}
+
 TEST_F(CaseFileTest, AddKeepsFindingsOfMissingColumnsAndPositionsReadAgain) {
   setText("A\tB\r\n*\tlow\r\nno\thigh\r\n");
   EnterFinding_bn(a, 0);

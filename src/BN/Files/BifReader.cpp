@@ -18,14 +18,13 @@
 #include "BN/Net/NodeStates.h"
 #include "BN/Tables/NodeTableOps.h"
 #include "Basic/IdName.h"
+#include "Basic/ReaderErrors.h"
 #include "Basic/TokenReader.h"
 
 namespace quorva {
 
 namespace {
 
-// The characters a BIF name may hold besides letters, digits and '_'.
-constexpr std::string_view NAME_EXTRA = "-.";
 
 struct Variable {
   Bnode* node = nullptr;
@@ -52,6 +51,7 @@ class BifReader {
   BifReader(FileSpec& in, EnvCore* env) : rd_(in), net_(std::make_unique<Bnet>(env, "Unnamed")) {}
 
   Bnet* read() {
+    if (rd_.skipSpace() == TokenReader::END) rd_.failAt(TextPosition{}, err::EmptyFile, "net");
     while (rd_.skipSpace() != TokenReader::END) {
       TextPosition at = rd_.here();
       std::string word = rd_.readIdentifier();
@@ -87,13 +87,13 @@ class BifReader {
     rd_.skipSpace();
     TextPosition at = rd_.here();
     std::string what = std::string("'") + c + "'";
-    rd_.failAt(at, err::BifExpectedGot, what, nextText(rd_.readWord(NAME_EXTRA)));
+    rd_.failAt(at, err::BifExpectedGot, what, nextText(rd_.readBareWord(BIF_WORD_STOPS)));
   }
 
   std::string readName(const char* what) {
     rd_.skipSpace();
     if (rd_.peek() == '"') return rd_.readQuoted();
-    std::string word = rd_.readWord(NAME_EXTRA);
+    std::string word = rd_.readBareWord(BIF_WORD_STOPS);
     if (word.empty()) rd_.fail(err::BifExpectedGot, what, nextText(word));
     return word;
   }
@@ -213,7 +213,7 @@ class BifReader {
       Number n;
       rd_.skipSpace();
       TextPosition at = rd_.here();
-      if (!rd_.readNumber(n)) rd_.failAt(at, err::BifExpectedGot, "a number or ';'", nextText(rd_.readWord(NAME_EXTRA)));
+      if (!rd_.readNumber(n)) rd_.failAt(at, err::BifExpectedGot, "a number or ';'", nextText(rd_.readBareWord(BIF_WORD_STOPS)));
       if (!(n.value >= 0 && n.value <= 3.4e38)) rd_.failAt(at, err::BifBadProbability, n.text);
       out.push_back(n.value);
     }

@@ -1,7 +1,13 @@
 // Reading a net from a BIF file: `network`, `variable` and `probability` blocks.
 #pragma once
+#include <string_view>
 
 namespace quorva {
+
+// What ends a BIF word, besides white space and the opening of a comment: any other character
+// may stand in a name ("0_00___0_01_%", "a-b", "x/y+z"), which the reader legalises, keeping
+// the text as the title.
+inline constexpr std::string_view BIF_WORD_STOPS = "{}()[],;|\"";
 
 class Bnet;
 class EnvCore;

@@ -4,12 +4,14 @@
 #include "BN/Files/BifWriter.h"
 
 #include <cctype>
+#include <charconv>
 #include <cmath>
 #include <string>
 #include <unordered_set>
 #include <vector>
 
 #include "BN/Files/BifErrors.h"
+#include "BN/Files/BifReader.h"
 #include "BN/Net/Bnet.h"
 #include "BN/Tables/NodeTableOps.h"
 #include "Basic/Stream.h"
@@ -20,11 +22,15 @@ namespace quorva {
 
 namespace {
 
-// A text the reader takes as one name: letters, digits, '_', '-' and '.'.
+// A text the reader takes as one name: printable ASCII that holds no character ending a word
+// and opens no comment.
 bool isBifWord(const std::string& s) {
   if (s.empty()) return false;
-  for (char c : s)
-    if (!std::isalnum(static_cast<unsigned char>(c)) && c != '_' && c != '-' && c != '.') return false;
+  for (size_t i = 0; i < s.size(); ++i) {
+    char c = s[i];
+    if (c <= ' ' || c > '~' || BIF_WORD_STOPS.find(c) != std::string_view::npos) return false;
+    if (c == '/' && i + 1 < s.size() && (s[i + 1] == '/' || s[i + 1] == '*' || s[i + 1] == '#')) return false;
+  }
   return true;
 }
 
@@ -46,10 +52,11 @@ std::vector<std::string> bifTexts(const std::vector<std::string>& names,
   return out;
 }
 
+// The shortest decimal that reads back to the same float (0.01f is "0.01", not 0.00999999978).
 std::string number(double v) {
   char buf[40];
-  std::snprintf(buf, sizeof buf, "%.9g", v);
-  return buf;
+  auto [end, ec] = std::to_chars(buf, buf + sizeof buf, static_cast<float>(v));
+  return ec == std::errc() ? std::string(buf, end) : std::to_string(v);
 }
 
 }  // namespace

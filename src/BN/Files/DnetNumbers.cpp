@@ -1,6 +1,7 @@
 // The number printers of the text net writer.
 #include "BN/Files/DnetNumbers.h"
 
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -44,6 +45,28 @@ void cleanBinaryNoise(std::string& digits, int& exponent) {
   }
 }
 
+// Splits "d[.ddd]e±xx" into its digits and its decimal exponent.
+void scientificParts(const char* text, std::string& digits, int& exponent) {
+  digits.clear();
+  const char* p = text;
+  for (; *p && *p != 'e'; ++p)
+    if (*p != '.') digits += *p;
+  exponent = *p ? std::atoi(p + 1) : 0;
+}
+
+// The digits and exponent of the shortest decimal that reads back to the same float, or false
+// when `value` is not a float's value (so no such form is exact).
+bool shortestFloat(double value, std::string& digits, int& exponent) {
+  float f = static_cast<float>(value);
+  if (static_cast<double>(f) != value) return false;
+  char buf[64];
+  auto [end, ec] = std::to_chars(buf, buf + sizeof buf - 1, f, std::chars_format::scientific);
+  if (ec != std::errc()) return false;
+  *end = '\0';
+  scientificParts(buf, digits, exponent);
+  return true;
+}
+
 std::string fixedForm(const std::string& digits, int exponent) {
   int count = static_cast<int>(digits.size());
   if (exponent < 0) return "0." + std::string(static_cast<size_t>(-exponent - 1), '0') + digits;
@@ -71,16 +94,16 @@ std::string significantDigits(double value, int digits, bool singlePrecision, Nu
   if (digits < 1) digits = 1;
   if (digits > 17) digits = 17;
   std::string sign = value < 0 ? "-" : "";
-  char buf[64];
-  std::snprintf(buf, sizeof buf, "%.*e", digits - 1, std::fabs(value));
-  // buf: d[.ddd]e±xx
-  std::string text(buf);
-  size_t e = text.find('e');
   std::string mantissa;
-  for (size_t i = 0; i < e; ++i)
-    if (text[i] != '.') mantissa += text[i];
-  int exponent = std::atoi(text.c_str() + e + 1);
-  if (singlePrecision && digits > 6) cleanBinaryNoise(mantissa, exponent);
+  int exponent = 0;
+  bool exact = singlePrecision && shortestFloat(std::fabs(value), mantissa, exponent) &&
+               mantissa.size() <= static_cast<size_t>(digits);
+  if (!exact) {
+    char buf[64];
+    std::snprintf(buf, sizeof buf, "%.*e", digits - 1, std::fabs(value));
+    scientificParts(buf, mantissa, exponent);
+    if (singlePrecision && digits > 6) cleanBinaryNoise(mantissa, exponent);
+  }
   while (mantissa.size() > 1 && mantissa.back() == '0') mantissa.pop_back();
   if (mantissa == "0") return "0";
 

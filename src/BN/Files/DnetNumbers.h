@@ -14,8 +14,10 @@ enum class NumberStyle {
 };
 
 // `value` rounded to `digits` significant digits, with trailing zeros dropped: "0", "0.3333333",
-// "1e-4", "1.23456e5".  For single-precision data printed with more than 6 digits the float's
-// binary noise is cleaned away first (10.00001f prints "10").  `widthLimit` (0: none) below 8 or
+// "1e-4", "1.23456e5".  Single-precision data whose shortest exact decimal has no more than
+// `digits` digits prints as that decimal (0.1f is "0.1" at any count), so it reads back to the
+// same float; otherwise, printed with more than 6 digits, its binary noise is cleaned away
+// after rounding (123.40012f prints "123.4" at 7).  `widthLimit` (0: none) below 8 or
 // 9 shortens the infinities to "Inf" and "-Inf".
 std::string significantDigits(double value, int digits, bool singlePrecision,
                               NumberStyle style = NumberStyle::Table, int widthLimit = 0);

@@ -8,6 +8,7 @@
 #include "BN/Net/Nodesets.h"
 #include "Basic/IdName.h"
 #include "Basic/Raise.h"
+#include "Basic/ReaderErrors.h"
 #include "Basic/StringQuoter.h"
 
 namespace quorva {
@@ -59,6 +60,7 @@ void DnetReader::readMagicLine() {
   size_t a = line.find("~->[");
   size_t b = a == std::string::npos ? a : line.find("]->~", a + 4);
   if (b == std::string::npos) {
+    if (rd_.skipSpace() == TokenReader::END) rd_.failAt(TextPosition{}, err::EmptyFile, "net");
     engWarning(env_, err::DnetVersionWarning, "an unknown", 0.0);
     return;
   }

@@ -29,8 +29,9 @@ const char* const MEASURE_WORDS[] = {"UNKNOWN_MEASURE", "NOMINAL",  "PROXIMAL",
                                      "ORDINAL",         "INTERVAL", "RATIO"};
 const char* const CHANCE_WORDS[] = {"INVERTABLE", "DETERMIN", "CHANCE", "UNKNOWN_CHANCE"};
 
-// The statements that shape a table, which must come after "parents".
-const char* const AFTER_PARENTS[] = {"inputs", "functable", "probs", "numcases"};
+// The statements that shape a table, which must come after "parents".  ("inputs" may stand on
+// either side: the writer puts it first, and its count is checked once the links are made.)
+const char* const AFTER_PARENTS[] = {"functable", "probs", "numcases"};
 
 std::string ordinal(size_t n) {
   const char* suffix = (n % 100 >= 11 && n % 100 <= 13) ? "th"

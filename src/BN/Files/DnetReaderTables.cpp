@@ -306,13 +306,15 @@ void DnetReader::setFindings(const NodeDecl& d) {
 void DnetReader::readTable(NodeDecl& d, Bnode& node, const std::string& field, const TokenText& text) {
   ContextScope ctx(rd_, {"node", d.name, field});
   TextPosition at = d.at(field);
-  if (!node.hasStates()) rd_.failAt(at, err::DnetTableNotDiscrete, node.name);
-  for (const Link& l : node.parents)
-    if (!l.parent->hasStates()) rd_.failAt(at, err::DnetTableParentNotDiscrete, node.name, l.parent->name);
+  // A continuous node (a utility, say) has no states: its function table holds real values.
   TableKind kind = field == "probs"      ? TableKind::Probs
                    : field == "numcases" ? TableKind::Exper
-                   : holdsStateNames(text) || node.levels.empty() ? TableKind::FuncState
-                                                                  : TableKind::FuncReal;
+                   : holdsStateNames(text) || (node.hasStates() && node.levels.empty()) ? TableKind::FuncState
+                                                                                        : TableKind::FuncReal;
+  bool needsStates = kind == TableKind::Probs || kind == TableKind::FuncState;
+  if (needsStates && !node.hasStates()) rd_.failAt(at, err::DnetTableNotDiscrete, node.name);
+  for (const Link& l : node.parents)
+    if (!l.parent->hasStates()) rd_.failAt(at, err::DnetTableParentNotDiscrete, node.name, l.parent->name);
   WhichTable which = kind == TableKind::Probs      ? WhichTable::Cpt
                      : kind == TableKind::Exper    ? WhichTable::Exper
                      : kind == TableKind::FuncReal ? WhichTable::FuncReal

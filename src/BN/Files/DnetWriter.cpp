@@ -11,13 +11,13 @@
 #include "BN/Inference/JunctionTree.h"
 #include "Basic/EnvCore.h"
 #include "Basic/Stream.h"
+#include "Quorva.h"
 
 namespace quorva {
 
 namespace {
 
 constexpr const char* PROGRAM_NAME = "Quorva";
-constexpr const char* PROGRAM_VERSION = "7.01";
 constexpr const char* DEFAULT_CREATOR = "someone";
 
 const char* truth(bool b) { return b ? "TRUE" : "FALSE"; }
@@ -159,9 +159,17 @@ void writeNode(DnetOut& out, const Bnode& node, const Bnode& empty) {
   out.closeBlock();
 }
 
+}  // namespace
+
+std::string programVersion() {
+  char text[32];
+  std::snprintf(text, sizeof text, "%d.%02d", QUORVA_VERSION / 100, QUORVA_VERSION % 100);
+  return text;
+}
+
 std::string creatorLine() {
   std::string text = std::string("// File created by ") + DEFAULT_CREATOR + " using " + PROGRAM_NAME + " " +
-                     PROGRAM_VERSION;
+                     programVersion();
   std::time_t now = std::time(nullptr);
   std::tm utc{};
   if (now != static_cast<std::time_t>(-1) && gmtime_r(&now, &utc)) {
@@ -171,8 +179,6 @@ std::string creatorLine() {
   }
   return text + ".";
 }
-
-}  // namespace
 
 std::string dnetNetText(const Bnet& net, const DnetLayout& layout) {
   Settings& settings = net.env->settings;

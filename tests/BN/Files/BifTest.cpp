@@ -192,6 +192,69 @@ TEST_F(BifTest, IllegalNamesBecomeLegalAndUniqueWithTheTextKeptAsTitle) {
   expectSameNet(net, again);
 }
 
+// Each probability is written as the shortest decimal that reads back to the same float.
+TEST_F(BifTest, ProbabilitiesAreWrittenInTheirShortestExactForm) {
+  struct Row {
+    float p;
+    const char* text;
+  };
+  const Row rows[] = {{0.01f, "0.01"}, {0.1f, "0.1"}, {1.0f / 3, "0.33333334"}, {0.999f, "0.999"},
+                      {1e-7f, "1e-07"}, {0.123456789f, "0.12345679"}, {0.0f, "0"}, {1.0f, "1"}};
+  net_bn* net = NewNet_bn("Net", env);
+  node_bn* a = NewNode_bn("A", 2, net);
+  for (const Row& r : rows) {
+    const state_bn none[1] = {0};
+    const prob_bn row[] = {r.p, 1 - r.p};
+    SetNodeProbs_bn(a, none, row);
+    std::string text = write(net);
+    std::string want = std::string("table ") + r.text + ", ";
+    EXPECT_NE(text.find(want), std::string::npos) << want << " in\n" << text;
+    net_bn* again = readText(text);
+    ASSERT_NE(again, nullptr) << ErrorDisplayMessage_vq(lastError());
+    EXPECT_EQ(prob(again, "A", {0}, 0), r.p) << r.text;
+    DeleteNet_bn(again);
+  }
+}
+
+// Words of the public nets (Mildew's "0_00___0_01_%", signs, slashes, dots) read as names:
+// legalised, the text kept as the title, and written back as they were.
+TEST_F(BifTest, WordsWithAnyNonSeparatingCharacterAreNames) {
+  struct Word {
+    const char* text;  // as written in the file
+    const char* name;  // the legal state name made from it
+  };
+  const Word words[] = {{"0_00___0_01_%", "__00___0_01__"}, {"1.5+", "__5_"}, {"a/b", "a_b"},
+                        {"x*y", "x_y"}, {"-3", "_3"}, {"50%-60%", "_0__60_"}, {"<=2", "__2"}, {"a#b", "a_b0"}};
+  std::string states, row;
+  for (const Word& w : words) {
+    states += std::string(states.empty() ? "" : ", ") + w.text;
+    row += std::string(row.empty() ? "" : ", ") + "0.125";
+  }
+  const std::string text = "network n {}\nvariable dry%matter {\n type discrete[8] {" + states +
+                           "};\n}\nvariable B { type discrete[2] { y, n }; }\n"
+                           "probability ( B | dry%matter ) {\n (" + words[0].text + ") 0.5, 0.5;\n"
+                           " (a/b) 0.25, 0.75; // a comment after a word\n default 0.1, 0.9; }\n"
+                           "probability ( dry%matter ) { table " + row + "; }\n";
+  net_bn* net = readText(text);
+  ASSERT_NE(net, nullptr) << ErrorDisplayMessage_vq(lastError());
+  node_bn* dry = GetNodeNamed_bn("dry_matter", net);
+  ASSERT_NE(dry, nullptr) << listNames(GetNetNodes_bn(net));
+  EXPECT_STREQ(GetNodeTitle_bn(dry), "dry%matter");
+  for (int s = 0; s < 8; ++s) {
+    EXPECT_STREQ(GetNodeStateName_bn(dry, s), words[s].name);
+    EXPECT_STREQ(GetNodeStateTitle_bn(dry, s), words[s].text);
+  }
+  EXPECT_FLOAT_EQ(prob(net, "B", {0}, 0), 0.5f);
+  EXPECT_FLOAT_EQ(prob(net, "B", {2}, 0), 0.25f);
+  EXPECT_FLOAT_EQ(prob(net, "B", {1}, 0), 0.1f);
+  std::string written = write(net);
+  EXPECT_NE(written.find("variable dry%matter {"), std::string::npos) << written;
+  EXPECT_NE(written.find("0_00___0_01_%, 1.5+, a/b"), std::string::npos) << written;
+  net_bn* again = readText(written);
+  ASSERT_NE(again, nullptr) << ErrorDisplayMessage_vq(lastError());
+  expectSameNet(net, again);
+}
+
 TEST_F(BifTest, TitlesThatDoNotMapBackAreNotWritten) {
   net_bn* net = NewNet_bn("Net", env);
   node_bn* a = NewNode_bn("Visit", 2, net);

@@ -46,7 +46,7 @@ bool undefined(float x) { return x < -1e30f; }
 // A net in the writer's layout, with the child written before its parents.
 const char* CHILD_FIRST = R"(// ~->[DNET-1]->~
 
-// File created by someone using Quorva 7.01.
+// File created by someone using Quorva 1.00.
 
 bnet Clinic {
 autoupdate = FALSE;
@@ -205,6 +205,25 @@ TEST_F(DnetReaderTest, RefusesBadOptionsAndFileTypes) {
   EXPECT_EQ(failure(MAGIC), "file does not contain a Bayes net (i.e. a 'bnet' object), in file 't.dne'");
   EXPECT_EQ(failure(std::string(MAGIC) + "bnet A {} $"), "missing semicolon at end of bnet 'A', on line 3 char 11 of file 't.dne'");
   EXPECT_EQ(failure(std::string(MAGIC) + "$"), "illegal symbol read: '$' in DNET file, on line 3 char 1 of file 't.dne'");
+}
+
+// A file that holds no net is refused with a message naming it; a name outside ASCII is shown
+// whole.
+TEST_F(DnetReaderTest, FilesHoldingNoNetAreRefusedNamingTheFile) {
+  struct Empty {
+    const char* name;
+    std::string text;
+  };
+  const std::string none = "the file holds no net: it is empty, or holds only white space and comments";
+  for (const Empty& e : {Empty{"t.dne", ""}, {"t.dne", " \r\n\t"}, {"t.dne", "/* old */\n// no magic\n/# x #/"},
+                         {"t.bif", ""}, {"t.bif", "\n// nothing here\n"}}) {
+    EXPECT_EQ(read(e.text, e.name), nullptr) << e.name << ": " << e.text;
+    EXPECT_EQ(ErrorDisplayMessage_vq(lastError()), none + ", in file '" + e.name + "'");
+    ClearErrors_vq(env, ERROR_ERR);
+  }
+  // A node name with a character outside ASCII is read whole and refused whole.
+  EXPECT_EQ(failure(std::string(MAGIC) + "bnet N {\nnode Caf\xC3\xA9 {};\n};\n"),
+            "'Caf\xC3\xA9' is not a legal name for a node, while reading net 'N', on line 4 char 6 of file 't.dne'");
 }
 
 // Each bad node or table is refused with its message and where it was met ("@" stands for

@@ -55,9 +55,13 @@ void expectInOrder(const std::string& in, const std::vector<std::string>& texts)
 
 TEST_F(DnetWriterTest, FrameAndDefaultFieldsAreLeftOut) {
   std::string text = written();
+  // The creator comment carries the version the API reports.
+  int version = GetQuorvaVersion_bn(env, nullptr);
+  char shown[16];
+  std::snprintf(shown, sizeof shown, "%d\\.%02d", version / 100, version % 100);
   std::regex frame(
       "// ~->\\[DNET-1\\]->~\n\n"
-      "// File created by someone using Quorva 7\\.01 on [^\n]+ at [^\n]+ UTC\\.\n\n"
+      "// File created by someone using Quorva " + std::string(shown) + " on [^\n]+ at [^\n]+ UTC\\.\n\n"
       "bnet Net \\{\n\tautoupdate = TRUE;\n\\};\n");
   EXPECT_TRUE(std::regex_match(text, frame)) << text;
   EXPECT_EQ(errorCount(WARNING_ERR), 0);
@@ -114,14 +118,37 @@ TEST_F(DnetWriterTest, SignificantDigitPrinter) {
                         {123456, 7, false, "1.23456e5"}, {-0.5, 7, false, "-0.5"}, {0.0, 7, false, "0"},
                         {9.99999999, 7, false, "10"},  // rounding carries into the exponent
                         {HUGE_VAL, 7, false, "Infinity"}, {-HUGE_VAL, 7, false, "-Infinity"},
-                        {0.1f, 7, true, "0.1"}, {0.1f, 10, true, "0.1000000015"}, {10.00001f, 7, true, "10"},
-                        {10.00001, 7, false, "10.00001"}, {0.4999997f, 7, true, "0.5"},
-                        {0.4999997, 7, false, "0.4999997"}, {123.4561f, 7, true, "123.4561"}})
+                        // a float prints as its shortest exact decimal when that fits ...
+                        {0.1f, 7, true, "0.1"}, {0.1f, 10, true, "0.1"}, {10.00001f, 7, true, "10.00001"},
+                        {0.4999997f, 7, true, "0.4999997"}, {123.4561f, 7, true, "123.4561"},
+                        // ... and else is rounded, its noise cleaned away
+                        {123.40012f, 7, true, "123.4"}, {0.49999985f, 7, true, "0.5"},
+                        {123.40012, 7, false, "123.4001"}, {0.4999997, 7, false, "0.4999997"}})
     EXPECT_EQ(quorva::significantDigits(c.value, c.digits, c.fromFloat), c.text) << c.value << " " << c.digits;
   EXPECT_EQ(quorva::significantDigits(HUGE_VAL, 7, false, quorva::NumberStyle::Table, 6), "Inf");
   EXPECT_EQ(quorva::listNumber(0.1), "0.1");
   EXPECT_EQ(quorva::listNumber(1.0 / 3), "0.333333333333333");
   EXPECT_EQ(quorva::listNumber(-HUGE_VAL), "-INFINITY");
+}
+
+// Real function entries (10 digits) always read back to the float they came from; probability
+// entries (7 digits) do whenever the float's shortest exact form needs no more than 7 digits.
+TEST_F(DnetWriterTest, TableEntriesReadBackToTheSameFloat) {
+  std::vector<float> values = {0.01f, 0.1f, 1.0f / 3, 2.0f / 3, 0.3f, 0.7f, 1e-5f, 123456.7f, 3.4e37f, 1.17e-38f};
+  unsigned seed = 12345;
+  for (int i = 0; i < 2000; ++i) {
+    seed = seed * 1103515245u + 12345u;
+    values.push_back(static_cast<float>(seed % 1000003) / 1000003.0f * (i % 2 ? 1.0f : 1000.0f));
+  }
+  for (float f : values) {
+    std::string ten = quorva::significantDigits(f, 10, true);
+    EXPECT_EQ(std::strtof(ten.c_str(), nullptr), f) << ten;
+    char shortest[32];
+    std::snprintf(shortest, sizeof shortest, "%.7g", static_cast<double>(f));
+    if (std::strtof(shortest, nullptr) != f) continue;  // needs more than 7 digits
+    std::string seven = quorva::significantDigits(f, 7, true);
+    EXPECT_EQ(std::strtof(seven.c_str(), nullptr), f) << seven;
+  }
 }
 
 TEST_F(DnetWriterTest, ProbabilityTableLayout) {
