@@ -186,23 +186,31 @@ std::string Env::firstMessage(errseverity_vq least) const {
   return text ? text : "";
 }
 
-net_bn* Env::readNet(const std::string& path, NetFormat format) {
+std::string netFileProblem(const std::string& path, NetFormat& format) {
   struct stat info {};
   if (stat(path.c_str(), &info) == 0) {
-    if (S_ISDIR(info.st_mode)) fail("'" + path + "' is a directory, not a net file");
-    if (S_ISREG(info.st_mode) && info.st_size == 0) fail("'" + path + "' is empty");
+    if (S_ISDIR(info.st_mode)) return "'" + path + "' is a directory, not a net file";
+    if (S_ISREG(info.st_mode) && info.st_size == 0) return "'" + path + "' is empty";
   }
   if (format == NetFormat::Unknown) format = formatByExtension(path);
-  if (format == NetFormat::Unknown) {
-    std::ifstream in(path, std::ios::binary);
-    std::string start(8192, '\0');
-    in.read(start.data(), static_cast<std::streamsize>(start.size()));
-    start.resize(static_cast<size_t>(in.gcount()));
-    format = in || in.eof() ? formatByContent(start) : NetFormat::Dnet;  // unreadable: the reader says why
-    if (format == NetFormat::Unknown)
-      fail("'" + path + "' is neither a DNET net (\"bnet NAME {\") nor a BIF net (\"network NAME {\"); " +
-           "if it is one, say which with --format dnet or --format bif");
+  if (format != NetFormat::Unknown) return "";
+  std::ifstream in(path, std::ios::binary);
+  if (!in) {
+    format = NetFormat::Dnet;  // the reader says why it cannot be opened
+    return "";
   }
+  std::string start(8192, '\0');
+  in.read(start.data(), static_cast<std::streamsize>(start.size()));
+  start.resize(static_cast<size_t>(in.gcount()));
+  format = formatByContent(start);
+  if (format != NetFormat::Unknown) return "";
+  return "'" + path + "' is neither a DNET net (\"bnet NAME {\") nor a BIF net (\"network NAME {\"); " +
+         "if it is one, say which with --format dnet or --format bif";
+}
+
+net_bn* Env::readNet(const std::string& path, NetFormat format) {
+  const std::string problem = netFileProblem(path, format);
+  if (!problem.empty()) fail(problem);
   stream_vq* stream = NewFileStream_vq(path.c_str(), env_, nullptr);
   net_bn* net = stream ? quorva::tool::readNetAs(stream, format == NetFormat::Bif) : nullptr;
   if (stream) DeleteStream_vq(stream);
@@ -260,6 +268,21 @@ node_bn* findNode(const net_bn* net, const std::string& name) {
 
 void requireNodes(const net_bn* net, const std::string& path) {
   if (LengthNodeList_bn(GetNetNodes_bn(net)) == 0) fail("the net in '" + path + "' has no nodes");
+}
+
+std::string unusableNode(const node_bn* node) {
+  const int kind = GetNodeKind_bn(node);
+  if (kind != UTILITY_NODE && kind != DECISION_NODE) return "";
+  return std::string("node '") + GetNodeName_bn(node) + "' is a " + (kind == UTILITY_NODE ? "utility" : "decision") +
+         " node, which this tool cannot use yet";
+}
+
+void requireUsable(const net_bn* net, const std::string& path) {
+  requireNodes(net, path);
+  for (node_bn* node : netNodes(net)) {
+    const std::string problem = unusableNode(node);
+    if (!problem.empty()) fail(problem);
+  }
 }
 
 std::vector<node_bn*> selectNodes(const net_bn* net, const std::vector<std::string>& names) {

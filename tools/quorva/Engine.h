@@ -39,6 +39,11 @@ const char* severityName(int level);
 // "SEVERITY NUMBER: MESSAGE" for one record, its message without glossary marks.
 std::string recordText(const report_vq* record);
 
+// What keeps `path` from being read as a net: a directory, an empty file, or a format not given
+// (`format` Unknown), not told by the extension and not recognised in the file's start; "" when
+// nothing does (a missing file is left to the reader, which says so).  Sets `format` when it can.
+std::string netFileProblem(const std::string& path, NetFormat& format);
+
 class Env {
  public:
   Env();  // Failure when the engine cannot start
@@ -89,6 +94,11 @@ std::vector<node_bn*> netNodes(const net_bn* net);
 node_bn* findNode(const net_bn* net, const std::string& name);
 // Failure when the net has no nodes ("the net in 'PATH' has no nodes").
 void requireNodes(const net_bn* net, const std::string& path);
+// "node 'V' is a utility node, which this tool cannot use yet" (or decision), or "" when the node
+// is one the tool can use.
+std::string unusableNode(const node_bn* node);
+// Failure when the net has no nodes, or nodes the tool cannot use yet.
+void requireUsable(const net_bn* net, const std::string& path);
 // The nodes named (in the order named, blanks around each name ignored), or every node of the
 // net when `names` is empty.
 std::vector<node_bn*> selectNodes(const net_bn* net, const std::vector<std::string>& names);
