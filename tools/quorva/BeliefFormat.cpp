@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "Engine.h"
 #include "Progress.h"
 
 namespace quorva::cli {
@@ -61,7 +62,7 @@ nlohmann::ordered_json nodeFields(node_bn* node) {
 }  // namespace
 
 BeliefFormat::BeliefFormat(const net_bn* net, std::vector<node_bn*> shown) : shown_(std::move(shown)) {
-  netName_ = GetNetName_bn(net);
+  netName_ = netName(net);
   head_ = ",\"net\":" + dumped(netName_) + ",\"findings_probability\":";
   for (node_bn* node : shown_) {
     const int count = GetNodeNumberStates_bn(node);

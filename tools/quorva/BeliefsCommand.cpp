@@ -68,7 +68,7 @@ int runBeliefs(const BeliefsOptions& o) {
   if (o.json) {
     out = format.toJson().dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
   } else {
-    out = "Net " + std::string(GetNetName_bn(net));
+    out = "Net " + netName(net);
     const char* title = GetNetTitle_bn(net);
     if (title && *title && out.compare(4, std::string::npos, title) != 0) out += ": " + std::string(title);
     out += "\nFindings: ";

@@ -149,7 +149,7 @@ int runCompile(const CompileOptions& o) {
   const size_t nodes = netNodes(net).size();
   env.check();
   if (o.json) {
-    nlohmann::ordered_json out = {{"net", GetNetName_bn(net)}, {"nodes", nodes}, {"cliques", cliques},
+    nlohmann::ordered_json out = {{"net", netName(net)}, {"nodes", nodes}, {"cliques", cliques},
                                   {"total_table_size", size}};
     if (o.optimize > 0) {
       nlohmann::ordered_json found = nlohmann::ordered_json::array();
@@ -161,7 +161,7 @@ int runCompile(const CompileOptions& o) {
     return 0;
   }
   for (const std::string& line : estimates) std::printf("%s\n", line.c_str());
-  std::printf("Net %s: %s, compiled to %s, total table size (with separators) %s\n", GetNetName_bn(net),
+  std::printf("Net %s: %s, compiled to %s, total table size (with separators) %s\n", netName(net).c_str(),
               counted(static_cast<long long>(nodes), "node").c_str(), counted(cliques, "clique").c_str(),
               size < 1e15 ? std::to_string(static_cast<long long>(size)).c_str() : readable(size).c_str());
   if (o.report) {

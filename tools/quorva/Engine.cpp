@@ -9,6 +9,8 @@
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
+#include <map>
+#include <mutex>
 
 #include "Quorva/ToolSupport.h"
 
@@ -20,6 +22,10 @@ namespace {
 constexpr int MAX_ENVS = 256;
 std::atomic<environ_vq*> liveEnvs[MAX_ENVS];
 std::atomic<bool> haltRequested{false};
+
+// The file each net was read from, for netName().
+std::mutex pathsLock;
+std::map<const net_bn*, std::string> netPaths;
 
 void enroll(environ_vq* env) {
   for (auto& slot : liveEnvs) {
@@ -216,6 +222,8 @@ net_bn* Env::readNet(const std::string& path, NetFormat format) {
   if (stream) DeleteStream_vq(stream);
   if (flush()) throw Failure{};
   if (!net) fail("could not read the net in '" + path + "'");
+  std::lock_guard<std::mutex> lock(pathsLock);
+  netPaths[net] = path;
   return net;
 }
 
@@ -258,7 +266,7 @@ node_bn* findNode(const net_bn* net, const std::string& name) {
     if (title && name == title) titled.push_back(n);
   }
   if (titled.size() == 1) return titled.front();
-  std::string message = "net '" + std::string(GetNetName_bn(net)) + "' has no node named '" + name + "'";
+  std::string message = "net '" + netName(net) + "' has no node named '" + name + "'";
   if (titled.size() > 1) {
     message += ", and " + counted(static_cast<long long>(titled.size()), "node") + " have that title:";
     for (size_t i = 0; i < titled.size(); ++i) message += std::string(i ? ", " : " ") + GetNodeName_bn(titled[i]);
@@ -290,6 +298,18 @@ std::vector<node_bn*> selectNodes(const net_bn* net, const std::vector<std::stri
   std::vector<node_bn*> nodes;
   for (const std::string& name : names) nodes.push_back(findNode(net, trimmed(name)));
   return nodes;
+}
+
+std::string netName(const net_bn* net) {
+  std::string name = GetNetName_bn(net);
+  std::string lower = name;
+  for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  if (lower != "unknown") return name;
+  std::lock_guard<std::mutex> lock(pathsLock);
+  auto it = netPaths.find(net);
+  if (it == netPaths.end()) return name;
+  std::string file = it->second.substr(it->second.find_last_of('/') + 1);
+  return file.substr(0, file.find_last_of('.'));
 }
 
 std::string withTitle(const std::string& name, const char* title) {

@@ -104,6 +104,9 @@ void requireUsable(const net_bn* net, const std::string& path);
 std::vector<node_bn*> selectNodes(const net_bn* net, const std::vector<std::string>& names);
 // The number of cliques of a compiled net; -1 on failure.
 int cliqueCount(net_bn* net);
+// The net's name as the tool prints it: the name, except that a net named "Unknown" (the name a
+// file gives when it has none of its own) is called by its file's name.
+std::string netName(const net_bn* net);
 // "name" when the title is empty or the same, else "name (title)".
 std::string withTitle(const std::string& name, const char* title);
 // A state given as "#index", as its name, or else as the title of exactly one state; Failure
