@@ -32,10 +32,18 @@ std::string stripGlossary(std::string_view text) {
     }
     i += 2;
     while (i < text.size() && isWordChar(text[i])) out += text[i++];
-    // A hyphen right after the word continues it: ">-node-s", ">-Quorva-'s".
+    // A hyphen right after the word continues it: ">-node-s", ">-Quorva-'s"; a bracketed ending
+    // is the plural a person reads: ">-finding-(s)" reads "findings".
     if (i + 1 < text.size() && text[i] == '-' &&
         (std::isalpha(static_cast<unsigned char>(text[i + 1])) || text[i + 1] == '\''))
       ++i;
+    else if (i + 1 < text.size() && text[i] == '-' && text[i + 1] == '(') {
+      const size_t close = text.find(')', i + 2);
+      if (close != std::string_view::npos) {
+        out.append(text.substr(i + 2, close - i - 2));
+        i = close + 1;
+      }
+    }
   }
   return out;
 }

@@ -5,7 +5,9 @@
 #pragma once
 #include <cstdio>
 #include <functional>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "Quorva.h"
 
@@ -27,5 +29,29 @@ bool compileOptimized(net_bn* net, double seconds, std::FILE* console);
 // With `on`, every compile in the environment prints its clique count and table size to
 // `console`.
 void setVerboseCompile(environ_vq* env, bool on, std::FILE* console);
+
+}  // namespace quorva::tool
+
+namespace quorva::tool {
+
+// Reads a net from the stream as BIF (`bif`) or as DNET, whatever the stream's name says; null on
+// failure, with the error recorded as for ReadNet_bn.
+net_bn* readNetAs(stream_vq* stream, bool bif);
+// Writes the net to the stream as BIF (`bif`) or as DNET, whatever the stream's name says.
+void writeNetAs(const net_bn* net, stream_vq* stream, bool bif);
+
+// One clique of a compiled net's junction tree: its members in elimination order (with whether
+// the clique is each one's home), its table size, the clique it is joined to (-1 for a root) and
+// the separator between them.
+struct CliqueInfo {
+  std::vector<std::string> members;
+  std::vector<bool> home;
+  double size = 0;
+  int joinedTo = -1;
+  std::vector<std::string> separator;
+  double separatorSize = 0;
+};
+// The cliques of the compiled net, in order; false (recorded) when the net is not compiled.
+bool junctionTree(net_bn* net, std::vector<CliqueInfo>& out);
 
 }  // namespace quorva::tool

@@ -20,6 +20,8 @@ TEST(GlossaryTest, MarksAreStrippedAndContinuationsJoined) {
       {"first>-cr-second", "first\nsecond"},
       {"three >-node-s left", "three nodes left"},
       {">-Quorva-'s memory", "Quorva's memory"},
+      {"the >-finding-(s) entered", "the findings entered"},
+      {"a >-node-(s without end", "a node-(s without end"},
       {"calls >-Environ.finalize twice", "calls Environ.finalize twice"},
       {"at >-ApiFrame-42 (x)", "at ApiFrame-42 (x)"},  // a hyphen before a digit stays
       {"a >-Bnet - b", "a Bnet - b"},

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "Engine.h"
 #include "Progress.h"
 
 namespace quorva::cli {
@@ -34,24 +35,52 @@ void appendNumber(std::string& out, double x) {
 
 void appendJsonString(std::string& out, std::string_view text) { out += dumped(std::string(text)); }
 
+namespace {
+
+// The name and title fields of a node: {"name":N[,"title":T],"states":[S...][,"titles":[T...]]}
+// without the closing brace.
+nlohmann::ordered_json nodeFields(node_bn* node) {
+  const std::string name = GetNodeName_bn(node);
+  nlohmann::ordered_json fields = {{"name", name}};
+  const char* title = GetNodeTitle_bn(node);
+  if (title && *title && name != title) fields["title"] = title;
+  nlohmann::ordered_json states = nlohmann::ordered_json::array(), titles = nlohmann::ordered_json::array();
+  bool titled = false;
+  for (int s = 0, count = GetNodeNumberStates_bn(node); s < count; ++s) {
+    std::string state = GetNodeStateName_bn(node, s);
+    if (state.empty()) state = "#" + std::to_string(s);
+    const char* stateTitle = GetNodeStateTitle_bn(node, s);
+    titled = titled || (stateTitle && *stateTitle && state != stateTitle);
+    states.push_back(state);
+    titles.push_back(stateTitle && *stateTitle ? std::string(stateTitle) : state);
+  }
+  fields["states"] = states;
+  if (titled) fields["titles"] = titles;
+  return fields;
+}
+
+}  // namespace
+
 BeliefFormat::BeliefFormat(const net_bn* net, std::vector<node_bn*> shown) : shown_(std::move(shown)) {
-  netName_ = GetNetName_bn(net);
+  netName_ = netName(net);
   head_ = ",\"net\":" + dumped(netName_) + ",\"findings_probability\":";
   for (node_bn* node : shown_) {
     const int count = GetNodeNumberStates_bn(node);
-    nlohmann::ordered_json states = nlohmann::ordered_json::array();
     std::vector<std::string> labels;
     for (int s = 0; s < count; ++s) {
       std::string name = GetNodeStateName_bn(node, s);
       if (name.empty()) name = "#" + std::to_string(s);
-      states.push_back(name);
       const char* title = GetNodeStateTitle_bn(node, s);
-      labels.push_back(title && *title ? name + " (" + title + ")" : name);
+      labels.push_back(title && *title && name != title ? name + " (" + title + ")" : name);
     }
+    nlohmann::ordered_json fields = nodeFields(node);
+    fields["beliefs"] = nlohmann::ordered_json::array();
+    std::string head = dumped(fields);
+    head.resize(head.size() - 3);  // without the "[]}" of the empty beliefs
+    nodeHeads_.push_back(head + "[");
     const std::string name = GetNodeName_bn(node);
-    nodeHeads_.push_back("{\"name\":" + dumped(name) + ",\"states\":" + dumped(states) + ",\"beliefs\":[");
     const char* title = GetNodeTitle_bn(node);
-    titles_.push_back(title && *title ? name + ": " + title : name);
+    titles_.push_back(title && *title && name != title ? name + ": " + title : name);
     stateLabels_.push_back(std::move(labels));
   }
   beliefs_.assign(shown_.size(), nullptr);
@@ -102,13 +131,10 @@ void BeliefFormat::appendJsonError(std::string& out, long caseNo, std::string_vi
 nlohmann::ordered_json BeliefFormat::toJson() const {
   nlohmann::ordered_json nodes = nlohmann::ordered_json::array();
   for (size_t i = 0; i < shown_.size(); ++i) {
-    nlohmann::ordered_json states = nlohmann::ordered_json::array(), beliefs = nlohmann::ordered_json::array();
-    for (size_t s = 0; s < stateLabels_[i].size(); ++s) {
-      const char* name = GetNodeStateName_bn(shown_[i], static_cast<state_bn>(s));
-      states.push_back(name && *name ? std::string(name) : "#" + std::to_string(s));
-      beliefs.push_back(static_cast<double>(beliefs_[i][s]));
-    }
-    nodes.push_back({{"name", GetNodeName_bn(shown_[i])}, {"states", states}, {"beliefs", beliefs}});
+    nlohmann::ordered_json node = nodeFields(shown_[i]), beliefs = nlohmann::ordered_json::array();
+    for (size_t s = 0; s < stateLabels_[i].size(); ++s) beliefs.push_back(static_cast<double>(beliefs_[i][s]));
+    node["beliefs"] = beliefs;
+    nodes.push_back(node);
   }
   return {{"net", netName_}, {"findings_probability", probability_}, {"nodes", nodes}};
 }

@@ -14,6 +14,8 @@ namespace {
 struct BeliefsOptions {
   std::string net;
   std::vector<std::string> states, likelihoods, values, nodes;
+  std::string format;
+  double optimize = 0;
   bool json = false;
 };
 
@@ -47,27 +49,28 @@ int runBeliefs(const BeliefsOptions& o) {
   Env env;
   ProgressBar progress;
   progress.watch(env.get());
-  net_bn* net = env.readNet(o.net);
+  net_bn* net = env.readNet(o.net, formatNamed(o.format));
+  requireUsable(net, o.net);
   std::vector<node_bn*> shown = selectNodes(net, o.nodes);
-  CompileNet_bn(net);
-  env.check();
   std::vector<FindingArg> findings = findingArgs(o);
+  for (const FindingArg& f : findings) findNode(net, f.node);  // a wrong name fails before compiling
+  compileNet(env, net, o.net, o.optimize);
   enterFindings(env, net, findings);
   BeliefFormat format(net, shown);
-  if (!format.read(net)) {
-    progress.clear();
-    env.flush();
-    fail("the findings are impossible in net '" + std::string(GetNetName_bn(net)) + "'");
-  }
+  const bool read = format.read(net);
   progress.clear();
-  env.flush();
+  // Only what went wrong: the engine's records say it when it has made any.
+  if (env.flush()) throw Failure{};
+  if (!read)
+    fail(findings.empty() ? "could not update the beliefs of the net in '" + o.net + "'"
+                          : "the findings are impossible in the net in '" + o.net + "'");
   std::string out;
   if (o.json) {
     out = format.toJson().dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
   } else {
-    out = "Net " + std::string(GetNetName_bn(net));
+    out = "Net " + netName(net);
     const char* title = GetNetTitle_bn(net);
-    if (title && *title) out += ": " + std::string(title);
+    if (title && *title && out.compare(4, std::string::npos, title) != 0) out += ": " + std::string(title);
     out += "\nFindings: ";
     if (findings.empty()) out += "none";
     for (size_t i = 0; i < findings.size(); ++i) {
@@ -103,8 +106,12 @@ void addBeliefsCommand(CLI::App& app, Runner& chosen) {
       "Examples:\n"
       "  quorva beliefs examples/asia.dne -f smoking=f1 -f positive_XraY=d1\n"
       "  quorva beliefs net.bif -l Alarm=0.9,0.2 -v Temp=21.5 --nodes Burglary,Alarm --json\n"
+      "Nodes and states are named by their names or, where no name fits, by their titles (such as\n"
+      "the labels of a BIF file that are not legal names).\n"
       "With --json, one object: {\"net\": NAME, \"findings_probability\": P, \"nodes\":\n"
-      "[{\"name\": N, \"states\": [S...], \"beliefs\": [B...]}, ...]}, nodes in net order (or --nodes order).\n"
+      "[{\"name\": N, \"states\": [S...], \"beliefs\": [B...]}, ...]}, nodes in net order (or --nodes order);\n"
+      "a node whose title differs from its name has \"title\": T after its name, and one whose states'\n"
+      "titles differ from their names \"titles\": [T...] after its states.\n"
       "Impossible findings, or nodes and states the net lacks, fail with status 1.");
   addNetArgument(c, o->net);
   addFindingOption(c, "-f,--finding", o->states, FindingArg::State, "NODE=STATE",
@@ -113,6 +120,8 @@ void addBeliefsCommand(CLI::App& app, Runner& chosen) {
                    "A likelihood finding: one number from 0 to 1 per state");
   addFindingOption(c, "-v,--value", o->values, FindingArg::Value, "NODE=REAL", "A real-value finding");
   addNodesOption(c, o->nodes);
+  addFormatOption(c, o->format, "--format", "Read the net as this format, whatever its name");
+  addOptimizeOption(c, o->optimize, "Search this many seconds for an elimination order with smaller tables first");
   c->add_flag("--json", o->json, "Print one JSON object instead of tables");
   c->callback([o, &chosen] { chosen = [o] { return runBeliefs(*o); }; });
 }

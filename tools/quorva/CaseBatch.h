@@ -19,7 +19,8 @@ struct CaseEntry {
 
 struct CaseBatch {
   long sequence = 0;    // the batch's place in the output
-  long firstCase = 0;   // the number of its first case (counting from 0)
+  long firstCase = 0;   // the cases before its first one
+  long refused = 0;     // of its cases, those refused (set by the worker)
   std::vector<uint32_t> starts;    // per case, its first entry; one more at the end
   std::vector<int32_t> errorOf;    // per case, -1 or the index of its reader message
   std::vector<CaseEntry> entries;
@@ -31,6 +32,7 @@ struct CaseBatch {
   void reset(long sequenceNo, long first) {
     sequence = sequenceNo;
     firstCase = first;
+    refused = 0;
     starts.assign(1, 0);
     errorOf.clear();
     entries.clear();

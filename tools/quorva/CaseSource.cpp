@@ -17,9 +17,10 @@ constexpr int NO_FORMAT_VERSION = 2450;  // a notice every plain case file would
 
 }  // namespace
 
-CaseSource::CaseSource(const std::string& netPath, const std::string& casePath, ProgressBar* progress)
+CaseSource::CaseSource(const std::string& netPath, NetFormat format, const std::string& casePath,
+                       ProgressBar* progress)
     : path_(casePath), progress_(progress) {
-  net_ = env_.readNet(netPath);
+  net_ = env_.readNet(netPath, format);
   SetNetAutoUpdate_bn(net_, 0);  // the findings of a case are checked against each other by the workers
   nodes_ = netNodes(net_);
   list_ = DupNodeList_bn(GetNetNodes_bn(net_));
@@ -29,6 +30,7 @@ CaseSource::CaseSource(const std::string& netPath, const std::string& casePath, 
   }
   struct stat info {};
   if (::stat(casePath.c_str(), &info) != 0) fail("can't open case file '" + casePath + "'");
+  if (S_ISDIR(info.st_mode)) fail("'" + casePath + "' is a directory, not a case file");
   fileSize_ = static_cast<double>(info.st_size);
   stream_ = NewFileStream_vq(casePath.c_str(), env_.get(), nullptr);
   env_.check();

@@ -2,7 +2,7 @@
 // own environment and its own (uncompiled) copy of the net, which only holds each case's findings
 // while they are copied out, so the reader runs beside the workers without sharing a lock.
 //
-// Case numbers count every case line from 0.  A line the reader refuses (a bad value, too few or
+// Cases are counted in file order (casesRead()); every case line counts.  A line the reader refuses (a bad value, too few or
 // too many entries) or skips (a value that names no state) keeps its number and becomes a case
 // carrying the reader's message; reading goes on with the next line.  Anything else that stops
 // the reader (no such file, no cases, not a case file) fails the command.
@@ -19,7 +19,7 @@ namespace quorva::cli {
 class CaseSource {
  public:
   // `progress` (may be null) is told how far through the file reading has gone.
-  CaseSource(const std::string& netPath, const std::string& casePath, ProgressBar* progress);
+  CaseSource(const std::string& netPath, NetFormat format, const std::string& casePath, ProgressBar* progress);
   ~CaseSource();
   CaseSource(const CaseSource&) = delete;
   CaseSource& operator=(const CaseSource&) = delete;

@@ -5,10 +5,19 @@
 
 namespace quorva::cli {
 
-CaseWorker::CaseWorker(const std::string& netPath, const std::vector<std::string>& shown, bool json) : json_(json) {
-  net_ = env_.readNet(netPath);
+CaseWorker::CaseWorker(const std::string& netPath, NetFormat format, const std::vector<std::string>& order,
+                       const std::vector<std::string>& shown, bool json)
+    : json_(json) {
+  net_ = env_.readNet(netPath, format);
+  requireUsable(net_, netPath);
   nodes_ = netNodes(net_);
   std::vector<node_bn*> printed = selectNodes(net_, shown);
+  if (!order.empty()) {
+    nodelist_bn* list = NewNodeList2_bn(0, net_);
+    for (const std::string& name : order) AddNodeToList_bn(GetNodeNamed_bn(name.c_str(), net_), list, -1);
+    SetNetElimOrder_bn(net_, list);
+    DeleteNodeList_bn(list);
+  }
   SetNetAutoUpdate_bn(net_, 0);  // one update per case, when its beliefs are read
   CompileNet_bn(net_);
   env_.check();
@@ -38,9 +47,10 @@ void CaseWorker::printError(std::string& out, long caseNo, const std::string& me
 void CaseWorker::run(CaseBatch& batch) {
   std::string& out = batch.out;
   for (size_t c = 0; c < batch.cases(); ++c) {
-    const long caseNo = batch.firstCase + static_cast<long>(c);
+    const long caseNo = batch.firstCase + static_cast<long>(c) + 1;
     if (batch.errorOf[c] >= 0) {
       printError(out, caseNo, batch.errors[static_cast<size_t>(batch.errorOf[c])]);
+      ++batch.refused;
       continue;
     }
     RetractNetFindings_bn(net_);
@@ -52,6 +62,7 @@ void CaseWorker::run(CaseBatch& batch) {
       ClearErrors_vq(env_.get(), INTERNAL_ERR);
       if (!ok) {
         printError(out, caseNo, message.empty() ? "the findings are impossible" : message);
+        ++batch.refused;
         continue;
       }
     }

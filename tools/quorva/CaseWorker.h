@@ -12,14 +12,17 @@ namespace quorva::cli {
 
 class CaseWorker {
  public:
-  // Reads and compiles the net; Failure (printed) when it cannot.  `shown` names the nodes to
-  // print (all when empty).
-  CaseWorker(const std::string& netPath, const std::vector<std::string>& shown, bool json);
+  // Reads the net (in `format`, Unknown: as its name or start says) and compiles it, with the
+  // elimination order `order` (node names) when it is not empty; Failure (printed) when it
+  // cannot.  `shown` names the nodes to print (all when empty).
+  CaseWorker(const std::string& netPath, NetFormat format, const std::vector<std::string>& order,
+             const std::vector<std::string>& shown, bool json);
   CaseWorker(const CaseWorker&) = delete;
   CaseWorker& operator=(const CaseWorker&) = delete;
 
   // Enters each case of the batch and appends its line(s) to batch.out: for JSON one object per
   // case, {"case": K, ...beliefs} or {"case": K, "error": MESSAGE}; otherwise a header and tables.
+  // Cases are numbered from 1; batch.refused counts the cases refused.
   void run(CaseBatch& batch);
 
  private:

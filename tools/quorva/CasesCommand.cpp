@@ -24,26 +24,51 @@ namespace {
 constexpr size_t BATCH_CASES = 256;
 
 struct CasesOptions {
-  std::string net, cases;
+  std::string net, cases, format;
   std::vector<std::string> nodes;
+  std::vector<std::string> order;  // found by --optimize, for every worker
+  double optimize = 0;
   bool json = false;
   int threads = 0;
 };
 
-void writeOut(const std::string& text) {
+// The cases written out and, of them, those refused.
+struct Tally {
+  long cases = 0, refused = 0;
+};
+
+void writeOut(const CaseBatch& batch, Tally& tally) {
+  const std::string& text = batch.out;
   if (!text.empty() && std::fwrite(text.data(), 1, text.size(), stdout) != text.size())
     fail("could not write the output");
+  tally.cases += static_cast<long>(batch.cases());
+  tally.refused += batch.refused;
 }
 
-int runSingle(CaseSource& source, CaseWorker& worker) {
+int runSingle(CaseSource& source, CaseWorker& worker, Tally& tally) {
   CaseBatch batch;
   for (long sequence = 0;; ++sequence) {
     batch.reset(sequence, source.casesRead());
     if (!source.fill(batch, BATCH_CASES)) break;
     worker.run(batch);
-    writeOut(batch.out);
+    writeOut(batch, tally);
   }
   return 0;
+}
+
+// The elimination order that --optimize finds, as node names.
+std::vector<std::string> optimizedOrder(const CasesOptions& o) {
+  Env env;
+  ProgressBar progress;
+  progress.watch(env.get());
+  net_bn* net = env.readNet(o.net, formatNamed(o.format));
+  requireUsable(net, o.net);
+  compileNet(env, net, o.net, o.optimize);
+  std::vector<std::string> names;
+  const nodelist_bn* order = GetNetElimOrder_bn(net);
+  for (int i = 0, n = order ? LengthNodeList_bn(order) : 0; i < n; ++i) names.push_back(GetNodeName_bn(GetNthNode_bn(order, i)));
+  env.check();
+  return names;
 }
 
 // The batches between the threads.  Reading and updating are tasks that any worker takes on:
@@ -144,13 +169,13 @@ class Pipeline {
 // Each worker reads and compiles its copy of the net on its own thread, so that the memory of
 // each copy is that thread's (no cache lines shared between workers) and the copies compile in
 // parallel.
-int runThreaded(CaseSource& source, const CasesOptions& o, int threads) {
+int runThreaded(CaseSource& source, const CasesOptions& o, int threads, Tally& tally) {
   Pipeline pipe(source, static_cast<size_t>(threads));
   std::vector<std::thread> workers;
   for (int i = 0; i < threads; ++i) {
     workers.emplace_back([&pipe, &o] {
       try {
-        CaseWorker worker(o.net, o.nodes, o.json);
+        CaseWorker worker(o.net, formatNamed(o.format), o.order, o.nodes, o.json);
         pipe.work(worker);
       } catch (...) {
         pipe.stop(true);
@@ -162,7 +187,7 @@ int runThreaded(CaseSource& source, const CasesOptions& o, int threads) {
     for (long sequence = 0;; ++sequence) {
       CaseBatch* b = pipe.takeDone(sequence);
       if (!b) break;
-      writeOut(b->out);
+      writeOut(*b, tally);
       pipe.giveFree(b);
     }
   } catch (const Failure&) {
@@ -173,20 +198,27 @@ int runThreaded(CaseSource& source, const CasesOptions& o, int threads) {
   return pipe.failed() ? 1 : 0;
 }
 
-int runCases(const CasesOptions& o) {
+int runCases(CasesOptions o) {
   int threads = o.threads > 0 ? o.threads : static_cast<int>(std::thread::hardware_concurrency());
   if (threads < 1) threads = 1;
+  if (o.optimize > 0) o.order = optimizedOrder(o);
   ProgressBar progress;
-  CaseSource source(o.net, o.cases, &progress);
+  CaseSource source(o.net, formatNamed(o.format), o.cases, &progress);
   source.checkNodes(o.nodes);  // unknown names fail here, once, rather than in every worker
+  Tally tally;
   int status = 0;
   if (threads == 1) {
-    CaseWorker worker(o.net, o.nodes, o.json);
-    status = runSingle(source, worker);
+    CaseWorker worker(o.net, formatNamed(o.format), o.order, o.nodes, o.json);
+    status = runSingle(source, worker, tally);
   } else {
-    status = runThreaded(source, o, threads);
+    status = runThreaded(source, o, threads, tally);
   }
   progress.clear();
+  if (tally.refused > 0) {
+    std::fflush(stdout);
+    std::fprintf(stderr, "quorva: %ld of %s refused\n", tally.refused, counted(tally.cases, "case").c_str());
+    status = 1;
+  }
   return status;
 }
 
@@ -199,16 +231,22 @@ void addCasesCommand(CLI::App& app, Runner& chosen) {
       "The case file: a header line of node names, then one line per case, separated by tabs (or\n"
       "commas or spaces); '*' for a missing value; optional IDnum and NumCases columns.  Columns\n"
       "naming no node of the net are ignored (with a notice).\n"
-      "With --json, one line per case, cases numbered from 0 in file order:\n"
+      "Nodes of --nodes are named by their names or, where no name fits, their titles.\n"
+      "With --json, one line per case, cases numbered from 1 in file order (as in every message):\n"
       "  {\"case\": K, \"net\": NAME, \"findings_probability\": P, \"nodes\": [...]}   as for `beliefs --json`\n"
       "  {\"case\": K, \"error\": MESSAGE}   when the case's findings are impossible, or its line has a\n"
       "                                   fault (a bad value, too few or too many entries, a value\n"
       "                                   naming no state); the run goes on with the next case.\n"
+      "When any case is refused, \"N of M cases refused\" is said on standard error at the end and the\n"
+      "exit status is 1 (0 when every case gave beliefs).\n"
       "Example:\n"
       "  quorva cases examples/asia.dne examples/asia_cases.txt --json --nodes lung_cancer");
   addNetArgument(c, o->net);
   c->add_option("CASEFILE", o->cases, "The case file")->required();
   addNodesOption(c, o->nodes);
+  addFormatOption(c, o->format, "--format", "Read the net as this format, whatever its name");
+  addOptimizeOption(c, o->optimize,
+                    "Search this many seconds for an elimination order with smaller tables, used by every worker");
   c->add_flag("--json", o->json, "Print one JSON object per case, one per line");
   c->add_option("--threads", o->threads,
                 "Worker threads, each with its own compiled copy of the net (default: the number of cores); "

@@ -20,5 +20,9 @@ void addBenchCommand(CLI::App& app, Runner& chosen);
 CLI::Option* addNetArgument(CLI::App* command, std::string& path);
 // --nodes A,B,...: the nodes to print (all when not given).
 CLI::Option* addNodesOption(CLI::App* command, std::vector<std::string>& names);
+// An option (`name`: "--format", "--to") taking "dnet" or "bif".
+CLI::Option* addFormatOption(CLI::App* command, std::string& format, const char* name, const char* help);
+// --optimize SECONDS: a number above 0.
+CLI::Option* addOptimizeOption(CLI::App* command, double& seconds, const char* help);
 
 }  // namespace quorva::cli

@@ -1,5 +1,7 @@
-// quorva convert IN OUT       read one net format, write another
-// quorva check NET            read and compile a net, list its errors and warnings
+// quorva convert IN OUT [--format dnet|bif] [--to dnet|bif] [--optimize SECONDS]:
+// reads a net in one format and writes it in another (or the same).
+#include <sys/stat.h>
+
 #include <cstdio>
 #include <memory>
 
@@ -12,49 +14,37 @@ namespace quorva::cli {
 namespace {
 
 struct ConvertOptions {
-  std::string in, out;
+  std::string in, out, format, to;
+  double optimize = 0;
 };
+
+bool sameFile(const std::string& a, const std::string& b) {
+  struct stat x {}, y {};
+  return stat(a.c_str(), &x) == 0 && stat(b.c_str(), &y) == 0 && x.st_dev == y.st_dev && x.st_ino == y.st_ino;
+}
 
 int runConvert(const ConvertOptions& o) {
-  Env env;
-  net_bn* net = env.readNet(o.in);
-  env.writeNet(net, o.out);
-  return 0;
-}
-
-struct CheckOptions {
-  std::string net;
-};
-
-// Prints the records of at least warning level to standard output, counts them, and clears them.
-void listRecords(Env& env, int& errors, int& warnings) {
-  for (report_vq* r = GetError_vq(env.get(), WARNING_ERR, nullptr); r; r = GetError_vq(env.get(), WARNING_ERR, r)) {
-    std::printf("%s\n", recordText(r).c_str());
-    ++(ErrorSeverity_vq(r) >= ERROR_ERR ? errors : warnings);
-  }
-  ClearErrors_vq(env.get(), INTERNAL_ERR);
-}
-
-int runCheck(const CheckOptions& o) {
+  NetFormat to = formatNamed(o.to);
+  if (to == NetFormat::Unknown) to = formatByExtension(o.out);
+  if (to == NetFormat::Unknown)
+    failUsage("cannot tell which format to write '" + o.out + "' in: name it .dne, .dnet or .bif, or give --to dnet|bif");
+  if (sameFile(o.in, o.out)) failUsage("'" + o.out + "' is the net being read: write the converted net to another file");
   Env env;
   ProgressBar progress;
   progress.watch(env.get());
-  int errors = 0, warnings = 0;
-  stream_vq* stream = NewFileStream_vq(o.net.c_str(), env.get(), nullptr);
-  net_bn* net = stream ? ReadNet_bn(stream, NO_VISUAL_INFO) : nullptr;
-  if (stream) DeleteStream_vq(stream);
-  listRecords(env, errors, warnings);
-  if (net) {
-    CompileNet_bn(net);
+  net_bn* net = env.readNet(o.in, formatNamed(o.format));
+  if (o.optimize > 0) {
+    // The order found is kept on the net, and written with it.
+    requireNodes(net, o.in);
+    compileNet(env, net, o.in, o.optimize);
+    nodelist_bn* order = DupNodeList_bn(GetNetElimOrder_bn(net));
+    SetNetElimOrder_bn(net, order);
+    DeleteNodeList_bn(order);
     progress.clear();
-    listRecords(env, errors, warnings);
-  } else if (errors == 0) {
-    std::printf("error: the net could not be read\n");
-    ++errors;
+    env.check();
   }
-  std::printf("%s: %s, %d error%s, %d warning%s\n", o.net.c_str(), !net ? "not read" : errors ? "read" : "read and compiled",
-              errors, errors == 1 ? "" : "s", warnings, warnings == 1 ? "" : "s");
-  return errors ? 1 : 0;
+  env.writeNet(net, o.out, to);
+  return 0;
 }
 
 }  // namespace
@@ -63,22 +53,19 @@ void addConvertCommand(CLI::App& app, Runner& chosen) {
   auto o = std::make_shared<ConvertOptions>();
   CLI::App* c = app.add_subcommand("convert", "Read a net in one format and write it in another");
   c->footer(
-      "The formats follow the file extensions: BIF for .bif, DNET otherwise (.dne, .dnet).\n"
-      "Example:\n"
-      "  quorva convert tests/data/alarm.bif alarm.dne");
-  c->add_option("IN", o->in, "The net to read (.dne, .dnet or .bif)")->required();
-  c->add_option("OUT", o->out, "The file to write (.bif, or DNET for any other name); replaced if it exists")->required();
+      "The formats follow the file extensions: DNET for .dne and .dnet, BIF for .bif.  A net to read\n"
+      "with another extension is told by its start; a file to write with another needs --to.\n"
+      "With --optimize, the elimination order found is saved with the net (DNET keeps it).\n"
+      "Examples:\n"
+      "  quorva convert tests/data/alarm.bif alarm.dne\n"
+      "  quorva convert tests/data/Link.bif link.dne --optimize 30");
+  c->add_option("IN", o->in, "The net to read (.dne, .dnet or .bif, or another told by its start)")->required();
+  c->add_option("OUT", o->out, "The file to write (.dne, .dnet or .bif, or another with --to); replaced if it exists")
+      ->required();
+  addFormatOption(c, o->format, "--format", "Read IN as this format, whatever its name");
+  addFormatOption(c, o->to, "--to", "Write OUT in this format, whatever its name");
+  addOptimizeOption(c, o->optimize, "Search this many seconds for an elimination order, and save it with the net");
   c->callback([o, &chosen] { chosen = [o] { return runConvert(*o); }; });
-}
-
-void addCheckCommand(CLI::App& app, Runner& chosen) {
-  auto o = std::make_shared<CheckOptions>();
-  CLI::App* c = app.add_subcommand("check", "Read and compile a net, and list every error and warning");
-  c->footer(
-      "Each record is printed on standard output as SEVERITY NUMBER: MESSAGE, then a summary line.\n"
-      "Exit status 0 when there is no error (warnings allowed), 1 otherwise.");
-  c->add_option("NET", o->net, "The net: a DNET file (.dne, .dnet) or a BIF file (.bif)")->required();
-  c->callback([o, &chosen] { chosen = [o] { return runCheck(*o); }; });
 }
 
 }  // namespace quorva::cli

@@ -58,8 +58,8 @@ void enterFindings(Env& env, net_bn* net, const std::vector<FindingArg>& finding
       case FindingArg::Likelihood: {
         const int count = GetNodeNumberStates_bn(node);
         if (static_cast<int>(f.likelihood.size()) != count)
-          fail("node '" + f.node + "' has " + std::to_string(count) + " states, but the likelihood given has " +
-               std::to_string(f.likelihood.size()) + " numbers");
+          fail("node '" + f.node + "' has " + counted(count, "state") + ", but the likelihood given has " +
+               counted(static_cast<long long>(f.likelihood.size()), "number"));
         EnterNodeLikelihood_bn(node, f.likelihood.data());
         break;
       }

@@ -3,7 +3,10 @@
 // standard error), 2 the command line was wrong.
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
+#include <functional>
+#include <string>
 
 #include "Commands.h"
 #include "Engine.h"
@@ -17,8 +20,33 @@ void onInterrupt(int) { quorva::cli::haltAll(); }
 namespace quorva::cli {
 
 CLI::Option* addNetArgument(CLI::App* command, std::string& path) {
-  return command->add_option("NET", path, "The net: a DNET file (.dne, .dnet) or a BIF file (.bif)")
+  return command
+      ->add_option("NET", path,
+                   "The net: a DNET file (.dne, .dnet) or a BIF file (.bif); with another extension, the "
+                   "format is told by the file's start")
       ->required();
+}
+
+CLI::Option* addFormatOption(CLI::App* command, std::string& format, const char* name, const char* help) {
+  return command->add_option(name, format, help)
+      ->type_name("dnet|bif")
+      ->check(CLI::Validator(
+          [](std::string& text) { return text == "dnet" || text == "bif" ? "" : "expected dnet or bif, got '" + text + "'"; },
+          ""));
+}
+
+CLI::Option* addOptimizeOption(CLI::App* command, double& seconds, const char* help) {
+  return command->add_option("--optimize", seconds, help)
+      ->type_name("SECONDS")
+      ->check(CLI::Validator(
+          [](std::string& text) -> std::string {
+            char* end = nullptr;
+            const double x = std::strtod(text.c_str(), &end);
+            if (text.empty() || *end != '\0' || !(x > 0) || !(x < 1e9))
+              return "expected a number of seconds above 0, got '" + text + "'";
+            return "";
+          },
+          ""));
 }
 
 CLI::Option* addNodesOption(CLI::App* command, std::vector<std::string>& names) {
@@ -47,6 +75,18 @@ int main(int argc, char** argv) {
   addConvertCommand(app, chosen);
   addCheckCommand(app, chosen);
   addBenchCommand(app, chosen);
+  static const char* const COMMANDS = "beliefs, cases, compile, convert, check, bench";
+  if (argc < 2) {
+    std::fprintf(stderr, "quorva: a command is required (one of %s); quorva --help tells more\n", COMMANDS);
+    return 2;
+  }
+  const std::string first = argv[1];
+  const std::function<bool(const CLI::App*)> named = [&first](const CLI::App* c) { return c->get_name() == first; };
+  const auto known = static_cast<const CLI::App&>(app).get_subcommands(named);
+  if (!first.empty() && first[0] != '-' && known.empty()) {
+    std::fprintf(stderr, "quorva: unknown command '%s' (the commands are %s)\n", first.c_str(), COMMANDS);
+    return 2;
+  }
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
@@ -68,6 +108,9 @@ int main(int argc, char** argv) {
   } catch (const Failure&) {
     std::fflush(stdout);
     return 1;
+  } catch (const UsageFailure&) {
+    std::fflush(stdout);
+    return 2;
   } catch (const std::exception& e) {
     std::fflush(stdout);
     std::fprintf(stderr, "quorva: %s\n", e.what());
