@@ -8,6 +8,7 @@
 #include "BN/Net/Bnet.h"
 #include "BN/Inference/ElimOrder.h"
 #include "BN/Inference/InferErrors.h"
+#include "BN/Inference/OrderCheck.h"
 #include "BN/Inference/OrderSearch.h"
 #include "Basic/RandomGen.h"
 #include "Basic/EnvCore.h"
@@ -106,20 +107,13 @@ std::vector<int> chooseOrder(Bnet& net, const UGraph& g, const CompileOptions& o
   std::map<const Bnode*, int> index;
   for (size_t i = 0; i < g.nodes.size(); ++i) index[g.nodes[i]] = static_cast<int>(i);
   std::vector<int> stored;
+  dropStaleOrder(net);
   if (!net.elimOrder.empty()) {
     std::vector<int> order;
-    std::vector<char> used(g.nodes.size(), 0);
-    bool fits = true;
-    for (const Bnode* n : net.elimOrder) {
-      if (n->kind == CONSTANT) continue;  // listed, but outside the graph
-      auto it = index.find(n);
-      if (it == index.end() || used[static_cast<size_t>(it->second)]) fits = false;
-      else used[static_cast<size_t>(it->second)] = 1, order.push_back(it->second);
-    }
-    fits = fits && order.size() == g.nodes.size();
-    if (fits && !options.optimize) return order;
-    if (fits) stored = order;
-    else engNotice(net.env, err::OrderRemoved, net.name, "no longer lists the >-node-s of the >-net");
+    for (const Bnode* n : net.elimOrder)
+      if (n->kind != CONSTANT) order.push_back(index.at(n));  // constants are listed, but outside the graph
+    if (!options.optimize) return order;
+    stored = order;
   }
   // The nodes to eliminate in name order: ties in the heuristic fall the same way whatever order
   // the nodes were made in.
