@@ -340,6 +340,7 @@ void updateBeliefs(Bnet& net) {
   if (net.juncStep < 1 || !net.jt) engError(net.env, err::NeedsCompiling, net.name);
   if (net.juncStep >= 5) return;
   JunctionTree& jt = *net.jt;
+  ++jt.updates;
   Progress progress(net.env->progress, "Operation in progress ...");
   try {
     if (!jt.haveBase || net.juncStep < 3) makeBase(net, jt);

@@ -45,6 +45,7 @@ struct JunctionTree {
   bool spent = false;            // propagation failed part way: start again from the base
   bool memoryChecked = false;    // the tables' memory was checked (at the compile or first update)
   uint64_t version = 0;          // rises whenever the potentials change
+  uint64_t updates = 0;          // belief updates that did work (a count for tests and benchmarks)
   std::vector<int> queue;        // scratch of the propagation schedule
 
   int neighbour(int clique, int sep) const {
