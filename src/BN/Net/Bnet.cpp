@@ -17,7 +17,6 @@ Bnet::~Bnet() = default;
 
 void Bnet::tablesChanged() {
   if (juncStep > 2) juncStep = 2;
-  if (jt) jt->haveBase = false;
 }
 
 void Bnet::uncompile() {
