@@ -140,12 +140,20 @@ size_t placeIn(const Clique& home, const Bnode& n) {
   return static_cast<size_t>(it - list.begin());
 }
 
+// Writes the ones of a clique that was left unwritten.
+void writeOnes(Clique& c) {
+  if (!c.ones) return;
+  c.pot.fill(1.0);
+  c.ones = false;
+}
+
 // Multiplies a node's finding into its home clique (without the underflow guard, which the
 // caller runs once the clique has all its findings).
 bool multiplyFinding(Bnet& net, JunctionTree& jt, Bnode& n) {
   const Finding& f = n.finding;
   if (n.homeClique < 0 || n.kind == CONSTANT || n.kind == UTILITY || !hasFinding(f)) return false;
   Clique& home = jt.cliques[static_cast<size_t>(n.homeClique)];
+  writeOnes(home);
   size_t dim = placeIn(home, n);
   // A likelihood with one non-zero entry also fixes the state, but its weight still counts toward
   // the probability of the findings.
@@ -199,11 +207,13 @@ void initPotentials(Bnet& net, JunctionTree& jt, Meter* meter) {
         written = true;
       }
     }
-    if (!written) c.pot.fill(1.0);
+    bool any = std::any_of(homed[i].begin(), homed[i].end(), [](const Bnode* n) { return hasFinding(n->finding); });
+    // A clique of ones is left unwritten: its first message is copied in rather than multiplied.
+    c.ones = !written && !any && scale == 1.0;
+    if (!written && !c.ones) c.pot.fill(1.0);
     c.pot.multiplyScalar(scale);
-    bool any = false;
-    for (Bnode* n : homed[i]) any = multiplyFinding(net, jt, *n) || any;
-    if (any || !written) c.pot.guardUnderflow();
+    for (Bnode* n : homed[i]) multiplyFinding(net, jt, *n);
+    if (any) c.pot.guardUnderflow();
     c.state = 2;
     if (meter) meter->step(c.size);
   }
@@ -218,17 +228,29 @@ void initPotentials(Bnet& net, JunctionTree& jt, Meter* meter) {
   net.juncStep = 4;
 }
 
+// N := N * message; into a clique of ones, the message is copied in.
+void receive(Clique& n, const PotTable& message, KernelPlan& plan) {
+  if (n.ones) {
+    copyFrom(n.pot, message, true);
+    n.pot.guardUnderflow();
+    n.ones = false;
+  } else {
+    multiplyIn(n.pot, message, plan);
+  }
+}
+
 // C sends to N through separator s: the separator's new table over its old one multiplies N.
 void sendMessage(JunctionTree& jt, int from, int sep, bool maxMode) {
   Separator& s = jt.seps[static_cast<size_t>(sep)];
   Clique& c = jt.cliques[static_cast<size_t>(from)];
   Clique& n = jt.cliques[static_cast<size_t>(jt.neighbour(from, sep))];
   bool fromA = from == s.a;
+  writeOnes(c);
   if (maxMode) maxOutInto(s.fresh, c.pot);
   else marginalizeInto(s.fresh, c.pot, fromA ? s.fromA : s.fromB);
   if (s.ones) {
     // The old table is all ones: the message is the new table itself.
-    multiplyIn(n.pot, s.fresh, fromA ? s.intoB : s.intoA);
+    receive(n, s.fresh, fromA ? s.intoB : s.intoA);
     s.pot.swap(s.fresh);
     s.ones = false;
     ++jt.version;
@@ -243,13 +265,14 @@ void sendMessage(JunctionTree& jt, int from, int sep, bool maxMode) {
     o[i] = std::bit_cast<float>(std::bit_cast<uint32_t>(f[i] / o[i]) & keep);
   }
   s.pot.setFactorRaw(s.fresh.factor() / s.pot.factor());
-  multiplyIn(n.pot, s.pot, fromA ? s.intoB : s.intoA);
+  receive(n, s.pot, fromA ? s.intoB : s.intoA);
   s.pot.swap(s.fresh);
   ++jt.version;
 }
 
 // The root's normalisation; the probability of the findings gathers the factors.
 void normaliseRoot(Bnet& net, JunctionTree& jt, Clique& root) {
+  writeOnes(root);
   double normfac = root.pot.sum();
   for (const Bnode* m : root.members)
     if (m->kind == DECISION && m->finding.state < 0) normfac /= m->numStates;
@@ -406,6 +429,10 @@ void updateBeliefs(Bnet& net) {
   JunctionTree& jt = *net.jt;
   ++jt.updates;
   Progress progress(net.env->progress, "Operation in progress ...");
+  struct Settle {  // the table block's pages are all mapped by the end of the update
+    TableArena& arena;
+    ~Settle() { arena.settle(); }
+  } settle{jt.arena};
   try {
     if (onlyAdded(net)) {
       Meter meter(progress, updateWork(jt, false));

@@ -32,6 +32,7 @@ struct Clique {
   std::vector<int> seps;         // separators touching it
   PotTable pot;
   int state = 1;                 // propagation state of this round
+  bool ones = false;             // no table and no finding of its own yet: all ones (unwritten)
   bool onQueue = false;
 };
 
