@@ -418,8 +418,14 @@ void enterAddedFindings(Bnet& net, JunctionTree& jt) {
 }
 
 // The work of one update, in clique entries, for the progress shown: building the potentials
-// writes every clique once, and a propagation sends at most two messages a clique.
-double updateWork(const JunctionTree& jt, bool rebuild) { return (rebuild ? 3 : 2) * cliqueEntries(jt); }
+// writes every clique once, and a propagation sends at most one message each way through each
+// separator, each costing its sender's entries.
+double updateWork(const JunctionTree& jt, bool rebuild) {
+  double messages = 0;
+  for (const Separator& s : jt.seps)
+    messages += jt.cliques[static_cast<size_t>(s.a)].size + jt.cliques[static_cast<size_t>(s.b)].size;
+  return (rebuild ? cliqueEntries(jt) : 0) + messages;
+}
 
 }  // namespace
 
