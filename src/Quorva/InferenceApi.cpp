@@ -6,6 +6,7 @@
 #include "BN/Findings/Findings.h"
 #include "BN/Inference/InferErrors.h"
 #include "BN/Inference/JunctionTree.h"
+#include "BN/Inference/OrderCheck.h"
 #include "BN/Net/NetEdit.h"
 #include "Quorva/ApiErrors.h"
 #include "Quorva/ApiFrame.h"
@@ -13,23 +14,6 @@
 using namespace quorva;
 
 namespace {
-
-// The first fault of a proposed order, or "" when it fits the net.
-std::string orderFault(const Bnet& net, const NodeList& list) {
-  std::vector<const Bnode*> seen;
-  for (const Bnode* n : list.nodes) {
-    if (!n) return "contains a NULL";
-    if (n->net != &net)
-      return format("contains a >-node not in the >-net (>-node '%s' of >-net '%s')", n->name, n->net->name);
-    if (n->kind == UTILITY) return format("contains a >-utility_node (named '%s')", n->name);
-    if (std::find(seen.begin(), seen.end(), n) != seen.end()) return format("contains a duplicate >-node (named '%s')", n->name);
-    seen.push_back(n);
-  }
-  for (const Bnode* n : net.nodes)
-    if (n->kind != UTILITY && n->kind != CONSTANT && std::find(seen.begin(), seen.end(), n) == seen.end())
-      return format("is missing a >-node (named '%s')", n->name);
-  return "";
-}
 
 Bnode& discrete(ApiFrame& f, const node_bn* node) {
   Bnode& n = f.node(node);
@@ -134,7 +118,7 @@ void SetNetElimOrder_bn(net_bn* net, const nodelist_bn* elim_order) {
     std::vector<Bnode*> order;
     if (elim_order) {
       const NodeList& list = f.list(elim_order);
-      std::string fault = orderFault(n, list);
+      std::string fault = orderFault(n, list.nodes);
       if (!fault.empty()) engError(&f.env(), err::BadElimOrder, n.name, fault);
       order = list.nodes;
     }
@@ -147,7 +131,8 @@ void SetNetElimOrder_bn(net_bn* net, const nodelist_bn* elim_order) {
 
 const nodelist_bn* GetNetElimOrder_bn(const net_bn* net) {
   return apiCall(__func__, static_cast<const nodelist_bn*>(nullptr), envOf(net), [&](ApiFrame& f) {
-    const Bnet& n = f.net(net);
+    Bnet& n = f.net(net);
+    dropStaleOrder(n);
     if (n.elimOrder.empty()) return static_cast<const nodelist_bn*>(nullptr);
     n.elimOrderList.nodes = n.elimOrder;
     return static_cast<const nodelist_bn*>(handle(&n.elimOrderList));

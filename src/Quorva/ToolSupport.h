@@ -23,7 +23,10 @@ void requestHalt(environ_vq* env, bool halt);
 
 // Compiles the net with the optimising elimination-order search, run for `seconds`, writing each
 // improvement's estimate line to `console` (none when null).  False on failure, with the error
-// recorded in the environment as for CompileNet_bn.
+// recorded in the environment as for CompileNet_bn.  A halt (requestHalt) during the search ends
+// the search, not the compile: the net is compiled with the best order found so far, notice 2296
+// says the search was halted, and the call succeeds.  The halt stays requested (withdraw it
+// before further long work, which would stop at once).
 bool compileOptimized(net_bn* net, double seconds, std::FILE* console);
 
 // With `on`, every compile in the environment prints its clique count and table size to

@@ -177,7 +177,9 @@ bool enterCase(const CaseReader& reader, const CaseRow& row, const std::vector<B
     if (n) saved.emplace_back(n, n->finding);
   for (Bnode* n : bound)
     if (n) saved.emplace_back(n, n->finding);
+  if (saved.empty()) return true;
   try {
+    FindingBatch batch(*saved.front().first->net);  // one update for the whole case
     if (!add)
       for (Bnode* n : listed)
         if (n && !n->finding.empty()) retractNode(*n);
@@ -193,6 +195,7 @@ bool enterCase(const CaseReader& reader, const CaseRow& row, const std::vector<B
       else
         enterLikelihood(*n, v.likelihood.data());
     }
+    batch.commit();
   } catch (...) {
     // Put back in reverse, so that a node saved twice ends with its first (original) finding.
     for (auto it = saved.rbegin(); it != saved.rend(); ++it) it->first->finding = it->second;

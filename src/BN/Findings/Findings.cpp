@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <string>
+#include <vector>
 
 #include "BN/Inference/BeliefUpdate.h"
 #include "BN/Net/Bnet.h"
@@ -65,10 +66,26 @@ int valueFromParents(const Bnode& n) {
   return rowState(n, row);
 }
 
-// The finding changed: beliefs are stale and listeners hear of it.
+// The finding groups open on this thread: per net, how deep, and whether a finding changed.
+struct OpenBatch {
+  Bnet* net;
+  int depth;
+  bool changed;
+};
+thread_local std::vector<OpenBatch> openBatches;
+
+OpenBatch* batchOf(const Bnet& net) {
+  for (OpenBatch& b : openBatches)
+    if (b.net == &net) return &b;
+  return nullptr;
+}
+
+// The finding changed: beliefs are stale and listeners hear of it.  In a group the update waits
+// for the group's end.
 void changed(Bnode& n) {
   n.net->findingsChanged();
-  if (n.net->autoUpdate && n.net->juncStep >= 1) updateBeliefs(*n.net);
+  if (OpenBatch* b = batchOf(*n.net)) b->changed = true;
+  else if (n.net->autoUpdate && n.net->juncStep >= 1) updateBeliefs(*n.net);
   fireNodeEvent(n, CHANGE_EVENT_TYPE);
 }
 
@@ -101,7 +118,27 @@ int singleNonZero(const std::vector<float>& lik) {
 
 }  // namespace
 
-bool findingsPossible(Bnet& net) { return !net.autoUpdate || findingsHold(net); }
+bool findingsPossible(Bnet& net) { return !net.autoUpdate || batchOf(net) || findingsHold(net); }
+
+FindingBatch::FindingBatch(Bnet& net) : net_(net) {
+  if (OpenBatch* b = batchOf(net)) ++b->depth;
+  else openBatches.push_back({&net, 1, false});
+}
+
+FindingBatch::~FindingBatch() {
+  if (!open_) return;
+  OpenBatch* b = batchOf(net_);
+  if (b && --b->depth == 0) openBatches.erase(openBatches.begin() + (b - openBatches.data()));
+}
+
+void FindingBatch::commit() {
+  OpenBatch* b = batchOf(net_);
+  open_ = false;
+  if (!b || --b->depth > 0) return;
+  bool update = b->changed && net_.autoUpdate && net_.juncStep >= 1;
+  openBatches.erase(openBatches.begin() + (b - openBatches.data()));
+  if (update) updateBeliefs(net_);
+}
 
 std::vector<float> accumulatedLikelihood(const Bnode& n) {
   std::vector<float> lik(static_cast<size_t>(n.numStates), 1.0f);
@@ -320,8 +357,10 @@ void retractNode(Bnode& n) {
 }
 
 void retractNet(Bnet& net) {
+  FindingBatch batch(net);
   for (Bnode* n : net.nodes)
     if (n->kind != CONSTANT) retractNode(*n);
+  batch.commit();
 }
 
 }  // namespace quorva

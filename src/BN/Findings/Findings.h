@@ -29,6 +29,27 @@ int findingCode(const Bnode& node);
 // The node's findings as one likelihood vector (all ones when there are none).
 std::vector<float> accumulatedLikelihood(const Bnode& node);
 
+// Groups the finding changes of one call that changes many (retracting a net's findings, entering
+// a case): with auto-update the beliefs are updated once, at commit(), instead of after each
+// change, and whether the findings hold together is learnt from that one update instead of being
+// checked finding by finding.  Groups nest; only the outermost one updates.  A group left without
+// commit() (an exception) updates nothing: the caller puts the findings back.
+class FindingBatch {
+ public:
+  explicit FindingBatch(Bnet& net);
+  ~FindingBatch();
+  FindingBatch(const FindingBatch&) = delete;
+  FindingBatch& operator=(const FindingBatch&) = delete;
+  // Ends the group; the outermost one, when findings changed on a compiled net that updates
+  // automatically, updates the beliefs (raising the update's errors, such as inconsistent
+  // findings).
+  void commit();
+
+ private:
+  Bnet& net_;
+  bool open_ = true;
+};
+
 // Whether the findings of the net together still have probability above zero: asked of belief
 // updating when the net is compiled and updates automatically; otherwise an impossible
 // combination is found when beliefs are next updated.

@@ -14,7 +14,9 @@
 #include "BN/Inference/JunctionTree.h"
 #include "BN/Tables/NodeTables.h"
 #include "BN/Tables/PotKernels.h"
+#include "Basic/BasicErrors.h"
 #include "Basic/EnvCore.h"
+#include "Basic/Format.h"
 #include "Basic/Progress.h"
 #include "Basic/Raise.h"
 
@@ -23,88 +25,218 @@ namespace quorva {
 namespace {
 
 struct Inconsistent {};  // propagation found the findings to have probability 0
+struct Halted {};        // the user halted the update
 
 // Set while updating only to learn whether the findings hold, when explaining a failure is wasted.
 thread_local bool checkingOnly = false;
 
-// Step 1 -> 2: every clique and separator gets its table.
+// The progress of one update, counted in clique entries worked on, reported to the environment's
+// watcher a clique at a time; the user's halt is seen at the same points.
+class Meter {
+ public:
+  Meter(Progress& progress, double total) : progress_(progress), total_(total > 0 ? total : 1) {}
+  void step(double entries) {
+    done_ += entries;
+    if (!progress_.update(std::min(1.0, done_ / total_))) throw Halted{};
+  }
+
+ private:
+  Progress& progress_;
+  double total_, done_ = 0;
+};
+
+double cliqueEntries(const JunctionTree& jt) {
+  double s = 0;
+  for (const Clique& c : jt.cliques) s += c.size;
+  return s;
+}
+
+// Step 1 -> 2: every clique and separator gets its table, all in one block.
 void allocateTables(Bnet& net, JunctionTree& jt) {
+  const char* purpose = "to do >-exact_inference";
+  size_t floats = 0;
+  auto room = [&](const PotTable& t) {
+    if (t.size() == TOO_LARGE || t.size() >= MAX_ALLOC_ENTRIES)
+      raiseMemoryError(net.env, err::NotEnoughMemory, purpose, formatBytes(4.0 * sizeOfSpace(t.dims())));
+    floats += TableArena::sliceFloats(t.size());
+  };
   for (Clique& c : jt.cliques) {
     c.pot = PotTable(net.env, c.members);
-    c.pot.allocate();
+    room(c.pot);
   }
   for (Separator& s : jt.seps) {
     s.pot = PotTable(net.env, s.nodes);
-    s.pot.allocate();
     s.fresh = PotTable(net.env);
     s.fresh.shareNodes(s.pot);
-    s.fresh.allocate();
+    room(s.pot);
+    room(s.fresh);
+  }
+  jt.arena.allocate(net.env, floats, purpose);
+  for (Clique& c : jt.cliques) c.pot.attach(jt.arena.slice(c.pot.size()));
+  for (Separator& s : jt.seps) {
+    s.pot.attach(jt.arena.slice(s.pot.size()));
+    s.fresh.attach(jt.arena.slice(s.fresh.size()));
   }
   net.juncStep = 2;
 }
 
+// Whether the node's CPT can go into its clique as it is: every entry a probability, factor 1.
+bool usableAsIs(const PotTable& cpt) {
+  if (cpt.factor() != 1.0) return false;
+  const float* d = cpt.data();
+  int bad = 0;
+  for (size_t i = 0, n = cpt.size(); i < n; ++i) bad |= !(d[i] >= 0);  // reserved values are negative
+  return !bad;
+}
+
 // The table a node brings into its home clique: its CPT with undefined rows taken as uniform, a
-// CPT made from its function table, or none (uniform).
-bool inferenceTable(Bnode& n, PotTable& out, bool& incomplete) {
+// CPT made from its function table, or none (uniform).  `use` points at the CPT itself when it
+// needs no change, else at `made`.
+bool inferenceTable(Bnode& n, PotTable& made, const PotTable*& use, bool& incomplete) {
   const NodeTables& t = n.tables;
   if (t.cpt.isAllocated()) {
-    out = t.cpt;
-    out.setFactor(1.0);
-    size_t len = out.rowLength();
-    for (size_t at = 0; at < out.size(); at += len)
-      if (std::any_of(out.data() + at, out.data() + at + len, [](float v) { return isReservedFloat(v) || !(v >= 0); })) {
+    if (usableAsIs(t.cpt)) {
+      use = &t.cpt;
+      return true;
+    }
+    made = t.cpt;
+    made.setFactor(1.0);
+    size_t len = made.rowLength();
+    for (size_t at = 0; at < made.size(); at += len)
+      if (std::any_of(made.data() + at, made.data() + at + len, [](float v) { return isReservedFloat(v) || !(v >= 0); })) {
         incomplete = true;
-        std::fill(out.data() + at, out.data() + at + len, static_cast<float>(1.0 / static_cast<double>(len)));
+        std::fill(made.data() + at, made.data() + at + len, static_cast<float>(1.0 / static_cast<double>(len)));
       }
+    use = &made;
     return true;
   }
   if (t.func.isAllocated() && !t.funcReal) {
-    out = PotTable(n.net->env, tableNodes(n, true));
-    out.allocate();
-    out.fill(0.0);
+    made = PotTable(n.net->env, tableNodes(n, true));
+    made.allocate();
+    made.fill(0.0);
     size_t len = static_cast<size_t>(n.numStates);
     for (size_t row = 0; row < t.func.size(); ++row) {
       float v = t.func.data()[row];
       if (isReservedFloat(v)) {
         incomplete = true;
-        std::fill(out.data() + row * len, out.data() + (row + 1) * len, static_cast<float>(1.0 / static_cast<double>(len)));
+        std::fill(made.data() + row * len, made.data() + (row + 1) * len, static_cast<float>(1.0 / static_cast<double>(len)));
       } else {
-        out.data()[row * len + static_cast<size_t>(v)] = 1.0f;
+        made.data()[row * len + static_cast<size_t>(v)] = 1.0f;
       }
     }
+    use = &made;
     return true;
   }
   return false;
 }
 
-// Step 2 -> 3: potentials from the node tables.
-void initPotentials(Bnet& net, JunctionTree& jt) {
+bool hasFinding(const Finding& f) { return f.state >= 0 || !f.likelihood.empty(); }
+
+// The node's place in its home clique's list.
+size_t placeIn(const Clique& home, const Bnode& n) {
+  const std::vector<Bnode*>& list = home.pot.nodes();
+  auto it = std::find(list.begin(), list.end(), &n);
+  QASSERT(n.net->env, it != list.end());
+  return static_cast<size_t>(it - list.begin());
+}
+
+// Writes the ones of a clique that was left unwritten.
+void writeOnes(Clique& c) {
+  if (!c.ones) return;
+  c.pot.fill(1.0);
+  c.ones = false;
+}
+
+// Multiplies a node's finding into its home clique (without the underflow guard, which the
+// caller runs once the clique has all its findings).
+bool multiplyFinding(Bnet& net, JunctionTree& jt, Bnode& n) {
+  const Finding& f = n.finding;
+  if (n.homeClique < 0 || n.kind == CONSTANT || n.kind == UTILITY || !hasFinding(f)) return false;
+  Clique& home = jt.cliques[static_cast<size_t>(n.homeClique)];
+  writeOnes(home);
+  size_t dim = placeIn(home, n);
+  // A likelihood with one non-zero entry also fixes the state, but its weight still counts toward
+  // the probability of the findings.
+  if (!f.likelihood.empty()) {
+    QASSERT(net.env, f.likelihood.size() == static_cast<size_t>(n.numStates));
+    home.pot.multiplyAlong(dim, f.likelihood.data());
+  } else {
+    std::vector<float> lik(static_cast<size_t>(n.numStates), 0.0f);
+    lik[static_cast<size_t>(f.state)] = 1.0f;
+    home.pot.multiplyAlong(dim, lik.data());
+  }
+  home.state = 2;
+  return true;
+}
+
+// Multiplies a node's finding into its home clique.
+void enterFinding(Bnet& net, JunctionTree& jt, Bnode& n) {
+  if (multiplyFinding(net, jt, n)) jt.cliques[static_cast<size_t>(n.homeClique)].pot.guardUnderflow();
+}
+
+// Step 2 -> 4: each clique written once from the tables of the nodes whose home it is (the first
+// copied in, spread over the clique, the others multiplied in), then the findings of its nodes
+// multiplied in.  Separators stand for ones until their first message.
+void initPotentials(Bnet& net, JunctionTree& jt, Meter* meter) {
   for (Bnode* n : net.nodes)
     if (n->kind == CONSTANT) n->curState = std::max(0, n->finding.state);
-  for (Clique& c : jt.cliques) {
-    c.pot.fill(1.0);
-    c.state = 2;
-  }
-  for (Separator& s : jt.seps) s.pot.fill(1.0);
+  std::vector<std::vector<Bnode*>> homed(jt.cliques.size());
+  for (Bnode* n : net.nodes)
+    if (n->homeClique >= 0 && n->kind != UTILITY) homed[static_cast<size_t>(n->homeClique)].push_back(n);
   const Bnode* missing = nullptr;
   const Bnode* partial = nullptr;
-  for (Bnode* n : net.nodes) {
-    if (n->homeClique < 0 || n->kind == DECISION || n->kind == UTILITY) continue;
-    Clique& home = jt.cliques[static_cast<size_t>(n->homeClique)];
-    PotTable t;
-    bool incomplete = false;
-    if (inferenceTable(*n, t, incomplete)) {
-      multiplyIn(home.pot, t);
+  for (size_t i = 0; i < jt.cliques.size(); ++i) {
+    Clique& c = jt.cliques[i];
+    bool written = false;
+    double scale = 1.0;
+    for (Bnode* n : homed[i]) {
+      if (n->kind == DECISION) continue;
+      PotTable made;
+      const PotTable* use = nullptr;
+      bool incomplete = false;
+      if (!inferenceTable(*n, made, use, incomplete)) {
+        scale /= n->numStates;
+        if (!missing) missing = n;
+        continue;
+      }
       if (incomplete && !partial) partial = n;
-    } else {
-      home.pot.multiplyScalar(1.0 / n->numStates);
-      if (!missing) missing = n;
+      if (written) {
+        multiplyIn(c.pot, *use);
+      } else {
+        copyFrom(c.pot, *use, true);
+        written = true;
+      }
     }
+    bool any = std::any_of(homed[i].begin(), homed[i].end(), [](const Bnode* n) { return hasFinding(n->finding); });
+    // A clique of ones is left unwritten: its first message is copied in rather than multiplied.
+    c.ones = !written && !any && scale == 1.0;
+    if (!written && !c.ones) c.pot.fill(1.0);
+    c.pot.multiplyScalar(scale);
+    for (Bnode* n : homed[i]) multiplyFinding(net, jt, *n);
+    if (any) c.pot.guardUnderflow();
+    c.state = 2;
+    if (meter) meter->step(c.size);
   }
+  for (Separator& s : jt.seps) s.ones = true;
   if (missing) engNotice(net.env, err::NoTables, missing->name);
   if (partial) engNotice(net.env, err::IncompleteTables, partial->name);
+  net.enteredAs.assign(net.nodes.size(), Finding());
+  for (size_t i = 0; i < net.nodes.size(); ++i)
+    if (hasFinding(net.nodes[i]->finding)) net.enteredAs[i] = net.nodes[i]->finding;
   jt.probFindings = 1.0;
-  net.juncStep = 3;
+  ++jt.version;
+  net.juncStep = 4;
+}
+
+// N := N * message; into a clique of ones, the message is copied in.
+void receive(Clique& n, const PotTable& message, KernelPlan& plan) {
+  if (n.ones) {
+    copyFrom(n.pot, message, true);
+    n.pot.guardUnderflow();
+    n.ones = false;
+  } else {
+    multiplyIn(n.pot, message, plan);
+  }
 }
 
 // C sends to N through separator s: the separator's new table over its old one multiplies N.
@@ -113,8 +245,17 @@ void sendMessage(JunctionTree& jt, int from, int sep, bool maxMode) {
   Clique& c = jt.cliques[static_cast<size_t>(from)];
   Clique& n = jt.cliques[static_cast<size_t>(jt.neighbour(from, sep))];
   bool fromA = from == s.a;
+  writeOnes(c);
   if (maxMode) maxOutInto(s.fresh, c.pot);
   else marginalizeInto(s.fresh, c.pot, fromA ? s.fromA : s.fromB);
+  if (s.ones) {
+    // The old table is all ones: the message is the new table itself.
+    receive(n, s.fresh, fromA ? s.intoB : s.intoA);
+    s.pot.swap(s.fresh);
+    s.ones = false;
+    ++jt.version;
+    return;
+  }
   // s.pot := fresh / old (0 where old is 0), then it multiplies N; fresh becomes the separator.
   // The quotient is masked rather than chosen, so that the loop vectorises.
   float* o = s.pot.data();
@@ -124,13 +265,14 @@ void sendMessage(JunctionTree& jt, int from, int sep, bool maxMode) {
     o[i] = std::bit_cast<float>(std::bit_cast<uint32_t>(f[i] / o[i]) & keep);
   }
   s.pot.setFactorRaw(s.fresh.factor() / s.pot.factor());
-  multiplyIn(n.pot, s.pot, fromA ? s.intoB : s.intoA);
+  receive(n, s.pot, fromA ? s.intoB : s.intoA);
   s.pot.swap(s.fresh);
   ++jt.version;
 }
 
 // The root's normalisation; the probability of the findings gathers the factors.
 void normaliseRoot(Bnet& net, JunctionTree& jt, Clique& root) {
+  writeOnes(root);
   double normfac = root.pot.sum();
   for (const Bnode* m : root.members)
     if (m->kind == DECISION && m->finding.state < 0) normfac /= m->numStates;
@@ -145,8 +287,8 @@ void normaliseRoot(Bnet& net, JunctionTree& jt, Clique& root) {
 
 class Schedule {
  public:
-  Schedule(Bnet& net, JunctionTree& jt, bool maxMode)
-      : net_(net), jt_(jt), max_(maxMode), ring_(jt.queue) {
+  Schedule(Bnet& net, JunctionTree& jt, bool maxMode, Meter* meter)
+      : net_(net), jt_(jt), max_(maxMode), meter_(meter), ring_(jt.queue) {
     ring_.resize(jt.cliques.size() + 1);
   }
 
@@ -200,7 +342,7 @@ class Schedule {
       if (C.state == 0) return;
       int n = jt_.neighbour(c, lastSep);
       if (C.state == 2) {
-        sendMessage(jt_, c, lastSep, max_);
+        send(c, lastSep);
         if (at(n).state != 0) at(n).state = 2;
         push(n);
         pushNeighbours(n);
@@ -219,7 +361,7 @@ class Schedule {
     for (int s : at(c).seps) {
       int n = jt_.neighbour(c, s);
       if (at(n).state != 3) continue;
-      sendMessage(jt_, c, s, max_);
+      send(c, s);
       at(n).state = 4;
       push(n);
       pushNeighbours(n);
@@ -227,111 +369,62 @@ class Schedule {
     at(c).state = 5;
   }
 
+  void send(int c, int sep) {
+    sendMessage(jt_, c, sep, max_);
+    if (meter_) meter_->step(at(c).size);
+  }
+
   Bnet& net_;
   JunctionTree& jt_;
   bool max_;
+  Meter* meter_;
   std::vector<int>& ring_;
   size_t head_ = 0, tail_ = 0;
 };
 
-// The node's place in its home clique's list.
-size_t placeIn(const Clique& home, const Bnode& n) {
-  const std::vector<Bnode*>& list = home.pot.nodes();
-  auto it = std::find(list.begin(), list.end(), &n);
-  QASSERT(n.net->env, it != list.end());
-  return static_cast<size_t>(it - list.begin());
-}
-
-bool hasFinding(const Finding& f) { return f.state >= 0 || !f.likelihood.empty(); }
-
-// Multiplies a node's finding into its home clique.
-void enterFinding(Bnet& net, JunctionTree& jt, Bnode& n) {
-  const Finding& f = n.finding;
-  if (n.homeClique < 0 || n.kind == CONSTANT || n.kind == UTILITY) return;
-  if (!hasFinding(f)) return;
-  Clique& home = jt.cliques[static_cast<size_t>(n.homeClique)];
-  size_t dim = placeIn(home, n);
-  // A likelihood with one non-zero entry also fixes the state, but its weight still counts toward
-  // the probability of the findings.
-  if (!f.likelihood.empty()) {
-    QASSERT(net.env, f.likelihood.size() == static_cast<size_t>(n.numStates));
-    home.pot.multiplyAlong(dim, f.likelihood.data());
-  } else {
-    std::vector<float> lik(static_cast<size_t>(n.numStates), 0.0f);
-    lik[static_cast<size_t>(f.state)] = 1.0f;
-    home.pot.multiplyAlong(dim, lik.data());
-  }
-  home.pot.guardUnderflow();
-  home.state = 2;
-  jt.entered = true;
-}
-
-// Back to the consistent potentials without findings.
-void restoreBase(JunctionTree& jt) {
-  for (size_t i = 0; i < jt.cliques.size(); ++i) {
-    copyFrom(jt.cliques[i].pot, jt.baseCliques[i], false);
-    jt.cliques[i].state = 1;
-  }
-  for (size_t i = 0; i < jt.seps.size(); ++i) copyFrom(jt.seps[i].pot, jt.baseSeps[i], false);
-  jt.probFindings = 1.0;
-  jt.entered = false;
-  ++jt.version;
-}
-
-void propagate(Bnet& net, JunctionTree& jt, bool maxMode) {
+void propagate(Bnet& net, JunctionTree& jt, bool maxMode, Meter* meter) {
   try {
-    Schedule(net, jt, maxMode).run();
-  } catch (const Inconsistent&) {
-    // The potentials are spent: the next update starts again from the base.
-    jt.spent = true;
+    Schedule(net, jt, maxMode, meter).run();
+  } catch (...) {
+    // The potentials are part way through a round: the next update builds them again.
     for (Clique& c : jt.cliques) c.state = 1;
+    net.juncStep = 2;
     throw;
   }
-}
-
-// Makes the base: potentials from the tables, propagated with no findings, kept aside.
-void makeBase(Bnet& net, JunctionTree& jt) {
-  if (!jt.memoryChecked) {
-    checkTableMemory(net, jt, true);
-    jt.memoryChecked = true;
-  }
-  if (net.juncStep < 2) allocateTables(net, jt);
-  initPotentials(net, jt);
-  propagate(net, jt, false);
-  jt.baseCliques.clear();
-  jt.baseSeps.clear();
-  for (const Clique& c : jt.cliques) jt.baseCliques.push_back(c.pot);
-  for (const Separator& s : jt.seps) jt.baseSeps.push_back(s.pot);
-  jt.haveBase = true;
-  jt.probFindings = 1.0;
-  jt.entered = false;
-  net.enteredAs.assign(net.nodes.size(), Finding());
 }
 
 bool sameFinding(const Finding& a, const Finding& b) {
   return a.state == b.state && a.likelihood == b.likelihood;
 }
 
-// Brings the findings in the potentials in line with the nodes': new findings are multiplied in;
-// a finding changed or taken away sends the potentials back to the base first.
-void enterChangedFindings(Bnet& net, JunctionTree& jt) {
-  std::vector<Finding>& was = net.enteredAs;
-  was.resize(net.nodes.size());
-  bool onlyAdded = !jt.spent;
+// Whether the potentials (consistent with the findings in net.enteredAs) can be brought up to
+// date by multiplying findings in: no finding in them was changed or taken away since.
+bool onlyAdded(const Bnet& net) {
+  if (net.juncStep < 3 || net.enteredAs.size() != net.nodes.size()) return false;
   for (size_t i = 0; i < net.nodes.size(); ++i)
-    if (hasFinding(was[i]) && !sameFinding(was[i], net.nodes[i]->finding)) onlyAdded = false;
-  if (!onlyAdded) {
-    if (jt.entered || jt.spent) restoreBase(jt);
-    jt.spent = false;
-    was.assign(net.nodes.size(), Finding());
-  }
+    if (hasFinding(net.enteredAs[i]) && !sameFinding(net.enteredAs[i], net.nodes[i]->finding)) return false;
+  return true;
+}
+
+// Multiplies in the findings that are not in the potentials yet.
+void enterAddedFindings(Bnet& net, JunctionTree& jt) {
   for (size_t i = 0; i < net.nodes.size(); ++i) {
     Bnode& n = *net.nodes[i];
-    if (hasFinding(n.finding) && !sameFinding(was[i], n.finding)) {
+    if (hasFinding(n.finding) && !sameFinding(net.enteredAs[i], n.finding)) {
       enterFinding(net, jt, n);
-      was[i] = n.finding;
+      net.enteredAs[i] = n.finding;
     }
   }
+}
+
+// The work of one update, in clique entries, for the progress shown: building the potentials
+// writes every clique once, and a propagation sends at most one message each way through each
+// separator, each costing its sender's entries.
+double updateWork(const JunctionTree& jt, bool rebuild) {
+  double messages = 0;
+  for (const Separator& s : jt.seps)
+    messages += jt.cliques[static_cast<size_t>(s.a)].size + jt.cliques[static_cast<size_t>(s.b)].size;
+  return (rebuild ? cliqueEntries(jt) : 0) + messages;
 }
 
 }  // namespace
@@ -340,15 +433,34 @@ void updateBeliefs(Bnet& net) {
   if (net.juncStep < 1 || !net.jt) engError(net.env, err::NeedsCompiling, net.name);
   if (net.juncStep >= 5) return;
   JunctionTree& jt = *net.jt;
+  ++jt.updates;
   Progress progress(net.env->progress, "Operation in progress ...");
+  struct Settle {  // the table block's pages are all mapped by the end of the update
+    TableArena& arena;
+    ~Settle() { arena.settle(); }
+  } settle{jt.arena};
   try {
-    if (!jt.haveBase || net.juncStep < 3) makeBase(net, jt);
-    enterChangedFindings(net, jt);
-    net.juncStep = 4;
-    propagate(net, jt, false);
+    if (onlyAdded(net)) {
+      Meter meter(progress, updateWork(jt, false));
+      enterAddedFindings(net, jt);
+      net.juncStep = 4;
+      propagate(net, jt, false, &meter);
+    } else {
+      Meter meter(progress, updateWork(jt, true));
+      if (!jt.memoryChecked) {
+        checkTableMemory(net, jt, true);
+        jt.memoryChecked = true;
+      }
+      if (net.juncStep < 2) allocateTables(net, jt);
+      net.juncStep = 2;  // until the potentials are whole
+      initPotentials(net, jt, &meter);
+      propagate(net, jt, false, &meter);
+    }
   } catch (const Inconsistent&) {
     std::string why = checkingOnly ? "" : explainImpossible(net);
     engError(net.env, err::Inconsistent, why.empty() ? why : "; " + why);
+  } catch (const Halted&) {
+    engError(net.env, err::UpdateHalted);
   }
   ++jt.version;  // cached beliefs read before this update are stale
   net.juncStep = 5;
@@ -429,12 +541,11 @@ double findingsProbability(Bnet& net) {
 std::vector<int> mostProbableConfig(Bnet& net) {
   updateBeliefs(net);
   JunctionTree& jt = *net.jt;
-  // Start again from the tables, enter the findings and propagate maxima instead of sums.
-  initPotentials(net, jt);
-  for (Bnode* n : net.nodes) enterFinding(net, jt, *n);
+  // Start again from the tables with the findings in, and propagate maxima instead of sums.
+  initPotentials(net, jt, nullptr);
   std::vector<int> config(net.nodes.size(), -1);
   try {
-    propagate(net, jt, true);
+    propagate(net, jt, true, nullptr);
   } catch (const Inconsistent&) {
     engError(net.env, err::Inconsistent, "");
   }
@@ -449,8 +560,7 @@ std::vector<int> mostProbableConfig(Bnet& net) {
     maxOutInto(b, jt.cliques[static_cast<size_t>(n.homeClique)].pot);
     config[i] = static_cast<int>(std::max_element(b.data(), b.data() + b.size()) - b.data());
   }
-  // The potentials now hold maxima: the next update starts from the base again.
-  jt.haveBase = false;
+  // The potentials now hold maxima: the next update builds them again.
   net.juncStep = 2;
   return config;
 }

@@ -9,6 +9,9 @@ inline constexpr ErrDef CycleAtCompile{3041, "there is a cycle (containing link 
 inline constexpr ErrDef OptimizingWithDecisions{
     2007, "can't use optimizing compiler for >-net '%s' because it has a >-decision_node(s)"};
 inline constexpr ErrDef CompileHalted{2074, "compiling halted"};
+inline constexpr ErrDef UpdateHalted{2075, "belief updating halted"};
+inline constexpr ErrDef SearchHalted{
+    2296, "optimizing of the elimination order was halted, so the best order found before then was used"};
 inline constexpr ErrDef VastlyTooLarge{
     2758, "you will not be able to do >-exact_inference with this >-net unless you enter significant findings "
           "first, because the tables would be vastly too large"};

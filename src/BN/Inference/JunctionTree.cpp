@@ -8,6 +8,7 @@
 #include "BN/Net/Bnet.h"
 #include "BN/Inference/ElimOrder.h"
 #include "BN/Inference/InferErrors.h"
+#include "BN/Inference/OrderCheck.h"
 #include "BN/Inference/OrderSearch.h"
 #include "Basic/RandomGen.h"
 #include "Basic/EnvCore.h"
@@ -101,25 +102,19 @@ void checkNodes(const Bnet& net, const UGraph& g) {
 }
 
 // The order to use: the stored one when it still fits, else a greedy one, or with optimising the
-// search's best, starting from the stored one; a found order is stored on the net.
-std::vector<int> chooseOrder(Bnet& net, const UGraph& g, const CompileOptions& options) {
+// search's best, starting from the stored one; a found order is stored on the net.  `searchHalted`
+// is set when the user halted the search (its best order so far is used).
+std::vector<int> chooseOrder(Bnet& net, const UGraph& g, const CompileOptions& options, bool& searchHalted) {
   std::map<const Bnode*, int> index;
   for (size_t i = 0; i < g.nodes.size(); ++i) index[g.nodes[i]] = static_cast<int>(i);
   std::vector<int> stored;
+  dropStaleOrder(net);
   if (!net.elimOrder.empty()) {
     std::vector<int> order;
-    std::vector<char> used(g.nodes.size(), 0);
-    bool fits = true;
-    for (const Bnode* n : net.elimOrder) {
-      if (n->kind == CONSTANT) continue;  // listed, but outside the graph
-      auto it = index.find(n);
-      if (it == index.end() || used[static_cast<size_t>(it->second)]) fits = false;
-      else used[static_cast<size_t>(it->second)] = 1, order.push_back(it->second);
-    }
-    fits = fits && order.size() == g.nodes.size();
-    if (fits && !options.optimize) return order;
-    if (fits) stored = order;
-    else engNotice(net.env, err::OrderRemoved, net.name, "no longer lists the >-node-s of the >-net");
+    for (const Bnode* n : net.elimOrder)
+      if (n->kind != CONSTANT) order.push_back(index.at(n));  // constants are listed, but outside the graph
+    if (!options.optimize) return order;
+    stored = order;
   }
   // The nodes to eliminate in name order: ties in the heuristic fall the same way whatever order
   // the nodes were made in.
@@ -133,6 +128,11 @@ std::vector<int> chooseOrder(Bnet& net, const UGraph& g, const CompileOptions& o
   else if (options.optimize) {
     Progress progress(net.env->progress, "optimizing elimination order");
     order = searchOrder(g, all, stored, net.randgen.pick(net.env), {options.seconds, options.console, &progress});
+    // A halt ends the search, not the compile: the best order found so far is used.
+    if (progress.halted()) {
+      engNotice(net.env, err::SearchHalted);
+      searchHalted = true;
+    }
   } else {
     size_t placed = all.size();
     {
@@ -240,8 +240,9 @@ void compileNet(Bnet& net, const CompileOptions& options) {
   haltPoint(net);
   UGraph g = moralGraph(net);
   checkNodes(net, g);
-  std::vector<int> order = chooseOrder(net, g, options);
-  haltPoint(net);
+  bool searchHalted = false;
+  std::vector<int> order = chooseOrder(net, g, options, searchHalted);
+  if (!searchHalted) haltPoint(net);
   // Members in elimination order: a separator then lies in the same relative order in both its
   // cliques, so messages are read and written without permuting entries.
   std::vector<size_t> position(g.nodes.size());

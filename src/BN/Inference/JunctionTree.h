@@ -8,6 +8,7 @@
 
 #include "BN/Tables/PotKernels.h"
 #include "BN/Tables/PotTable.h"
+#include "BN/Inference/TableArena.h"
 
 namespace quorva {
 
@@ -20,6 +21,7 @@ struct Separator {
   double size = 1;
   PotTable pot;                  // the last message through it
   PotTable fresh;                // scratch: the new message
+  bool ones = false;             // no message yet: the table stands for all ones (and is unwritten)
   KernelPlan fromA, fromB;       // the kernel plans of messages: a's or b's table onto this one,
   KernelPlan intoA, intoB;       // and this one into a's or b's
 };
@@ -30,21 +32,22 @@ struct Clique {
   std::vector<int> seps;         // separators touching it
   PotTable pot;
   int state = 1;                 // propagation state of this round
+  bool ones = false;             // no table and no finding of its own yet: all ones (unwritten)
   bool onQueue = false;
 };
 
 struct JunctionTree {
+  TableArena arena;              // the clique and separator tables' storage (first, so freed last)
   std::vector<Clique> cliques;
   std::vector<Separator> seps;
   bool hasDecisions = false;
   double probFindings = 1.0;
-  // The consistent potentials with no findings, to start again from when findings are retracted.
-  std::vector<PotTable> baseCliques, baseSeps;
-  bool haveBase = false;
-  bool entered = false;          // some finding is in the potentials
-  bool spent = false;            // propagation failed part way: start again from the base
+  // No copy of the potentials is kept: when findings are retracted or changed, the potentials are
+  // built again from the node tables with the findings in (which costs what the first update
+  // costs, about as much as restoring a copy would), so the tables take their own size only.
   bool memoryChecked = false;    // the tables' memory was checked (at the compile or first update)
   uint64_t version = 0;          // rises whenever the potentials change
+  uint64_t updates = 0;          // belief updates that did work (a count for tests and benchmarks)
   std::vector<int> queue;        // scratch of the propagation schedule
 
   int neighbour(int clique, int sep) const {

@@ -119,6 +119,64 @@ bool sampleInto(const Ordered& o, std::vector<int>& value, bool respect, RandomG
   return true;
 }
 
+// Calls visit(offset, counters) for each configuration of the free places of a table whose other
+// places are fixed (at `base`), in row-major order, until visit returns true.
+template <class Visit>
+void eachFree(const std::vector<size_t>& freeDims, const std::vector<int>& dims,
+              const std::vector<size_t>& strides, size_t base, Visit&& visit) {
+  std::vector<int> ctr(freeDims.size(), 0);
+  size_t off = base;
+  while (true) {
+    if (visit(off, ctr)) return;
+    size_t k = freeDims.size();
+    for (;;) {
+      if (k == 0) return;
+      size_t d = freeDims[--k];
+      if (++ctr[k] < dims[d]) {
+        off += strides[d];
+        break;
+      }
+      off -= strides[d] * static_cast<size_t>(dims[d] - 1);
+      ctr[k] = 0;
+    }
+  }
+}
+
+// A state for every clique member, drawn clique by clique from the propagated potentials (one
+// update): the members a clique shares with the cliques before it are drawn already, and its
+// others are drawn from its potential at their states.
+std::unordered_map<const Bnode*, int> drawFromTree(Bnet& net, RandomGen& rng) {
+  updateBeliefs(net);
+  std::unordered_map<const Bnode*, int> drawn;
+  for (const Clique& c : net.jt->cliques) {
+    const PotTable& t = c.pot;
+    const std::vector<int>& dims = t.dims();
+    std::vector<size_t> strides(dims.size()), freeDims;
+    size_t base = 0;
+    for (size_t j = dims.size(), acc = 1; j-- > 0; acc *= static_cast<size_t>(dims[j])) strides[j] = acc;
+    for (size_t j = 0; j < dims.size(); ++j) {
+      auto it = drawn.find(t.nodes()[j]);
+      if (it != drawn.end()) base += static_cast<size_t>(it->second) * strides[j];
+      else freeDims.push_back(j);
+    }
+    if (freeDims.empty()) continue;
+    double total = 0;
+    eachFree(freeDims, dims, strides, base, [&](size_t off, const std::vector<int>&) {
+      total += t.data()[off];
+      return false;
+    });
+    double r = rng.uniform() * total, acc = 0;
+    std::vector<int> pick(freeDims.size(), 0);
+    eachFree(freeDims, dims, strides, base, [&](size_t off, const std::vector<int>& ctr) {
+      acc += t.data()[off];
+      if (t.data()[off] > 0 || total <= 0) pick = ctr;  // the last possible one, should rounding run past
+      return total > 0 && acc > r;
+    });
+    for (size_t k = 0; k < freeDims.size(); ++k) drawn[t.nodes()[freeDims[k]]] = pick[k];
+  }
+  return drawn;
+}
+
 }  // namespace
 
 std::vector<int> forwardSample(Bnet& net, RandomGen& rng) {
@@ -131,21 +189,37 @@ bool generateRandomCase(Bnet& net, const std::vector<Bnode*>& nodes, Sampling me
                         RandomGen& rng) {
   for (const Bnode* n : nodes)
     if (n->numStates <= 0) engError(net.env, err::BeliefsNotDiscrete, n->name);
-  if (method == Sampling::JoinTree) {
-    compileNet(net);
-    std::vector<Finding> saved;
-    for (const Bnode* n : nodes) saved.push_back(n->finding);
+  std::vector<Finding> saved;
+  for (const Bnode* n : nodes) saved.push_back(n->finding);
+  // Entering the drawn case is one change of findings: with auto-update, one update at its end.
+  auto enterAll = [&](auto&& stateOf) {
     try {
+      FindingBatch batch(net);
       for (Bnode* n : nodes) {
-        if (n->finding.state >= 0) continue;
-        const std::vector<float>& b = nodeBeliefs(*n);
-        enterState(*n, drawFrom(b.data(), n->numStates, rng), true, false);
+        int s = stateOf(*n);
+        if (s >= 0) enterState(*n, s, true, false);
       }
+      batch.commit();
     } catch (...) {
       for (size_t i = 0; i < nodes.size(); ++i) nodes[i]->finding = saved[i];
       net.findingsChanged();
       throw;
     }
+  };
+  if (method == Sampling::JoinTree) {
+    compileNet(net);
+    if (net.jt->hasDecisions) {
+      // Decisions make the potentials more than a distribution: node by node through the beliefs.
+      enterAll([&](Bnode& n) {
+        return n.finding.state >= 0 ? -1 : drawFrom(nodeBeliefs(n).data(), n.numStates, rng);
+      });
+      return true;
+    }
+    std::unordered_map<const Bnode*, int> drawn = drawFromTree(net, rng);
+    enterAll([&](Bnode& n) {
+      auto it = drawn.find(&n);
+      return it == drawn.end() || n.finding.state >= 0 ? -1 : it->second;
+    });
     return true;
   }
   Ordered order = parentsFirst(net);
@@ -158,7 +232,7 @@ bool generateRandomCase(Bnet& net, const std::vector<Bnode*>& nodes, Sampling me
       if ((timeout > 0 && spent >= timeout) || net.env->progress.haltRequested()) return false;
     }
   }
-  for (Bnode* n : nodes) enterState(*n, value[order.at(n)], true, false);
+  enterAll([&](Bnode& n) { return value[order.at(&n)]; });
   return true;
 }
 

@@ -21,7 +21,8 @@ std::vector<int> forwardSample(Bnet& net, RandomGen& rng);
 // agrees with the findings (a likelihood accepts a sample with the likelihood of its state) and
 // gives up, returning false with the findings as they were, after `timeout` seconds (none when 0
 // or less, but a user halt still stops it).  Junction-tree sampling compiles the net when needed
-// and draws each listed node from its beliefs given the findings and the states drawn before it.
+// and draws the case clique by clique from the potentials given the findings (one update).
+// Either way the case is entered as one change of findings: with auto-update, one more update.
 bool generateRandomCase(Bnet& net, const std::vector<Bnode*>& nodes, Sampling method, double timeout,
                         RandomGen& rng);
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "BN/Inference/JunctionTree.h"
+#include "BN/Inference/OrderCheck.h"
 #include "BN/Net/NetErrors.h"
 #include "Basic/BasicErrors.h"
 #include "Basic/Raise.h"
@@ -16,7 +17,6 @@ Bnet::~Bnet() = default;
 
 void Bnet::tablesChanged() {
   if (juncStep > 2) juncStep = 2;
-  if (jt) jt->haveBase = false;
 }
 
 void Bnet::uncompile() {
@@ -55,7 +55,7 @@ Bnode& Bnet::addNode(std::string nodeName, int numStates) {
 void Bnet::removeNode(Bnode& node) {
   byName_.erase(node.name);
   nodes.erase(std::remove(nodes.begin(), nodes.end(), &node), nodes.end());
-  elimOrder.clear();
+  dropOrderListing(*this, node);
   node.becomeDeleted();
 }
 

@@ -141,6 +141,25 @@ TEST_F(CompileControlTest, OptimisingCompileBeatsOrMatchesGreedyAndRefusesDecisi
   EXPECT_EQ(lastNumber(ERROR_ERR), 2007);
 }
 
+TEST_F(CompileControlTest, HaltEndsTheOptimisingSearchAndCompilesWithTheBestOrderSoFar) {
+  ladder(30);
+  CompileNet_bn(net);
+  double greedy = SizeCompiledNet_bn(net, 0);
+  UncompileNet_bn(net);
+  quorva::tool::setProgressWatcher(env, [&](std::string_view what, double fraction) {
+    if (what == "optimizing elimination order" && fraction == 0) quorva::tool::requestHalt(env, true);
+  });
+  // Without the halt the search would run its full 30 seconds.
+  EXPECT_TRUE(quorva::tool::compileOptimized(net, 30, nullptr));
+  quorva::tool::requestHalt(env, false);
+  quorva::tool::setProgressWatcher(env, nullptr);
+  EXPECT_EQ(errorCount(ERROR_ERR), 0) << lastMessage(ERROR_ERR);
+  EXPECT_EQ(messageOf(2296), "optimizing of the elimination order was halted, so the best order found before then was used");
+  double halted = SizeCompiledNet_bn(net, 0);
+  EXPECT_GT(halted, 0) << "the net is compiled";
+  EXPECT_LE(halted, greedy * 1.0000001) << "the search starts from the greedy order";
+}
+
 // A -> B with P(A) = (0.3, 0.7), P(B | a0) = (0.9, 0.1), P(B | a1) = (0.2, 0.8).
 class SmallNetTest : public CompileControlTest {
  protected:

@@ -5,6 +5,7 @@
 // hold decision, utility and constant nodes, so the moral graph the cliques are checked against
 // covers decisions' parents kept apart and utilities' parents married.
 #include <algorithm>
+#include <functional>
 #include <iterator>
 #include <map>
 #include <numeric>
@@ -373,4 +374,43 @@ TEST_F(JunctionTreeTest, CycleIsRefusedNamingOneOfItsLinks) {
   CompileNet_bn(net);
   EXPECT_EQ(errorCount(ERROR_ERR), 0);
   expectSoundTree(net);
+}
+
+TEST_F(JunctionTreeTest, StoredOrderThatNoLongerFitsIsDroppedNamingTheFault) {
+  struct Change {
+    const char* what;
+    std::function<void(net_bn*)> edit;
+    std::string phrase;
+  };
+  const std::string head = "removing elimination order of >-net 'N', because it ";
+  const Change changes[] = {
+      {"node added", [](net_bn* n) { AddLink_bn(GetNodeNamed_bn("C", n), NewNode_bn("D", 2, n)); },
+       "is missing a >-node (named 'D')"},
+      {"node deleted", [](net_bn* n) { DeleteNode_bn(GetNodeNamed_bn("A", n)); },
+       "contains a >-node not in the >-net (>-node 'A' of >-net 'N')"},
+  };
+  for (const Change& change : changes) {
+    SCOPED_TRACE(change.what);
+    net_bn* net = NewNet_bn("N", env);
+    node_bn* a = NewNode_bn("A", 2, net);
+    node_bn* b = NewNode_bn("B", 2, net);
+    node_bn* c = NewNode_bn("C", 2, net);
+    AddLink_bn(a, b);
+    AddLink_bn(b, c);
+    nodelist_bn* order = list(net, {c, b, a});
+    SetNetElimOrder_bn(net, order);
+    DeleteNodeList_bn(order);
+    change.edit(net);
+    CompileNet_bn(net);
+    EXPECT_EQ(errorCount(ERROR_ERR), 0);
+    ASSERT_NE(lastError(NOTICE_ERR), nullptr);
+    EXPECT_EQ(ErrorNumber_vq(lastError(NOTICE_ERR)), err::OrderRemoved.number);
+    EXPECT_EQ(std::string(ErrorMessage_vq(lastError(NOTICE_ERR))), head + change.phrase);
+    // The compile found an order of its own over the nodes as they are now.
+    ASSERT_NE(asNet(net)->jt, nullptr);
+    expectSoundTree(net);
+    EXPECT_EQ(LengthNodeList_bn(GetNetElimOrder_bn(net)), LengthNodeList_bn(GetNetNodes_bn(net)));
+    clearErrors();
+    DeleteNet_bn(net);
+  }
 }
