@@ -1,4 +1,4 @@
-// Reading DNET tables ("probs", "functable", "numcases") from the tokens kept for them, once the
+// Reading DNET tables ("probs", "functable", "numcases") from the spans kept for them, once the
 // node's parents are linked: nested, flat and shallow groups, "@undef" and "@imposs", rows
 // filled out with undefined entries, and the checks of every probability row.
 #include <algorithm>
@@ -23,15 +23,17 @@ struct Cell {
 
 enum class TableKind { Probs, FuncState, FuncReal, Exper };
 
-// Parses one table's tokens into its entries, in the table's order (first parent slowest).
+// Parses one table's tokens into its entries, in the table's order (first parent slowest).  The
+// tokens are read again from the table's span of the file, one ahead of the parser.
 class TableParser {
  public:
   TableParser(TokenReader& rd, Bnode& node, const TokenText& text, TableKind kind)
-      : rd_(rd), node_(node), toks_(text.tokens), endPos_(text.pos), kind_(kind) {
+      : rd_(rd), node_(node), toks_(rd.stream(), rd.text().substr(text.from, text.to - text.from), text.pos),
+        endPos_(text.count ? text.last : text.pos), kind_(kind) {
     for (const Link& l : node.parents) dims_.push_back(l.parent->numStates);
     dims_.push_back(kind == TableKind::Probs ? node.numStates : 1);
     path_.assign(dims_.size(), -1);
-    if (!toks_.empty()) endPos_ = toks_.back().start;
+    next_ = toks_.readToken();
   }
 
   std::vector<Cell> parse() {
@@ -63,9 +65,13 @@ class TableParser {
   }
 
  private:
-  bool atEnd() const { return next_ >= toks_.size(); }
-  const Token& peek() const { return toks_[next_]; }
-  const Token& take() { return toks_[next_++]; }
+  bool atEnd() const { return next_.kind == TokenKind::End; }
+  const Token& peek() const { return next_; }
+  Token take() {
+    Token t = std::move(next_);
+    next_ = toks_.readToken();
+    return t;
+  }
   static bool isPunct(const Token& t, const char* p) { return t.kind == TokenKind::Punct && t.text == p; }
 
   // The number of entries from nesting level `level` inward.
@@ -93,7 +99,7 @@ class TableParser {
   }
 
   std::vector<Cell> group(size_t level) {
-    const Token& open = take();
+    Token open = take();
     ++opens_;
     if (level >= dims_.size())
       rd_.failAt(open.start, err::DnetTooManyOpen, static_cast<int>(level + 1), static_cast<int>(dims_.size()),
@@ -126,7 +132,7 @@ class TableParser {
         ++entries;
       }
     }
-    const Token& close = take();
+    Token close = take();
     ++closes_;
     if (level < path_.size()) path_[level] = -1;
     return shape(std::move(items), level, subgroups, entries, close.start);
@@ -208,12 +214,12 @@ class TableParser {
 
   TokenReader& rd_;
   Bnode& node_;
-  const std::vector<Token>& toks_;
+  TokenReader toks_;
   TextPosition endPos_;
   TableKind kind_;
   std::vector<int> dims_;
   std::vector<int> path_;  // the parent states of the groups now open (-1: none)
-  size_t next_ = 0;
+  Token next_;
   int opens_ = 0, closes_ = 0;
   bool flat_ = false;
 };
@@ -250,12 +256,6 @@ std::vector<double> values(const std::vector<Cell>& cells) {
   out.reserve(cells.size());
   for (const Cell& c : cells) out.push_back(c.tag == CellTag::Number ? c.value : undefDouble());
   return out;
-}
-
-bool holdsStateNames(const TokenText& text) {
-  for (const Token& t : text.tokens)
-    if (t.kind == TokenKind::Word || (t.kind == TokenKind::Punct && t.text == "#")) return true;
-  return false;
 }
 
 }  // namespace
@@ -309,7 +309,7 @@ void DnetReader::readTable(NodeDecl& d, Bnode& node, const std::string& field, c
   // A continuous node (a utility, say) has no states: its function table holds real values.
   TableKind kind = field == "probs"      ? TableKind::Probs
                    : field == "numcases" ? TableKind::Exper
-                   : holdsStateNames(text) || (node.hasStates() && node.levels.empty()) ? TableKind::FuncState
+                   : text.words || (node.hasStates() && node.levels.empty()) ? TableKind::FuncState
                                                                                         : TableKind::FuncReal;
   bool needsStates = kind == TableKind::Probs || kind == TableKind::FuncState;
   if (needsStates && !node.hasStates()) rd_.failAt(at, err::DnetTableNotDiscrete, node.name);
