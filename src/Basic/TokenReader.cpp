@@ -24,6 +24,8 @@ bool isLetter(int c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); 
 bool isWordStart(int c) { return isLetter(c) || c == '_' || c >= 0x80; }
 bool isWordChar(int c) { return isWordStart(c) || isDigit(c); }
 bool isPunctuation(int c) { return c > ' ' && c < 127 && !isWordChar(c); }
+// Whether readNumber may find a number (or "@name") at `c`.
+bool mayStartNumber(int c) { return isDigit(c) || c == '+' || c == '-' || c == '.' || c == '@'; }
 
 char lowerAscii(int c) { return static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c); }
 
@@ -111,12 +113,15 @@ std::string TokenReader::readRawUntil(std::string_view stops) {
 // ---------------------------------------------------------------- comments
 
 int TokenReader::skipSpace() {
+  const unsigned char intro = static_cast<unsigned char>(syntax_.lineComment[0]);
   for (;;) {
-    int c = peek();
-    if (c == END) return END;
-    if (isSpace(c)) {
+    if (pos_ >= end_ && !fill(1)) return END;
+    int c = static_cast<unsigned char>(data_[pos_]);
+    if (c == ' ' || c == '\t') {
+      takeInLine(1);
+    } else if (isSpace(c)) {
       readChar();
-    } else if (!skipComment()) {
+    } else if ((c != '/' && c != '<' && c != intro) || !skipComment()) {
       return c;
     }
   }
@@ -150,8 +155,17 @@ void TokenReader::enterComment(ErrDef tooDeep) {
 }
 
 void TokenReader::skipLineComment() {
-  for (int c = readChar(); c != END; c = readChar()) {
-    if (c == '\n' || c == '\f') return;
+  for (;;) {
+    // The bytes at hand up to a line end are taken in one step.
+    size_t n = 0;
+    while (pos_ + n < end_) {
+      char b = data_[pos_ + n];
+      if (b == '\n' || b == '\f' || b == '\r') break;
+      ++n;
+    }
+    takeInLine(n);
+    int c = readChar();
+    if (c == END || c == '\n' || c == '\f') return;
     if (c == '\r') {
       if (peek() == '\n') readChar();
       return;
@@ -370,11 +384,22 @@ bool TokenReader::readPunct(char c) {
 
 Token TokenReader::readToken() {
   Token t;
+  readToken(t);
+  return t;
+}
+
+void TokenReader::readToken(Token& t) {
+  t.kind = TokenKind::End;
+  t.text.clear();
+  t.number.value = 0;
+  t.number.integral = false;
+  t.number.text.clear();
+  t.number.escape.clear();
   int c = skipSpace();
   t.start = here();
   if (c == END) {
     startToken();
-    return t;
+    return;
   }
   if (c == '"') {
     t.kind = TokenKind::String;
@@ -382,15 +407,14 @@ Token TokenReader::readToken() {
   } else if (isWordStart(c)) {
     t.kind = TokenKind::Word;
     t.text = readWord();
-  } else if (readNumber(t.number)) {
+  } else if (mayStartNumber(c) && readNumber(t.number)) {
     t.kind = TokenKind::Number;
     t.text = t.number.text;
   } else {
     t.kind = TokenKind::Punct;
-    t.text = std::string(1, static_cast<char>(readChar()));
+    t.text.assign(1, static_cast<char>(readChar()));
   }
   tokenStart_ = t.start;
-  return t;
 }
 
 TokenKind TokenReader::skipToken(int& punct) {
@@ -409,7 +433,7 @@ TokenKind TokenReader::skipToken(int& punct) {
     while (isWordChar(peek())) takeInLine(1);
   } else if (size_t n = startsNumber() ? numberLength(fraction, exponent) : 0) {
     takeInLine(n);
-  } else if (Number number; !readNumber(number)) {
+  } else if (Number number; !mayStartNumber(c) || !readNumber(number)) {
     kind = TokenKind::Punct;
     punct = readChar();
   }

@@ -198,6 +198,8 @@ class TokenReader {
   // Any token.  A word such as INFINITY comes back as a Word (readNumber reads it as a number);
   // "-INFINITY" and "@name" come back as Numbers.
   Token readToken();
+  // The same into `t`, whose strings keep their room.
+  void readToken(Token& t);
   // Passes over the token readToken would read (with the same faults), without keeping its
   // text, and returns its kind; a Punct's character is put in `punct`.
   TokenKind skipToken(int& punct);
