@@ -24,6 +24,8 @@ bool isLetter(int c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); 
 bool isWordStart(int c) { return isLetter(c) || c == '_' || c >= 0x80; }
 bool isWordChar(int c) { return isWordStart(c) || isDigit(c); }
 bool isPunctuation(int c) { return c > ' ' && c < 127 && !isWordChar(c); }
+// Whether readNumber may find a number (or "@name") at `c`.
+bool mayStartNumber(int c) { return isDigit(c) || c == '+' || c == '-' || c == '.' || c == '@'; }
 
 char lowerAscii(int c) { return static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c); }
 
@@ -46,7 +48,13 @@ double outOfRange(const std::string& text) {
 
 TokenReader::TokenReader(FileSpec& stream, Syntax syntax, size_t block)
     : stream_(stream), input_(stream.openInput()), syntax_(syntax) {
-  const std::string_view* bytes = block == DEFAULT_BLOCK ? input_->inPlace() : nullptr;
+  const std::string_view* bytes = block == DEFAULT_BLOCK || block == WHOLE ? input_->inPlace() : nullptr;
+  if (!bytes && block == WHOLE) {
+    char part[1 << 16];
+    while (size_t got = input_->read(part, sizeof part)) whole_.append(part, got);
+    whole_view_ = whole_;
+    bytes = &whole_view_;
+  }
   if (bytes) {
     data_ = bytes->data();
     end_ = bytes->size();
@@ -56,6 +64,10 @@ TokenReader::TokenReader(FileSpec& stream, Syntax syntax, size_t block)
   buf_.resize(std::max(block, 2 * MAX_LOOKAHEAD));
   data_ = buf_.data();
 }
+
+TokenReader::TokenReader(FileSpec& stream, std::string_view bytes, TextPosition start, Syntax syntax)
+    : stream_(stream), syntax_(syntax), data_(bytes.data()), end_(bytes.size()), eof_(true),
+      line_(start.line), column_(start.column), tokenStart_(start) {}
 
 // ---------------------------------------------------------------- characters
 
@@ -101,12 +113,15 @@ std::string TokenReader::readRawUntil(std::string_view stops) {
 // ---------------------------------------------------------------- comments
 
 int TokenReader::skipSpace() {
+  const unsigned char intro = static_cast<unsigned char>(syntax_.lineComment[0]);
   for (;;) {
-    int c = peek();
-    if (c == END) return END;
-    if (isSpace(c)) {
+    if (pos_ >= end_ && !fill(1)) return END;
+    int c = static_cast<unsigned char>(data_[pos_]);
+    if (c == ' ' || c == '\t') {
+      takeInLine(1);
+    } else if (isSpace(c)) {
       readChar();
-    } else if (!skipComment()) {
+    } else if ((c != '/' && c != '<' && c != intro) || !skipComment()) {
       return c;
     }
   }
@@ -140,8 +155,17 @@ void TokenReader::enterComment(ErrDef tooDeep) {
 }
 
 void TokenReader::skipLineComment() {
-  for (int c = readChar(); c != END; c = readChar()) {
-    if (c == '\n' || c == '\f') return;
+  for (;;) {
+    // The bytes at hand up to a line end are taken in one step.
+    size_t n = 0;
+    while (pos_ + n < end_) {
+      char b = data_[pos_ + n];
+      if (b == '\n' || b == '\f' || b == '\r') break;
+      ++n;
+    }
+    takeInLine(n);
+    int c = readChar();
+    if (c == END || c == '\n' || c == '\f') return;
     if (c == '\r') {
       if (peek() == '\n') readChar();
       return;
@@ -284,6 +308,27 @@ bool TokenReader::readInfinity(Number& out) {
   return false;
 }
 
+// The length of the number that starts here (startsNumber holds), when all of it stands in the
+// bytes at hand; 0 when it may go on past them.
+size_t TokenReader::numberLength(bool& fraction, bool& exponent) {
+  size_t want = eof_ ? 0 : std::min<size_t>(64, buf_.size());
+  if (end_ - pos_ < want) fill(want);
+  const char* p = data_ + pos_;
+  size_t avail = end_ - pos_;
+  auto at = [&](size_t k) { return k < avail ? static_cast<unsigned char>(p[k]) : END; };
+  size_t i = at(0) == '+' || at(0) == '-' ? 1 : 0;
+  while (isDigit(at(i))) ++i;
+  fraction = at(i) == '.';
+  if (fraction)
+    for (++i; isDigit(at(i));) ++i;
+  size_t sign = at(i + 1) == '+' || at(i + 1) == '-' ? 1 : 0;
+  exponent = (at(i) == 'e' || at(i) == 'E') && isDigit(at(i + 1 + sign));
+  if (exponent)
+    for (i += 2 + sign; isDigit(at(i));) ++i;
+  if (!eof_ && i + 3 > avail) return 0;
+  return i;
+}
+
 bool TokenReader::readNumber(Number& out) {
   int c = skipSpace();
   startToken();
@@ -297,18 +342,24 @@ bool TokenReader::readNumber(Number& out) {
   }
   if (!startsNumber()) return readInfinity(out);
   std::string& t = out.text;
-  if (peek() == '+' || peek() == '-') t += static_cast<char>(readChar());
-  readDigits(t);
-  bool fraction = peek() == '.';
-  if (fraction) {
-    t += static_cast<char>(readChar());
+  bool fraction = false, exponent = false;
+  if (size_t n = numberLength(fraction, exponent)) {
+    t.assign(data_ + pos_, n);  // no line end within: taken in one step
+    takeInLine(n);
+  } else {
+    if (peek() == '+' || peek() == '-') t += static_cast<char>(readChar());
     readDigits(t);
-  }
-  size_t sign = peek(1) == '+' || peek(1) == '-' ? 1 : 0;
-  bool exponent = (peek() == 'e' || peek() == 'E') && isDigit(peek(1 + sign));
-  if (exponent) {
-    for (size_t k = 0; k <= sign; ++k) t += static_cast<char>(readChar());
-    readDigits(t);
+    fraction = peek() == '.';
+    if (fraction) {
+      t += static_cast<char>(readChar());
+      readDigits(t);
+    }
+    size_t sign = peek(1) == '+' || peek(1) == '-' ? 1 : 0;
+    exponent = (peek() == 'e' || peek() == 'E') && isDigit(peek(1 + sign));
+    if (exponent) {
+      for (size_t k = 0; k <= sign; ++k) t += static_cast<char>(readChar());
+      readDigits(t);
+    }
   }
   out.integral = !fraction && !exponent;
   const char* first = t.c_str() + (t[0] == '+' ? 1 : 0);
@@ -333,11 +384,22 @@ bool TokenReader::readPunct(char c) {
 
 Token TokenReader::readToken() {
   Token t;
+  readToken(t);
+  return t;
+}
+
+void TokenReader::readToken(Token& t) {
+  t.kind = TokenKind::End;
+  t.text.clear();
+  t.number.value = 0;
+  t.number.integral = false;
+  t.number.text.clear();
+  t.number.escape.clear();
   int c = skipSpace();
   t.start = here();
   if (c == END) {
     startToken();
-    return t;
+    return;
   }
   if (c == '"') {
     t.kind = TokenKind::String;
@@ -345,15 +407,38 @@ Token TokenReader::readToken() {
   } else if (isWordStart(c)) {
     t.kind = TokenKind::Word;
     t.text = readWord();
-  } else if (readNumber(t.number)) {
+  } else if (mayStartNumber(c) && readNumber(t.number)) {
     t.kind = TokenKind::Number;
     t.text = t.number.text;
   } else {
     t.kind = TokenKind::Punct;
-    t.text = std::string(1, static_cast<char>(readChar()));
+    t.text.assign(1, static_cast<char>(readChar()));
   }
   tokenStart_ = t.start;
-  return t;
+}
+
+TokenKind TokenReader::skipToken(int& punct) {
+  int c = skipSpace();
+  startToken();
+  if (c == END) return TokenKind::End;
+  if (c == '"') {
+    readQuoted();
+    return TokenKind::String;
+  }
+  TextPosition start = here();
+  TokenKind kind = TokenKind::Number;
+  bool fraction = false, exponent = false;
+  if (isWordStart(c)) {
+    kind = TokenKind::Word;
+    while (isWordChar(peek())) takeInLine(1);
+  } else if (size_t n = startsNumber() ? numberLength(fraction, exponent) : 0) {
+    takeInLine(n);
+  } else if (Number number; !mayStartNumber(c) || !readNumber(number)) {
+    kind = TokenKind::Punct;
+    punct = readChar();
+  }
+  tokenStart_ = start;
+  return kind;
 }
 
 // ---------------------------------------------------------------- messages

@@ -9,8 +9,9 @@
 //   if (!rd.readPunct('=')) rd.fail(myErrs::MissingEquals, word);
 //   std::string title = rd.readQuoted();              // escapes decoded, NFC applied if set
 //
-// Input is read block by block (never held whole), so a reader of a file of a million case rows
-// keeps only one block and a few bytes of look-ahead in memory.
+// Input is read block by block, so a reader of a file of a million case rows keeps only one block
+// and a few bytes of look-ahead in memory; a reader that comes back to parts of its input asks
+// for the WHOLE block instead and may then read a span of it again with a reader over that span.
 //
 // Positions.  Lines and characters are counted from 1; a line ends at LF, at form feed, at a lone
 // CR, and at CR LF (one end).  here() is the position of the next character to be read;
@@ -116,11 +117,17 @@ class TokenReader {
   static constexpr int MAX_COMMENT_DEPTH = 32;
   static constexpr size_t MAX_LOOKAHEAD = 16;
   static constexpr size_t DEFAULT_BLOCK = 64 * 1024;
+  static constexpr size_t WHOLE = static_cast<size_t>(-1);  // hold all of the input
 
   // Starts reading `stream` from its beginning (opening its file: "couldn't open file '%s' for
   // reading").  `block` is the size of each read from the stream; with the default block, a
   // memory stream's bytes are read in place, without copying.
+  // With the WHOLE block a file is read into memory at once (a memory stream in place), and
+  // text() gives every byte.
   explicit TokenReader(FileSpec& stream, Syntax syntax = {}, size_t block = DEFAULT_BLOCK);
+  // Reads `bytes` (kept alive by the caller) in place, counting positions from `start`; faults
+  // name `stream` and are raised in its environment.
+  TokenReader(FileSpec& stream, std::string_view bytes, TextPosition start, Syntax syntax = {});
   TokenReader(const TokenReader&) = delete;
   TokenReader& operator=(const TokenReader&) = delete;
 
@@ -191,6 +198,11 @@ class TokenReader {
   // Any token.  A word such as INFINITY comes back as a Word (readNumber reads it as a number);
   // "-INFINITY" and "@name" come back as Numbers.
   Token readToken();
+  // The same into `t`, whose strings keep their room.
+  void readToken(Token& t);
+  // Passes over the token readToken would read (with the same faults), without keeping its
+  // text, and returns its kind; a Punct's character is put in `punct`.
+  TokenKind skipToken(int& punct);
 
   // ---- values and lists (TokenLists.cpp) ----
   // "TRUE" or "FALSE", and with `allowMaybe` "MAYBE"; anything else fails with "illegal value".
@@ -215,6 +227,8 @@ class TokenReader {
   TextPosition here() const { return {line_, column_}; }
   TextPosition tokenStart() const { return tokenStart_; }
   uint64_t offset() const { return offset_; }  // bytes taken so far
+  // With the WHOLE block: all of the input (its bytes from offset 0).
+  std::string_view text() const { return {data_, eof_ ? end_ : 0}; }
   int commentDepth() const { return depth_; }
 
   const ReadContext& context() const { return context_; }
@@ -257,6 +271,12 @@ class TokenReader {
   bool startsNumber();
   void readDigits(std::string& text);
   bool readInfinity(Number& out);
+  size_t numberLength(bool& fraction, bool& exponent);
+  void takeInLine(size_t n) {
+    pos_ += n;
+    offset_ += n;
+    column_ += static_cast<long>(n);
+  }
   bool readEscape(int c, std::string& out);
   void readBinary(int letter, std::string& out);
   std::string finishString(std::string bytes);
@@ -265,6 +285,8 @@ class TokenReader {
   std::unique_ptr<StreamInput> input_;
   Syntax syntax_;
   std::vector<char> buf_;
+  std::string whole_;           // a file held whole
+  std::string_view whole_view_;
   const char* data_ = nullptr;  // the bytes being read: buf_, or a memory stream's own bytes
   size_t pos_ = 0, end_ = 0;
   bool eof_ = false;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -245,6 +246,63 @@ TEST_F(TokenReaderTest, TinyBlocksGiveTheSameTokensAndPositions) {
   EXPECT_EQ(whole[3], "3:v\xC3\xA9w@2.7");
   EXPECT_EQ(whole[5], "2:0.000000@5.1");
   EXPECT_EQ(whole[9], "3:v\xC3\xA9w@7.7");
+}
+
+// Numbers longer than a block, or cut by its end, are read whole; skipToken passes over exactly
+// the tokens readToken reads, leaving the same start and the same place after each.
+TEST_F(TokenReaderTest, SkipTokenAndLongNumbersAgreeWithReadToken) {
+  std::string digits(45, '7');
+  std::string text = "(0.25, -INF, @undef, #3, 1e5x, " + digits + "." + digits + "e-40, 'q', \"s t\"\r\n" +
+                     "caf\xC3\xA9 /* c */ +.5E+2, 4e, @ 6.0e-1) // end\n-12;";
+  for (size_t block : {TokenReader::DEFAULT_BLOCK, size_t{1}, size_t{7}, size_t{40}}) {
+    SCOPED_TRACE(block);
+    TokenReader& a = reader(text, {}, block);
+    std::vector<std::string> read, skipped;
+    std::vector<double> values;
+    for (Token t = a.readToken(); t.kind != TokenKind::End; t = a.readToken()) {
+      read.push_back(std::to_string(static_cast<int>(t.kind)) + "@" + std::to_string(t.start.line) + "." +
+                     std::to_string(t.start.column) + ">" + std::to_string(a.offset()));
+      if (t.kind == TokenKind::Number) values.push_back(t.number.value);
+    }
+    TokenReader& b = reader(text, {}, block);
+    int punct = 0;
+    for (TokenKind k = b.skipToken(punct); k != TokenKind::End; k = b.skipToken(punct))
+      skipped.push_back(std::to_string(static_cast<int>(k)) + "@" + std::to_string(b.tokenStart().line) + "." +
+                        std::to_string(b.tokenStart().column) + ">" + std::to_string(b.offset()));
+    EXPECT_EQ(skipped, read);
+    EXPECT_EQ(read.size(), 31u);
+    std::vector<double> want{0.25, -HUGE_VAL, 1e5, std::stod(digits + "." + digits + "e-40"), 50, 4, 0.6, -12};
+    ASSERT_EQ(values.size(), want.size() + 2);  // and "@undef" and "3" (after "#")
+    values.erase(values.begin() + 2, values.begin() + 4);
+    for (size_t i = 0; i < want.size(); ++i) EXPECT_DOUBLE_EQ(values[i], want[i]) << i;
+  }
+}
+
+// A reader over a span of the whole text counts positions from where the span starts, and its
+// faults name the stream.
+TEST_F(TokenReaderTest, SpanReaderKeepsPositionsOfTheWholeText) {
+  std::string path = ::testing::TempDir() + "span_reader.dne";
+  {
+    std::FILE* f = std::fopen(path.c_str(), "wb");
+    ASSERT_NE(f, nullptr);
+    std::fputs("a = 1;\n  b = (2,\n 3);", f);
+    std::fclose(f);
+  }
+  FileSpec file(&env, FileSpec::Kind::File, path);
+  TokenReader whole(file, {}, TokenReader::WHOLE);
+  EXPECT_EQ(whole.text(), "a = 1;\n  b = (2,\n 3);");
+  TokenReader span(file, whole.text().substr(13), {2, 7});
+  Token t = span.readToken();
+  EXPECT_EQ(t.text, "(");
+  EXPECT_EQ(span.readToken().text, "2");
+  span.readToken();
+  t = span.readToken();
+  EXPECT_EQ(t.text, "3");
+  EXPECT_EQ(t.start.line, 3);
+  EXPECT_EQ(t.start.column, 2);
+  EXPECT_EQ(failure([&] { span.fail(err::MissingOpenQuote); }),
+            "missing open quote, on line 3 char 3 of file '" + path + "'");
+  std::remove(path.c_str());
 }
 
 TEST_F(TokenReaderTest, QuotedStringsReadBackEveryByte) {

@@ -42,7 +42,7 @@ bool knownFileType(const std::string& t) {
 
 // Every option reads the same: the engine keeps no display information, so visual objects are
 // always passed over.
-DnetReader::DnetReader(FileSpec& in, EnvCore* env, int /*options*/) : env_(env), rd_(in, Syntax{}) {}
+DnetReader::DnetReader(FileSpec& in, EnvCore* env, int /*options*/) : env_(env), rd_(in, Syntax{}, TokenReader::WHOLE) {}
 
 Bnet* DnetReader::read() {
   readMagicLine();
@@ -280,6 +280,25 @@ void DnetReader::skipValue(std::vector<Token>* keep) {
       if ((t.text == ")" || t.text == "}") && depth > 0) --depth;
     }
     if (keep) keep->push_back(std::move(t));
+  }
+}
+
+void DnetReader::skimValue(TokenText& into) {
+  into.pos = rd_.here();
+  into.from = into.to = rd_.offset();
+  int depth = 0;
+  for (;;) {
+    int c = rd_.skipSpace();
+    if (c == TokenReader::END || c == ';' || (depth == 0 && c == '}')) return;
+    int punct = 0;
+    TokenKind kind = rd_.skipToken(punct);
+    into.last = rd_.tokenStart();
+    into.to = rd_.offset();
+    ++into.count;
+    into.words |= kind == TokenKind::Word || (kind == TokenKind::Punct && punct == '#');
+    if (kind != TokenKind::Punct) continue;
+    if (punct == '(' || punct == '{') ++depth;
+    if ((punct == ')' || punct == '}') && depth > 0) --depth;
   }
 }
 

@@ -2,8 +2,9 @@
 // DnetReaderNodes.cpp (node objects and building the nodes) and DnetReaderTables.cpp (tables).
 //
 // A net is read in two phases.  First the whole "bnet" block is parsed into declarations: each
-// node's fields as written, with the position of every statement, and its tables kept as token
-// lists (their shape depends on the parents' states, and a parent may be declared later).  Then
+// node's fields as written, with the position of every statement, and its tables kept as the
+// span of the file they stand in (their shape depends on the parents' states, and a parent may be
+// declared later; the file is held whole, and each table is read from its span when built).  Then
 // the net is built through the engine's operations: nodes with their states, then every node's
 // links, then the tables, the node sets and the elimination order.  A fault found while
 // building is reported at the statement it comes from.
@@ -21,10 +22,15 @@
 
 namespace quorva {
 
-// A value kept as tokens (a table) and where it began.
+// A value kept as tokens (a finding) or as the span of the file it stands in (a table), and
+// where it began.
 struct TokenText {
   std::vector<Token> tokens;
   TextPosition pos;
+  uint64_t from = 0, to = 0;  // the span: bytes of the file
+  long count = 0;             // tokens in the span
+  TextPosition last;          // where its last token starts
+  bool words = false;         // some token is a word or "#" (names of states)
 };
 
 // One node (or definition) as declared in the file.
@@ -86,6 +92,8 @@ class DnetReader {
   // Skips a statement's value (keeping its tokens in `keep`), stopping before its ";" (values
   // hold none outside quotes) or before the "}" that ends the block.
   void skipValue(std::vector<Token>* keep = nullptr);
+  // The same, keeping the span of the value in `into` (a table, read again when it is built).
+  void skimValue(TokenText& into);
   // Takes the ";" that ends the statement `field`.
   void endStatement(const std::string& field);
   void expectEquals(const std::string& field);

@@ -175,8 +175,8 @@ bool DnetReader::readNodeValue(NodeDecl& d, const std::string& word) {
     d.inputs = readNameList();
   } else if (word == "probs" || word == "functable" || word == "numcases") {
     TokenText& t = word == "probs" ? d.probs : word == "functable" ? d.functable : d.numcases;
-    t.pos = rd_.here();
-    skipValue(&t.tokens);
+    t = TokenText{};
+    skimValue(t);
   } else if (word == "ExperBase") {
     double v = readNumberValue();
     TextPosition at = rd_.tokenStart();

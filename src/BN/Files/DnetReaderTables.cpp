@@ -1,9 +1,10 @@
-// Reading DNET tables ("probs", "functable", "numcases") from the tokens kept for them, once the
+// Reading DNET tables ("probs", "functable", "numcases") from the spans kept for them, once the
 // node's parents are linked: nested, flat and shallow groups, "@undef" and "@imposs", rows
 // filled out with undefined entries, and the checks of every probability row.
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <span>
 
 #include "BN/Files/DnetReaderImpl.h"
 #include "BN/Findings/Findings.h"
@@ -23,15 +24,17 @@ struct Cell {
 
 enum class TableKind { Probs, FuncState, FuncReal, Exper };
 
-// Parses one table's tokens into its entries, in the table's order (first parent slowest).
+// Parses one table's tokens into its entries, in the table's order (first parent slowest).  The
+// tokens are read again from the table's span of the file, one ahead of the parser.
 class TableParser {
  public:
   TableParser(TokenReader& rd, Bnode& node, const TokenText& text, TableKind kind)
-      : rd_(rd), node_(node), toks_(text.tokens), endPos_(text.pos), kind_(kind) {
+      : rd_(rd), node_(node), toks_(rd.stream(), rd.text().substr(text.from, text.to - text.from), text.pos),
+        endPos_(text.count ? text.last : text.pos), kind_(kind) {
     for (const Link& l : node.parents) dims_.push_back(l.parent->numStates);
     dims_.push_back(kind == TableKind::Probs ? node.numStates : 1);
     path_.assign(dims_.size(), -1);
-    if (!toks_.empty()) endPos_ = toks_.back().start;
+    next_ = toks_.readToken();
   }
 
   std::vector<Cell> parse() {
@@ -42,7 +45,7 @@ class TableParser {
       cells.assign(static_cast<size_t>(span(0)), c);
     } else {
       if (atEnd()) rd_.failAt(endPos_, err::DnetNotEnoughEntries);
-      cells = group(0);
+      group(0, cells);
     }
     if (!atEnd()) {
       const Token& t = peek();
@@ -63,10 +66,17 @@ class TableParser {
   }
 
  private:
-  bool atEnd() const { return next_ >= toks_.size(); }
-  const Token& peek() const { return toks_[next_]; }
-  const Token& take() { return toks_[next_++]; }
-  static bool isPunct(const Token& t, const char* p) { return t.kind == TokenKind::Punct && t.text == p; }
+  bool atEnd() const { return next_.kind == TokenKind::End; }
+  const Token& peek() const { return next_; }
+  Token take() {
+    Token t = std::move(next_);
+    advance();
+    return t;
+  }
+  void advance() { toks_.readToken(next_); }
+  static bool isPunct(const Token& t, const char* p) {
+    return t.kind == TokenKind::Punct && t.text.size() == 1 && t.text[0] == p[0];
+  }
 
   // The number of entries from nesting level `level` inward.
   double span(size_t level) const {
@@ -92,13 +102,14 @@ class TableParser {
     rd_.failAt(endPos_, err::DnetTooFewClose, closes_, opens_, label(level), node_.name);
   }
 
-  std::vector<Cell> group(size_t level) {
-    const Token& open = take();
+  // Reads the group that opens here, appending its entries to `items`.
+  void group(size_t level, std::vector<Cell>& items) {
+    Token open = take();
     ++opens_;
     if (level >= dims_.size())
       rd_.failAt(open.start, err::DnetTooManyOpen, static_cast<int>(level + 1), static_cast<int>(dims_.size()),
                  flat_ ? "FLAT " : "", node_.name);
-    std::vector<Cell> items;
+    size_t first = items.size();
     int subgroups = 0, entries = 0;
     for (;;) {
       if (atEnd()) unclosed(level);
@@ -110,43 +121,47 @@ class TableParser {
             rd_.failAt(t.start, err::DnetUnexpectedPunct, t.text, label(level), node_.name);
           rd_.failAt(t.start, err::DnetTableMissingComma, label(level), node_.name);
         }
-        take();
+        advance();
         if (atEnd()) unclosed(level);
       }
       const Token& t = peek();
       if (isPunct(t, "(")) {
         if (entries > 0) rd_.failAt(t.start, err::DnetUnexpectedPunct, t.text, label(level), node_.name);
         if (level < path_.size()) path_[level] = subgroups;
-        std::vector<Cell> sub = group(level + 1);
-        items.insert(items.end(), sub.begin(), sub.end());
+        group(level + 1, items);
         ++subgroups;
       } else {
         if (subgroups > 0) rd_.failAt(t.start, err::DnetUnexpectedPunct, t.text, label(level), node_.name);
-        items.push_back(entry(take()));
+        if (t.kind == TokenKind::Number && t.number.escape.empty() && kind_ != TableKind::FuncState) {
+          items.push_back(Cell{t.number.value, CellTag::Number, t.start});  // the common case, in place
+          advance();
+        } else {
+          items.push_back(entry(take()));
+        }
         ++entries;
       }
     }
-    const Token& close = take();
+    Token close = take();
     ++closes_;
     if (level < path_.size()) path_[level] = -1;
-    return shape(std::move(items), level, subgroups, entries, close.start);
+    shape(items, first, level, subgroups, entries, close.start);
   }
 
   // Makes a group's entries cover its whole span: a short row is filled with undefined
   // entries, and a row given above the innermost level is repeated for every combination of
-  // the dimensions below.
-  std::vector<Cell> shape(std::vector<Cell> items, size_t level, int subgroups, int entries, TextPosition at) {
+  // the dimensions below.  The group's entries are those of `items` from `first` on.
+  void shape(std::vector<Cell>& items, size_t first, size_t level, int subgroups, int entries, TextPosition at) {
     if (subgroups > 0) {
       if (subgroups < dims_[level]) rd_.failAt(at, err::DnetNotEnoughEntries);
       if (subgroups > dims_[level]) rd_.failAt(at, err::DnetTooManyItems, label(level), node_.name);
-      return items;
+      return;
     }
     size_t need = static_cast<size_t>(span(level));
     size_t row = static_cast<size_t>(dims_.back());
     size_t n = static_cast<size_t>(entries);
     if (n == need) {
       if (level + 1 < dims_.size()) flat_ = true;
-      return items;
+      return;
     }
     if (n > need)
       rd_.failAt(at, err::DnetTooManyItems, label(level), node_.name);
@@ -154,11 +169,10 @@ class TableParser {
     Cell undef;
     undef.tag = CellTag::Undef;
     undef.pos = at;
-    items.resize(row, undef);
-    std::vector<Cell> out;
-    out.reserve(need);
-    for (size_t k = 0; k < need / row; ++k) out.insert(out.end(), items.begin(), items.end());
-    return out;
+    items.resize(first + row, undef);
+    items.reserve(first + need);
+    for (size_t k = 1; k < need / row; ++k)
+      for (size_t j = 0; j < row; ++j) items.push_back(items[first + j]);
   }
 
   Cell entry(const Token& t) {
@@ -208,12 +222,12 @@ class TableParser {
 
   TokenReader& rd_;
   Bnode& node_;
-  const std::vector<Token>& toks_;
+  TokenReader toks_;
   TextPosition endPos_;
   TableKind kind_;
   std::vector<int> dims_;
   std::vector<int> path_;  // the parent states of the groups now open (-1: none)
-  size_t next_ = 0;
+  Token next_;
   int opens_ = 0, closes_ = 0;
   bool flat_ = false;
 };
@@ -221,7 +235,7 @@ class TableParser {
 // The fault of one probability row, or null when it is good.  A row of "@imposs" marks an
 // impossible condition and is kept as a row of zeros; a row with undefined entries is kept
 // as given.
-const char* rowFault(std::vector<Cell>& row) {
+const char* rowFault(std::span<Cell> row) {
   size_t imposs = 0, undef = 0;
   bool negative = false, overOne = false;
   double sum = 0;
@@ -250,12 +264,6 @@ std::vector<double> values(const std::vector<Cell>& cells) {
   out.reserve(cells.size());
   for (const Cell& c : cells) out.push_back(c.tag == CellTag::Number ? c.value : undefDouble());
   return out;
-}
-
-bool holdsStateNames(const TokenText& text) {
-  for (const Token& t : text.tokens)
-    if (t.kind == TokenKind::Word || (t.kind == TokenKind::Punct && t.text == "#")) return true;
-  return false;
 }
 
 }  // namespace
@@ -309,7 +317,7 @@ void DnetReader::readTable(NodeDecl& d, Bnode& node, const std::string& field, c
   // A continuous node (a utility, say) has no states: its function table holds real values.
   TableKind kind = field == "probs"      ? TableKind::Probs
                    : field == "numcases" ? TableKind::Exper
-                   : holdsStateNames(text) || (node.hasStates() && node.levels.empty()) ? TableKind::FuncState
+                   : text.words || (node.hasStates() && node.levels.empty()) ? TableKind::FuncState
                                                                                         : TableKind::FuncReal;
   bool needsStates = kind == TableKind::Probs || kind == TableKind::FuncState;
   if (needsStates && !node.hasStates()) rd_.failAt(at, err::DnetTableNotDiscrete, node.name);
@@ -325,10 +333,9 @@ void DnetReader::readTable(NodeDecl& d, Bnode& node, const std::string& field, c
   if (kind == TableKind::Probs) {
     size_t n = static_cast<size_t>(node.numStates);
     for (size_t r = 0; r * n < cells.size(); ++r) {
-      std::vector<Cell> row(cells.begin() + static_cast<long>(r * n), cells.begin() + static_cast<long>((r + 1) * n));
+      std::span<Cell> row(cells.data() + r * n, n);
       if (const char* fault = rowFault(row))
         rd_.failAt(row.front().pos, err::DnetRowFault, fault, parser.rowLabel(r), node.name);
-      std::copy(row.begin(), row.end(), cells.begin() + static_cast<long>(r * n));
     }
   }
   for (const Cell& c : cells) {

@@ -158,7 +158,7 @@ TEST_F(DnetReaderTest, DefinitionsParamsAndSkippedParts) {
   std::string text = std::string(MAGIC) + R"(bnet T {
 AutoCompile = TRUE;
 whenchanged = 1700000000;
-define node Binary {states = (off, on); title = "from definition";};
+define node Binary {states = (off, on); title = "from definition"; probs = (0.5, 0.5);};
 node Switch (Binary) {probs = (0.3, 0.7); equation = "Switch (x) = 1"; EqnDirty = TRUE;
   visual V1 {center = (10, 20); height = 3;};
   delays = ((0)); whochanged = "me";};
@@ -172,7 +172,7 @@ visual V2 {extra = (1, 2);};
   node_bn* sw = GetNodeNamed_bn("Switch", net);
   EXPECT_STREQ(GetNodeStateName_bn(sw, 1), "on");
   EXPECT_STREQ(GetNodeTitle_bn(sw), "from definition");
-  EXPECT_FLOAT_EQ(probs(sw, {})[1], 0.7f);
+  EXPECT_FLOAT_EQ(probs(sw, {})[1], 0.7f);  // its own table replaces the one it inherits
   EXPECT_EQ(errorCount(WARNING_ERR), 0);
 }
 
