@@ -454,19 +454,19 @@ double updateWork(const JunctionTree& jt, bool rebuild) {
   return (rebuild ? cliqueEntries(jt) : 0) + messages;
 }
 
-// Builds the potentials from the node tables with the findings in and propagates.  A retraction
-// (the tables were built before) on tables within the copy's bound first propagates them with no
-// findings and saves them as the base, so that later retractions start from the copy.
+// Builds the potentials from the node tables with the findings in and propagates.  On tables
+// within the copy's bound they are first propagated with no findings and saved as the base, so
+// that every later retraction starts from the copy; the findings then go in as they do after a
+// retraction, so that the beliefs of a set of findings do not depend on what came before them.
 void rebuildPotentials(Bnet& net, JunctionTree& jt, Progress& progress) {
-  // A check of whether findings hold (as in explaining a failure, on altered tables) keeps none.
-  bool makeBase = net.juncStep >= 2 && !checkingOnly && BaseCopy::bytesFor(jt) <= jt.baseCopyMaxBytes;
-  Meter meter(progress, updateWork(jt, true) + (makeBase ? updateWork(jt, false) : 0));
   if (!jt.memoryChecked) {
     checkTableMemory(net, jt, true);
     jt.memoryChecked = true;
   }
   if (net.juncStep < 2) allocateTables(net, jt);
   net.juncStep = 2;  // until the potentials are whole
+  bool makeBase = BaseCopy::bytesFor(jt) <= jt.baseCopyMaxBytes;
+  Meter meter(progress, updateWork(jt, true) + (makeBase ? updateWork(jt, false) : 0));
   initPotentials(net, jt, &meter, !makeBase);
   propagate(net, jt, false, &meter);
   if (!makeBase) return;

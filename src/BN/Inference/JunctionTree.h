@@ -44,9 +44,9 @@ struct JunctionTree {
   bool hasDecisions = false;
   double probFindings = 1.0;
   // Retracting or changing findings: when the clique and separator tables take at most
-  // `baseCopyMaxBytes` (32 MB unless a test lowers it), the first retraction propagates the
+  // `baseCopyMaxBytes` (32 MB unless a test lowers it), the first update propagates the
   // potentials with no findings and keeps a copy of them (`base`, as much memory again as the
-  // tables); each later retraction copies it back, multiplies the findings in and propagates.
+  // tables); each retraction copies it back, multiplies the findings in and propagates.
   // Above the bound no copy is kept (the tables take their own size only) and the potentials are
   // built again from the node tables with the findings in, which costs what the first update costs.
   BaseCopy base;                 // after the arena in the list, so freed before it
