@@ -174,12 +174,17 @@ void enterFinding(Bnet& net, JunctionTree& jt, Bnode& n) {
   if (multiplyFinding(net, jt, n)) jt.cliques[static_cast<size_t>(n.homeClique)].pot.guardUnderflow();
 }
 
-// Step 2 -> 4: each clique written once from the tables of the nodes whose home it is (the first
-// copied in, spread over the clique, the others multiplied in), then the findings of its nodes
-// multiplied in.  Separators stand for ones until their first message.
-void initPotentials(Bnet& net, JunctionTree& jt, Meter* meter) {
+// Constant nodes take the state of their finding (they have no clique).
+void setConstants(Bnet& net) {
   for (Bnode* n : net.nodes)
     if (n->kind == CONSTANT) n->curState = std::max(0, n->finding.state);
+}
+
+// Step 2 -> 4: each clique written once from the tables of the nodes whose home it is (the first
+// copied in, spread over the clique, the others multiplied in), then (`withFindings`) the findings
+// of its nodes multiplied in.  Separators stand for ones until their first message.
+void initPotentials(Bnet& net, JunctionTree& jt, Meter* meter, bool withFindings = true) {
+  setConstants(net);
   std::vector<std::vector<Bnode*>> homed(jt.cliques.size());
   for (Bnode* n : net.nodes)
     if (n->homeClique >= 0 && n->kind != UTILITY) homed[static_cast<size_t>(n->homeClique)].push_back(n);
@@ -207,13 +212,16 @@ void initPotentials(Bnet& net, JunctionTree& jt, Meter* meter) {
         written = true;
       }
     }
-    bool any = std::any_of(homed[i].begin(), homed[i].end(), [](const Bnode* n) { return hasFinding(n->finding); });
+    bool any = withFindings &&
+               std::any_of(homed[i].begin(), homed[i].end(), [](const Bnode* n) { return hasFinding(n->finding); });
     // A clique of ones is left unwritten: its first message is copied in rather than multiplied.
     c.ones = !written && !any && scale == 1.0;
     if (!written && !c.ones) c.pot.fill(1.0);
     c.pot.multiplyScalar(scale);
-    for (Bnode* n : homed[i]) multiplyFinding(net, jt, *n);
-    if (any) c.pot.guardUnderflow();
+    if (any) {
+      for (Bnode* n : homed[i]) multiplyFinding(net, jt, *n);
+      c.pot.guardUnderflow();
+    }
     c.state = 2;
     if (meter) meter->step(c.size);
   }
@@ -221,11 +229,31 @@ void initPotentials(Bnet& net, JunctionTree& jt, Meter* meter) {
   if (missing) engNotice(net.env, err::NoTables, missing->name);
   if (partial) engNotice(net.env, err::IncompleteTables, partial->name);
   net.enteredAs.assign(net.nodes.size(), Finding());
-  for (size_t i = 0; i < net.nodes.size(); ++i)
+  for (size_t i = 0; withFindings && i < net.nodes.size(); ++i)
     if (hasFinding(net.nodes[i]->finding)) net.enteredAs[i] = net.nodes[i]->finding;
   jt.probFindings = 1.0;
+  jt.spent = false;
   ++jt.version;
   net.juncStep = 4;
+}
+
+// Back to the saved potentials with no findings (step 4, no finding entered).
+void restoreBase(Bnet& net, JunctionTree& jt) {
+  setConstants(net);
+  jt.base.restore(jt);
+  net.enteredAs.assign(net.nodes.size(), Finding());
+  jt.probFindings = 1.0;
+  jt.spent = false;
+  ++jt.version;
+  net.juncStep = 4;
+}
+
+// The potentials are no longer whole: the next update starts again from the base when there is
+// one (which stays good, as step 3 says, until the tables change), else from the tables.
+void spendPotentials(Bnet& net, JunctionTree& jt) {
+  for (Clique& c : jt.cliques) c.state = 1;
+  jt.spent = true;
+  net.juncStep = jt.base.have() ? 3 : 2;
 }
 
 // N := N * message; into a clique of ones, the message is copied in.
@@ -386,9 +414,8 @@ void propagate(Bnet& net, JunctionTree& jt, bool maxMode, Meter* meter) {
   try {
     Schedule(net, jt, maxMode, meter).run();
   } catch (...) {
-    // The potentials are part way through a round: the next update builds them again.
-    for (Clique& c : jt.cliques) c.state = 1;
-    net.juncStep = 2;
+    // The potentials are part way through a round.
+    spendPotentials(net, jt);
     throw;
   }
 }
@@ -400,7 +427,7 @@ bool sameFinding(const Finding& a, const Finding& b) {
 // Whether the potentials (consistent with the findings in net.enteredAs) can be brought up to
 // date by multiplying findings in: no finding in them was changed or taken away since.
 bool onlyAdded(const Bnet& net) {
-  if (net.juncStep < 3 || net.enteredAs.size() != net.nodes.size()) return false;
+  if (net.juncStep < 3 || net.jt->spent || net.enteredAs.size() != net.nodes.size()) return false;
   for (size_t i = 0; i < net.nodes.size(); ++i)
     if (hasFinding(net.enteredAs[i]) && !sameFinding(net.enteredAs[i], net.nodes[i]->finding)) return false;
   return true;
@@ -427,12 +454,34 @@ double updateWork(const JunctionTree& jt, bool rebuild) {
   return (rebuild ? cliqueEntries(jt) : 0) + messages;
 }
 
+// Builds the potentials from the node tables with the findings in and propagates.  On tables
+// within the copy's bound they are first propagated with no findings and saved as the base, so
+// that every later retraction starts from the copy; the findings then go in as they do after a
+// retraction, so that the beliefs of a set of findings do not depend on what came before them.
+void rebuildPotentials(Bnet& net, JunctionTree& jt, Progress& progress) {
+  if (!jt.memoryChecked) {
+    checkTableMemory(net, jt, true);
+    jt.memoryChecked = true;
+  }
+  if (net.juncStep < 2) allocateTables(net, jt);
+  net.juncStep = 2;  // until the potentials are whole
+  bool makeBase = BaseCopy::bytesFor(jt) <= jt.baseCopyMaxBytes;
+  Meter meter(progress, updateWork(jt, true) + (makeBase ? updateWork(jt, false) : 0));
+  initPotentials(net, jt, &meter, !makeBase);
+  propagate(net, jt, false, &meter);
+  if (!makeBase) return;
+  jt.base.save(net.env, jt);
+  enterAddedFindings(net, jt);
+  propagate(net, jt, false, &meter);
+}
+
 }  // namespace
 
 void updateBeliefs(Bnet& net) {
   if (net.juncStep < 1 || !net.jt) engError(net.env, err::NeedsCompiling, net.name);
   if (net.juncStep >= 5) return;
   JunctionTree& jt = *net.jt;
+  if (net.juncStep < 3) jt.base.drop();  // the tables may have changed since it was saved
   ++jt.updates;
   Progress progress(net.env->progress, "Operation in progress ...");
   struct Settle {  // the table block's pages are all mapped by the end of the update
@@ -445,16 +494,13 @@ void updateBeliefs(Bnet& net) {
       enterAddedFindings(net, jt);
       net.juncStep = 4;
       propagate(net, jt, false, &meter);
-    } else {
-      Meter meter(progress, updateWork(jt, true));
-      if (!jt.memoryChecked) {
-        checkTableMemory(net, jt, true);
-        jt.memoryChecked = true;
-      }
-      if (net.juncStep < 2) allocateTables(net, jt);
-      net.juncStep = 2;  // until the potentials are whole
-      initPotentials(net, jt, &meter);
+    } else if (jt.base.have()) {
+      Meter meter(progress, updateWork(jt, false));
+      restoreBase(net, jt);
+      enterAddedFindings(net, jt);
       propagate(net, jt, false, &meter);
+    } else {
+      rebuildPotentials(net, jt, progress);
     }
   } catch (const Inconsistent&) {
     std::string why = checkingOnly ? "" : explainImpossible(net);
@@ -560,8 +606,8 @@ std::vector<int> mostProbableConfig(Bnet& net) {
     maxOutInto(b, jt.cliques[static_cast<size_t>(n.homeClique)].pot);
     config[i] = static_cast<int>(std::max_element(b.data(), b.data() + b.size()) - b.data());
   }
-  // The potentials now hold maxima: the next update builds them again.
-  net.juncStep = 2;
+  // The potentials now hold maxima.
+  spendPotentials(net, jt);
   return config;
 }
 

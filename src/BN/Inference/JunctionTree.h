@@ -8,6 +8,7 @@
 
 #include "BN/Tables/PotKernels.h"
 #include "BN/Tables/PotTable.h"
+#include "BN/Inference/BaseCopy.h"
 #include "BN/Inference/TableArena.h"
 
 namespace quorva {
@@ -42,9 +43,16 @@ struct JunctionTree {
   std::vector<Separator> seps;
   bool hasDecisions = false;
   double probFindings = 1.0;
-  // No copy of the potentials is kept: when findings are retracted or changed, the potentials are
-  // built again from the node tables with the findings in (which costs what the first update
-  // costs, about as much as restoring a copy would), so the tables take their own size only.
+  // Retracting or changing findings: when the clique and separator tables take at most
+  // `baseCopyMaxBytes` (32 MB unless a test lowers it), the first update propagates the
+  // potentials with no findings and keeps a copy of them (`base`, as much memory again as the
+  // tables); each retraction copies it back, multiplies the findings in and propagates.
+  // Above the bound no copy is kept (the tables take their own size only) and the potentials are
+  // built again from the node tables with the findings in, which costs what the first update costs.
+  BaseCopy base;                 // after the arena in the list, so freed before it
+  size_t baseCopyMaxBytes = BASE_COPY_MAX_BYTES;
+  bool spent = false;            // the potentials are not whole (a halted or failed propagation,
+                                 // or maxima): the next update starts again from the base or tables
   bool memoryChecked = false;    // the tables' memory was checked (at the compile or first update)
   uint64_t version = 0;          // rises whenever the potentials change
   uint64_t updates = 0;          // belief updates that did work (a count for tests and benchmarks)
