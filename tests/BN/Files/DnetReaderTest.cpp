@@ -251,6 +251,8 @@ TEST_F(DnetReaderTest, NodeAndTableFaultsAreLocated) {
       {"node B {states = (s, t); levels = (1, 2, 3);};",
        "has 3 entries, but there should be 2, because B has 2 states and is discrete, while reading field "
        "`levels` of node 'B', on line 4 char 26"},
+      {"node B {states = (s, t); evidence = z;};",
+       "unknown state 'z', while reading field `evidence` of node 'B', on line 4 char 26"},
       {"node B {kind = SOMETIMES;};", "illegal value 'SOMETIMES', while reading field `kind` of node 'B', on line 4 char 16"},
       {"node B {states = (s, t) title = \"x\";};",
        "missing semicolon after `states` statement, while reading field `states` of node 'B', on line 4 char 25"},
