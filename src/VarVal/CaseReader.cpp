@@ -85,12 +85,11 @@ bool CaseReader::stripComments(std::string& line, long) {
     char c = line[i];
     char d = i + 1 < line.size() ? line[i + 1] : '\0';
     if (comment_ == Comment::Block) {
-      if (c == '*' && d == '/') {
-        line[i + 1] = ' ';
-        ++i;
+      line[i] = ' ';
+      if (c == '*' && d == '/') {  // the closing "*/" is blanked whole
+        line[++i] = ' ';
         comment_ = Comment::None;
       }
-      line[i] = ' ';
       continue;
     }
     if (comment_ == Comment::Nested) {
