@@ -94,10 +94,24 @@ bool TokenReader::skipText(std::string_view text) {
 }
 
 std::string TokenReader::readRestOfLine() {
-  std::string line = readRawUntil("");
+  std::string line;
+  readRestOfLine(line);
+  return line;
+}
+
+void TokenReader::readRestOfLine(std::string& line) {
+  line.clear();
+  // Whole runs of the buffered block at a time: nothing in a run ends a line.
+  while (pos_ < end_ || fill(1)) {
+    const char* from = data_ + pos_;
+    size_t n = end_ - pos_, i = 0;
+    while (i < n && from[i] != '\n' && from[i] != '\r' && from[i] != '\f') ++i;
+    line.append(from, i);
+    takeInLine(i);
+    if (i < n) break;
+  }
   int c = readChar();
   if (c == '\r' && peek() == '\n') readChar();
-  return line;
 }
 
 std::string TokenReader::readRawUntil(std::string_view stops) {

@@ -162,6 +162,8 @@ class TokenReader {
   bool skipText(std::string_view text);
   // The rest of the current line without its line end, which is taken too.
   std::string readRestOfLine();
+  // The same into `line`, which keeps its room.
+  void readRestOfLine(std::string& line);
   // Bytes up to (not taking) one of `stops`, a line end, or the end of input.
   std::string readRawUntil(std::string_view stops);
 

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
-#include <set>
 
 #include "BN/Net/Bnet.h"
 #include "BN/Net/Bnode.h"
@@ -38,11 +37,12 @@ int findIn(const std::vector<std::string>& names, const std::string& text) {
   return it == names.end() ? -1 : static_cast<int>(it - names.begin());
 }
 
-// The state whose name is `text`; failing that, the one state whose title is `text` (a label the
-// user knows, such as "0" for the state legalised to "_"); else -1.
-int findState(const Bnode& node, const std::string& text) {
-  int byName = findIn(node.stateNames, text);
-  if (byName >= 0 || text.empty()) return byName;
+// The state whose name is `text` (looked up in `states` when given); failing that, the one state
+// whose title is `text` (a label the user knows, such as "0" for the state legalised to "_");
+// else -1.
+int findState(const Bnode& node, const std::string& text, const StateIndex* states) {
+  int byName = states ? states->find(text) : findIn(node.stateNames, text);
+  if (byName >= 0 || text.empty() || node.stateTitles.empty()) return byName;
   int found = -1;
   for (size_t i = 0; i < node.stateTitles.size(); ++i) {
     if (node.stateTitles[i] != text) continue;
@@ -52,22 +52,10 @@ int findState(const Bnode& node, const std::string& text) {
   return found;
 }
 
-// The node named `label`; failing that, the one node whose title is `label`; else null.
-Bnode* findNode(Bnet& net, const std::string& label) {
-  if (Bnode* node = net.find(label)) return node;
-  Bnode* found = nullptr;
-  for (Bnode* node : net.nodes) {
-    if (label.empty() || node->title != label) continue;
-    if (found) return nullptr;
-    found = node;
-  }
-  return found;
-}
-
 }  // namespace
 
 CaseValue parseCaseValue(const Bnode& node, const std::string& text, const CaseReader& reader,
-                         const CaseRow& row, size_t col) {
+                         const CaseRow& row, size_t col, const StateIndex* states) {
   EnvCore* env = node.net->env;
   // The position, built only for a message.
   auto where = [&] { return reader.where(row, row.chars[col]); };
@@ -106,7 +94,7 @@ CaseValue parseCaseValue(const Bnode& node, const std::string& text, const CaseR
       engError(env, err::CaseIllegalValue, text, node.name, where());
     return v;
   }
-  v.state = findState(node, text);
+  v.state = findState(node, text, states);
   if (v.state >= 0) return v;
   double x = 0;
   if (parseNumber(text, x)) {
@@ -131,62 +119,37 @@ CaseValue parseCaseValue(const Bnode& node, const std::string& text, const CaseR
   return v;
 }
 
-std::vector<Bnode*> bindColumns(const CaseReader& reader, Bnet& net, const std::vector<Bnode*>& listed,
-                                AddNew mode, bool report, std::vector<std::string>& added) {
-  EnvCore* env = net.env;
-  const std::string file = reader.stream().displayName();
-  std::vector<Bnode*> bound(reader.columns().size(), nullptr);
-  std::set<const Bnode*> seen;
-  std::string ignored;
-  for (size_t c = 0; c < bound.size(); ++c) {
-    const CaseColumn& col = reader.columns()[c];
-    if (col.role != CaseColumn::Variable) continue;
-    Bnode* node = findNode(net, col.name);
-    if (!node && (mode == AddNew::PrintAndAdd || mode == AddNew::Quietly)) {
-      node = &createNode(net, col.name.c_str(), 0);
-      added.push_back(col.name);
-      if (mode == AddNew::PrintAndAdd) engNotice(env, err::AddedNode, col.name, net.name, file);
-    }
-    if (!node) {
-      if (report && mode == AddNew::Query) engNotice(env, err::QueryAddNode, col.name, file);
-      ignored += (ignored.empty() ? "" : ", ") + col.name;
-      continue;
-    }
-    if (!seen.insert(node).second) {
-      if (report) engWarning(env, err::DuplicateColumn, col.name, file);
-      continue;
-    }
-    bool read = std::find(listed.begin(), listed.end(), node) != listed.end() ||
-                std::find(added.begin(), added.end(), col.name) != added.end();
-    if (read) bound[c] = node;
-  }
-  if (report && !ignored.empty()) engNotice(env, err::NodesNotInNet, file, net.name, ignored);
-  return bound;
-}
-
-bool enterCase(const CaseReader& reader, const CaseRow& row, const std::vector<Bnode*>& bound,
-               const std::vector<Bnode*>& listed, bool add) {
-  std::vector<CaseValue> values(bound.size());
+bool enterCase(const CaseReader& reader, const CaseRow& row, const CaseBinding& binding,
+               const std::vector<Bnode*>& listed, bool add, CaseScratch& scratch) {
+  const std::vector<Bnode*>& bound = binding.bound;
+  std::vector<CaseValue>& values = scratch.values;
+  values.resize(bound.size());
+  Bnet* net = nullptr;
   for (size_t c = 0; c < bound.size(); ++c) {
     if (!bound[c]) continue;
-    values[c] = parseCaseValue(*bound[c], row.fields[c], reader, row, c);
+    net = bound[c]->net;
+    values[c] = parseCaseValue(*bound[c], row.fields[c], reader, row, c, &binding.states[c]);
     if (values[c].kind == CaseValue::Skip) return false;
   }
-  std::vector<std::pair<Bnode*, Finding>> saved;
   for (Bnode* n : listed)
-    if (n) saved.emplace_back(n, n->finding);
-  for (Bnode* n : bound)
-    if (n) saved.emplace_back(n, n->finding);
-  if (saved.empty()) return true;
+    if (n) net = n->net;
+  if (!net) return true;
+  // Each finding is saved just before it first changes; only those are put back on a refusal.
+  std::vector<std::pair<Bnode*, Finding>>& saved = scratch.saved;
+  saved.clear();
   try {
-    FindingBatch batch(*saved.front().first->net);  // one update for the whole case
+    FindingBatch batch(*net);  // one update for the whole case
     if (!add)
       for (Bnode* n : listed)
-        if (n && !n->finding.empty()) retractNode(*n);
+        if (n && !n->finding.empty()) {
+          saved.emplace_back(n, n->finding);
+          retractNode(*n);
+        }
     for (size_t c = 0; c < bound.size(); ++c) {
       Bnode* n = bound[c];
       const CaseValue& v = values[c];
       if (!n || v.kind == CaseValue::Missing) continue;
+      saved.emplace_back(n, n->finding);
       if (!n->finding.empty()) retractNode(*n);
       if (v.kind == CaseValue::State)
         enterState(*n, v.state, true, true);
@@ -199,7 +162,7 @@ bool enterCase(const CaseReader& reader, const CaseRow& row, const std::vector<B
   } catch (...) {
     // Put back in reverse, so that a node saved twice ends with its first (original) finding.
     for (auto it = saved.rbegin(); it != saved.rend(); ++it) it->first->finding = it->second;
-    if (!saved.empty()) saved.front().first->net->findingsChanged();
+    if (!saved.empty()) net->findingsChanged();
     throw;
   }
   return true;
@@ -233,8 +196,8 @@ CaseRead readCaseIntoNet(CaseCursors& cursors, FileSpec& stream, long long posn,
     cursor = &restart(cursors, stream, format);
   }
   CaseReader& reader = *cursor->reader;
+  CaseRow& row = cursor->scratch.row;
   while (true) {
-    CaseRow row;
     if (!reader.next(row)) {
       cursor->atEnd = true;
       if (reader.casesRead() == 0) engError(env, err::CaseFileEmpty);
@@ -244,9 +207,9 @@ CaseRead readCaseIntoNet(CaseCursors& cursors, FileSpec& stream, long long posn,
     if (posn >= 0 && row.offset < static_cast<uint64_t>(posn)) continue;
     if (posn >= 0 && row.offset > static_cast<uint64_t>(posn))
       engError(env, err::CaseNoSuchPosition, posn, stream.displayName());
-    std::vector<Bnode*> bound = bindColumns(reader, net, listed, mode, cursor->fresh, cursor->added);
+    cursor->binding.refresh(reader, net, listed, mode, cursor->fresh, cursor->added);
     cursor->fresh = false;
-    if (!enterCase(reader, row, bound, listed, add)) {
+    if (!enterCase(reader, row, cursor->binding, listed, add, cursor->scratch)) {
       posn = NEXT_CASE_POSN;  // a skipped case: go on with the next
       continue;
     }

@@ -1,6 +1,6 @@
-// Cases into findings: matching the columns of a case file to the nodes of a net, reading each
-// field as a value of its node, entering a case as findings, and the per-stream cursor behind
-// reading one case at a time.
+// Cases into findings: reading each field of a case file as a value of its node, entering a case
+// as findings, and the per-stream cursor behind reading one case at a time (CaseBinding.h matches
+// the columns to the nodes).
 //
 // A field is, for its node: the missing-data character or nothing (no finding); a state name;
 // a double-quoted state title; "#" and a state number; "[p0;p1;...]", a likelihood with one entry
@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+#include "BN/Net/Bnode.h"
+#include "VarVal/CaseBinding.h"
 #include "VarVal/CaseReader.h"
 
 namespace quorva {
@@ -27,22 +29,23 @@ struct CaseValue {
 };
 
 // The field `text` of `row` (column `col`) as a value of `node`.  Faults are thrown; a word that
-// names no state gives the warning "unknown value ..., so case is skipped" and a Skip.
+// names no state gives the warning "unknown value ..., so case is skipped" and a Skip.  `states`,
+// when given, is the node's index of state names.
 CaseValue parseCaseValue(const Bnode& node, const std::string& text, const CaseReader& reader,
-                         const CaseRow& row, size_t col);
+                         const CaseRow& row, size_t col, const StateIndex* states = nullptr);
 
-// The node each column feeds (null: not read).  Columns naming nodes of `net` are read when the
-// node is in `listed` or its name is in `added`.  Columns naming no node are treated by `mode`:
-// added nodes are continuous, are read too, and have their names put in `added`.  With `report`,
-// duplicated columns, ignored names and questions are recorded as warnings and notices.
-std::vector<Bnode*> bindColumns(const CaseReader& reader, Bnet& net, const std::vector<Bnode*>& listed,
-                                AddNew mode, bool report, std::vector<std::string>& added);
+// What reading one case after another reuses, so that a case allocates nothing new.
+struct CaseScratch {
+  CaseRow row;
+  std::vector<CaseValue> values;                    // per column
+  std::vector<std::pair<Bnode*, Finding>> saved;  // findings as they were before this case
+};
 
 // Enters the case as findings: each read node's finding is replaced; without `add`, the listed
 // nodes whose field is missing lose their findings.  False (and nothing changed) when the case is
 // skipped.  A refused finding puts every finding back as it was and is thrown.
-bool enterCase(const CaseReader& reader, const CaseRow& row, const std::vector<Bnode*>& bound,
-               const std::vector<Bnode*>& listed, bool add);
+bool enterCase(const CaseReader& reader, const CaseRow& row, const CaseBinding& binding,
+               const std::vector<Bnode*>& listed, bool add, CaseScratch& scratch);
 
 // Where reading one case at a time has got to in one stream.
 struct CaseCursor {
@@ -51,6 +54,8 @@ struct CaseCursor {
   bool atEnd = false;       // NO_MORE_CASES has been returned
   bool fresh = true;        // the header was just read (bind with reports)
   std::vector<std::string> added;  // names of the nodes this reading added to the net
+  CaseBinding binding;
+  CaseScratch scratch;
 };
 
 using CaseCursors = std::map<const FileSpec*, std::unique_ptr<CaseCursor>>;

@@ -1,9 +1,11 @@
 // Reading a case file as a table: preamble, header and case lines.
 #include "VarVal/CaseReader.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 
 #include "Basic/Raise.h"
 #include "VarVal/CaseErrors.h"
@@ -75,17 +77,19 @@ void CaseReader::readMagic(const std::string& line) {
 }
 
 bool CaseReader::stripComments(std::string& line, long) {
+  if (comment_ == Comment::None && !std::memchr(line.data(), '/', line.size()) &&
+      !std::memchr(line.data(), '"', line.size()))  // no comment can start or be quoted here
+    return std::any_of(line.begin(), line.end(), [](char c) { return !isBlank(c); });
   bool data = false, openedHere = false, inQuote = false;
   for (size_t i = 0; i < line.size(); ++i) {
     char c = line[i];
     char d = i + 1 < line.size() ? line[i + 1] : '\0';
     if (comment_ == Comment::Block) {
-      if (c == '*' && d == '/') {
-        line[i + 1] = ' ';
-        ++i;
+      line[i] = ' ';
+      if (c == '*' && d == '/') {  // the closing "*/" is blanked whole
+        line[++i] = ' ';
         comment_ = Comment::None;
       }
-      line[i] = ' ';
       continue;
     }
     if (comment_ == Comment::Nested) {
@@ -130,7 +134,7 @@ bool CaseReader::nextDataLine(std::string& line, long& lineNo, uint64_t& offset)
   while (!rd_.atEnd()) {
     offset = rd_.offset();
     lineNo = rd_.here().line;
-    line = rd_.readRestOfLine();
+    rd_.readRestOfLine(line);
     if (stripComments(line, lineNo)) return true;
   }
   return false;
@@ -145,12 +149,16 @@ char CaseReader::chooseDelimiter(const std::string& header) const {
 }
 
 void CaseReader::split(const std::string& line, std::vector<std::string>& fields, std::vector<long>& chars) const {
-  fields.clear();
-  chars.clear();
+  // Fields are assigned in place, so that a row read into the same vectors keeps their room.
+  size_t count = 0;
   auto field = [&](size_t from, size_t to) {
-    size_t lead = 0;
-    fields.push_back(trimmed(line.substr(from, to - from), lead));
-    chars.push_back(static_cast<long>(from + lead + 1));
+    size_t first = from, last = to;
+    while (first < last && isBlank(line[first])) ++first;
+    while (last > first && isBlank(line[last - 1])) --last;
+    if (count == fields.size()) fields.emplace_back();
+    fields[count].assign(line.data() + first, last - first);
+    if (count == chars.size()) chars.push_back(0);
+    chars[count++] = static_cast<long>(first + 1);
   };
   size_t i = 0, n = line.size();
   if (delim_ == ' ') {
@@ -167,21 +175,32 @@ void CaseReader::split(const std::string& line, std::vector<std::string>& fields
       }
       field(start, std::min(i, n));
     }
-    return;
-  }
-  size_t start = 0;
-  bool inQuote = false;
-  for (; i < n; ++i) {
-    if (inQuote && line[i] == '\\') {
-      ++i;
-    } else if (line[i] == '"') {
-      inQuote = !inQuote;
-    } else if (!inQuote && line[i] == delim_) {
-      field(start, i);
-      start = i + 1;
+  } else if (!std::memchr(line.data(), '"', n)) {
+    // No quoted field: every delimiter ends a field.
+    for (size_t start = 0;;) {
+      const void* hit = std::memchr(line.data() + start, delim_, n - start);
+      size_t to = hit ? static_cast<size_t>(static_cast<const char*>(hit) - line.data()) : n;
+      field(start, to);
+      if (!hit) break;
+      start = to + 1;
     }
+  } else {
+    size_t start = 0;
+    bool inQuote = false;
+    for (; i < n; ++i) {
+      if (inQuote && line[i] == '\\') {
+        ++i;
+      } else if (line[i] == '"') {
+        inQuote = !inQuote;
+      } else if (!inQuote && line[i] == delim_) {
+        field(start, i);
+        start = i + 1;
+      }
+    }
+    field(start, n);
   }
-  field(start, n);
+  fields.resize(count);
+  chars.resize(count);
 }
 
 bool CaseReader::readHeader() {
@@ -234,7 +253,7 @@ std::string CaseReader::where(const CaseRow& row, long charPos) const {
 }
 
 bool CaseReader::next(CaseRow& row) {
-  std::string line;
+  std::string& line = line_;
   long lineNo = 0;
   uint64_t offset = 0;
   if (!nextDataLine(line, lineNo, offset)) return false;

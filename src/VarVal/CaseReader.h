@@ -92,6 +92,7 @@ class CaseReader {
   size_t lastCount_ = 0;
   Comment comment_ = Comment::None;
   int depth_ = 0;
+  std::string line_;  // the line being read, kept for its room
 };
 
 }  // namespace quorva

@@ -2,6 +2,7 @@
 // malformed input with its location, and casesets over files.
 #include <cstdio>
 #include <fstream>
+#include <functional>
 #include <string>
 
 #include "Support/EnvFixture.h"
@@ -245,6 +246,54 @@ TEST_F(CaseFileTest, ColumnsNamingNoNodeFollowTheAddMode) {
   EXPECT_EQ(errorCount(ERROR_ERR), 0);
   ReadNetFindings3_bn(&posn, file, 0, nodes, static_cast<addnew_bn>(9), nullptr, nullptr);
   EXPECT_EQ(ErrorNumber_vq(lastError()), 5582);
+}
+
+// The columns of a reading are matched to nodes and states once, not per case; an edit of the
+// net between two cases of one reading must still be seen by the next case.
+TEST_F(CaseFileTest, EditsBetweenCasesOfOneReadingAreSeenByTheNextCase) {
+  nodelist_bn* onlyA = NewNodeList2_bn(0, net);
+  AddNodeToList_bn(a, onlyA, -1);
+  struct Row {
+    const char* what;
+    std::string text;  // header and two cases
+    const nodelist_bn* listed;
+    addnew_bn mode;
+    std::function<void()> edit;   // between the first and the second case
+    std::function<void()> check;  // after the second case
+  };
+  const Row rows[] = {
+      {"read node renamed away from its column", "A\tB\r\nyes\tlow\r\nno\thigh\r\n", nodes, DONT_ADD_NEW,
+       [&] { SetNodeName_bn(b, "Bx"); }, [&] { EXPECT_EQ(GetNodeFinding_bn(b), UNDEF_STATE); }},
+      {"node renamed onto a column", "A\tB\tZ\r\nyes\tlow\tmid\r\nno\thigh\tlow\r\n", nodes, DONT_ADD_NEW,
+       [&] { SetNodeName_bn(b, "Z"); }, [&] { EXPECT_EQ(GetNodeFinding_bn(b), 0); }},
+      {"states renamed and reordered", "A\tB\r\nyes\tlow\r\nno\thigh\r\n", nodes, DONT_ADD_NEW,
+       [&] { SetNodeStateNames_bn(b, "high,mid,low"); }, [&] { EXPECT_EQ(GetNodeFinding_bn(b), 0); }},
+      {"node the reading added is deleted", "A\tW\r\nyes\t0.5\r\nno\t2.5\r\n", onlyA, QUIETLY_ADD_NEW,
+       [&] { DeleteNode_bn(GetNodeNamed_bn("W", net)); },
+       [&] {
+         node_bn* w = GetNodeNamed_bn("W", net);
+         ASSERT_NE(w, nullptr);
+         EXPECT_DOUBLE_EQ(GetNodeValueEntered_bn(w), 2.5);
+       }},
+  };
+  for (const Row& r : rows) {
+    SCOPED_TRACE(r.what);
+    SetNodeName_bn(b, "B");
+    SetNodeStateNames_bn(b, "low,mid,high");
+    RetractNetFindings_bn(net);
+    setText(r.text);
+    caseposn_bn posn = FIRST_CASE;
+    ReadNetFindings3_bn(&posn, file, 0, r.listed, r.mode, nullptr, nullptr);
+    EXPECT_EQ(GetNodeFinding_bn(a), 0);
+    r.edit();
+    posn = NEXT_CASE;
+    ReadNetFindings3_bn(&posn, file, 0, r.listed, r.mode, nullptr, nullptr);
+    EXPECT_NE(posn, NO_MORE_CASES);
+    EXPECT_EQ(GetNodeFinding_bn(a), 1);
+    r.check();
+    EXPECT_EQ(errorCount(ERROR_ERR), 0) << lastMessage();
+  }
+  DeleteNodeList_bn(onlyA);
 }
 
 struct Malformed {

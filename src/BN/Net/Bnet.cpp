@@ -2,6 +2,7 @@
 #include "BN/Net/Bnet.h"
 
 #include <algorithm>
+#include <atomic>
 
 #include "BN/Inference/JunctionTree.h"
 #include "BN/Inference/OrderCheck.h"
@@ -11,7 +12,12 @@
 
 namespace quorva {
 
-Bnet::Bnet(EnvCore* env, std::string name) : Tagged(BNET_TYPE), name(std::move(name)), env(env) {}
+Bnet::Bnet(EnvCore* env, std::string name) : Tagged(BNET_TYPE), name(std::move(name)), env(env) { edited(); }
+
+void Bnet::edited() {
+  static std::atomic<uint64_t> sequence{0};
+  editVersion_ = ++sequence;
+}
 
 Bnet::~Bnet() = default;
 
@@ -49,6 +55,7 @@ Bnode& Bnet::addNode(std::string nodeName, int numStates) {
   byName_.emplace(ref.name, &ref);
   storage_.push_back(std::move(node));
   nodes.push_back(&ref);
+  edited();
   return ref;
 }
 
@@ -57,12 +64,14 @@ void Bnet::removeNode(Bnode& node) {
   nodes.erase(std::remove(nodes.begin(), nodes.end(), &node), nodes.end());
   dropOrderListing(*this, node);
   node.becomeDeleted();
+  edited();
 }
 
 void Bnet::renameNode(Bnode& node, std::string newName) {
   byName_.erase(node.name);
   node.name = std::move(newName);
   byName_.emplace(node.name, &node);
+  edited();
 }
 
 Nodeset* Bnet::findNodeset(const std::string& setName) {
@@ -73,6 +82,7 @@ Nodeset* Bnet::findNodeset(const std::string& setName) {
 
 void Bnet::becomeDeleted() {
   deleted = 1;
+  edited();
   jt.reset();
   tag = static_cast<uint16_t>(tag | 0x0100);  // still a net, flagged as gone
   byName_.clear();

@@ -60,6 +60,11 @@ class Bnet : public Tagged {
   // Takes a node without links out of the net, leaving its deleted shell behind.
   void removeNode(Bnode& node);
   void renameNode(Bnode& node, std::string name);
+  // Changes whenever a node is added, deleted or renamed and whenever a structure or text edit is
+  // committed (states, titles, kinds): what was worked out from the net's names and states is
+  // stale once it differs.  Values come from one process-wide sequence, so no two nets share one.
+  uint64_t editVersion() const { return editVersion_; }
+  void edited();
   Nodeset* findNodeset(const std::string& name);
 
   // Drops the compiled form; called by every structural change.
@@ -80,6 +85,7 @@ class Bnet : public Tagged {
  private:
   std::vector<std::unique_ptr<Bnode>> storage_;  // live nodes and deleted shells
   std::unordered_map<std::string, Bnode*> byName_;
+  uint64_t editVersion_ = 0;
 };
 
 }  // namespace quorva

@@ -9,6 +9,7 @@ void NetEdit::commit() {
   // The undo history records the edit here once the net keeps one.
   if (kind_ == EditKind::Structure) net_.uncompile();
   if (kind_ == EditKind::Tables) net_.tablesChanged();
+  if (kind_ != EditKind::Tables) net_.edited();
 }
 
 }  // namespace quorva
