@@ -262,7 +262,7 @@ ExprPtr EqnParserImpl::parseVariable(int index, bool hash) {
   if (v.continuous) {
     if (hash && !v.discretized()) rd_.fail(err::EqnHashNotDiscretized, v.name);
     e->use = hash ? VarUse::Interval : VarUse::Value;
-    e->type = hash ? EqnType::State : EqnType::Real;
+    e->type = hash ? EqnType::Integer : EqnType::Real;
   } else if (v.hasLevels() && !hash) {
     e->use = VarUse::Level;
     e->type = EqnType::Real;
