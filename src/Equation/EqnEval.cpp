@@ -90,11 +90,23 @@ bool evalSpecial(const EqnExpr& e, const double* values, EvalContext& ctx, doubl
 double evalCall(const EqnExpr& e, const double* values, EvalContext& ctx, double* a) {
   const EqnFunc& f = *e.func;
   int n = static_cast<int>(e.args.size());
-  for (int i = 0; i < n; ++i) a[i] = eqnNotEvaluated();
   double out;
-  if (f.special != SPECIAL_NONE && evalSpecial(e, values, ctx, a, n, out)) return out;
+  if (f.special != SPECIAL_NONE) {
+    for (int i = 0; i < n; ++i) a[i] = eqnNotEvaluated();
+    if (evalSpecial(e, values, ctx, a, n, out)) return out;
+  }
   for (int i = 0; i < n; ++i) {
-    a[i] = evalExpr(*e.args[i], values, ctx);
+    const EqnExpr& arg = *e.args[i];
+    // Numbers and plain variables, the usual leaves, without a call.
+    if (arg.kind == EqnExpr::Kind::Number) {
+      a[i] = arg.value;
+      continue;
+    }
+    if (arg.kind == EqnExpr::Kind::Variable && arg.use == VarUse::Value) {
+      a[i] = values[arg.var];
+      continue;
+    }
+    a[i] = evalExpr(arg, values, ctx);
     if (isEqnInvalid(a[i])) return a[i];
   }
   out = f.eval(a, n, ctx);
