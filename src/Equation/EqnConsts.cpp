@@ -55,7 +55,9 @@ int booleanTrueState(const EqnVar& v) {
 
 std::string formatEqnNumber(double v) {
   if (isEqnUndefined(v)) return "undef";
-  if (std::isinf(v)) return v > 0 ? "Infinity" : "-Infinity";
+  // A literal too large for a double: written so that it reads back as the same number (the
+  // name "Infinity" is a constant, which could not carry units).
+  if (std::isinf(v)) return v > 0 ? "1e999" : "-1e999";
   char buf[32];
   std::snprintf(buf, sizeof buf, "%.15g", v);
   return buf;

@@ -42,7 +42,7 @@ std::string printEquation(const Equation& eq);
 // One expression as text.
 std::string printExpr(const Equation& eq, const EqnExpr& e);
 
-// Number formatting used in printing ("%.15g"; "undef", "Infinity").
+// Number formatting used in printing ("%.15g"; "undef"; "1e999" for an infinite literal).
 std::string formatEqnNumber(double v);
 
 // Whether the text names a unit a number may carry ("state" and units of measure).

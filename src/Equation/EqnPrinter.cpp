@@ -19,7 +19,7 @@ bool needsParens(const EqnExpr& e, const EqnFunc* parent, size_t pos) {
   if (f.precedence > parent->precedence) return false;
   if (&f == parent && f.associative) return false;
   // A chain that groups to the left reads without parentheses on its left.
-  if (f.precedence == parent->precedence && parent->leftGroup && pos == 0 && !parent->prefix) return false;
+  if (f.precedence == parent->precedence && parent->leftGroup && pos == 0) return false;
   return true;
 }
 
@@ -29,6 +29,8 @@ void printOperator(const Equation& eq, const EqnExpr& e, std::string& out) {
   const EqnFunc& f = *e.func;
   if (f.prefix) {
     out += f.symbol;
+    // "- 2" is the negation of 2, where "-2" would read back as the number -2.
+    if (e.args[0]->isNum()) out += ' ';
     print(eq, *e.args[0], &f, 0, out);
     return;
   }
