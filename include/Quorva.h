@@ -727,6 +727,10 @@ void DeleteCaseset_cs(caseset_cs* cases);
  *   GeometricDist (x, p): x failures before the first success
  *   LogarithmicDist (x, p): -p^x / (x log (1 - p)) for x = 1, 2, ...
  *   MultinomialDist (n, k1, p1, k2, p2, ...): the probabilities p are normalised to sum 1
+ *   NoisyOrDist (out, leak, cause1, p1, cause2, p2, ...): out is true with probability
+ *                                   1 - (1 - leak) times the product of (1 - p) over true causes
+ *   NoisyAndDist (out, leak, cause1, p1, ...): out is false with probability
+ *                                   1 - (1 - leak) times the product of (1 - p) over false causes
  * Randomized functions (deterministic equations only): UniformRand (lo, hi), NormalRand (mean,
  * sd), BernoulliRand (p), DiscUniformRand (lo, hi) (whole numbers lo to hi inclusive). */
 void SetNodeEquation_bn(node_bn* node, const char* eqn);

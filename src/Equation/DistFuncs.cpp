@@ -25,6 +25,8 @@
 #include <boost/math/distributions/weibull.hpp>
 #include <boost/math/special_functions/erf.hpp>
 
+#include "Basic/Raise.h"
+#include "Equation/EqnErrors.h"
 #include "Equation/EqnFuncDefs.h"
 #include "Equation/EqnPolicy.h"
 
@@ -194,18 +196,58 @@ double logarithmic(const double* a, int, Ctx&) {
   if (!isWhole(x) || x < 1) return 0;
   return -std::pow(p, x) / (x * std::log1p(-p));
 }
-// n, k1, p1, k2, p2, ...: the probability of the counts k when the k sum to n.
-double multinomialDist(const double* a, int n, Ctx&) {
-  if (n < 4 || n % 2 == 0 || !isWhole(a[0]) || a[0] < 0) return nan();
+// Records a fault in a distribution's arguments and gives the invalid result.
+template <class... A>
+double argFault(Ctx& c, ErrDef d, const A&... args) {
+  if (c.env) raiseRecord(c.env, SOUND_AND_PRINTED, ERROR_SEV, 0, -d.number, format(d.text, args...));
+  return nan();
+}
+
+// n, k1, p1, k2, p2, ...: the probability of the counts k (which must sum to n) when each draw
+// falls in class i with probability p_i (the p are normalised to sum 1).
+double multinomialDist(const double* a, int n, Ctx& c) {
+  if (n < 4) return argFault(c, err::MultinomialFewArgs, n);
+  if (n % 2 == 0) return argFault(c, err::MultinomialOddArgs, n - 1);
+  if (a[0] < 0) return argFault(c, err::MultinomialNNegative, a[0]);
+  if (!isWhole(a[0])) return argFault(c, err::MultinomialNWhole, a[0]);
   double sumK = 0, sumP = 0, logP = logFactorial(a[0]);
-  for (int i = 1; i + 1 < n; i += 2) {
+  for (int i = 1, j = 1; i + 1 < n; i += 2, ++j) {
     double k = a[i], p = a[i + 1];
-    if (!isWhole(k) || k < 0 || !(p >= 0)) return nan();
+    if (k < 0) return argFault(c, err::MultinomialKNegative, j, k);
+    if (!isWhole(k)) return argFault(c, err::MultinomialKWhole, j, k);
+    if (!(p >= 0)) return argFault(c, err::MultinomialPNegative, j, p);
     sumK += k, sumP += p;
     if (k > 0) logP += k * std::log(p) - logFactorial(k);
   }
   if (sumK != a[0] || !(sumP > 0)) return 0;
   return std::exp(logP - a[0] * std::log(sumP));
+}
+
+// output, leak, cause1, p1, cause2, p2, ...: the probability of the output's truth value when
+// each true cause makes it true with its probability, and the leak makes it true by itself.
+double noisyOr(const double* a, int n, Ctx& c) {
+  if (n < 2) return argFault(c, err::NoisyOrFewArgs);
+  if (n % 2 == 1) return argFault(c, err::NoisyOrOddArgs);
+  if (!probability(a[1])) return nan();
+  double pFalse = 1 - a[1];
+  for (int i = 2; i + 1 < n; i += 2) {
+    if (!probability(a[i + 1])) return nan();
+    if (truth(a[i])) pFalse *= 1 - a[i + 1];
+  }
+  return truth(a[0]) ? 1 - pFalse : pFalse;
+}
+// output, leak, cause1, p1, ...: the dual of noisyOr: each false cause makes the output false with
+// its probability, and the leak makes it false by itself.
+double noisyAnd(const double* a, int n, Ctx& c) {
+  if (n < 2) return argFault(c, err::NoisyAndFewArgs);
+  if (n % 2 == 1) return argFault(c, err::NoisyAndOddArgs);
+  if (!probability(a[1])) return nan();
+  double pTrue = 1 - a[1];
+  for (int i = 2; i + 1 < n; i += 2) {
+    if (!probability(a[i + 1])) return nan();
+    if (!truth(a[i])) pTrue *= 1 - a[i + 1];
+  }
+  return truth(a[0]) ? pTrue : 1 - pTrue;
 }
 
 constexpr T R = T::Real;
@@ -241,6 +283,8 @@ constexpr EqnFunc distributions[] = {
     fn("GeometricDist", 2, R, R, R, geometric),
     fn("LogarithmicDist", 2, R, R, R, logarithmic),
     fn("MultinomialDist", VARIABLE_ARGS, R, R, R, multinomialDist),
+    mixed(fn("NoisyOrDist", VARIABLE_ARGS, R, T::Any, T::Any, noisyOr)),
+    mixed(fn("NoisyAndDist", VARIABLE_ARGS, R, T::Any, T::Any, noisyAnd)),
 };
 
 }  // namespace

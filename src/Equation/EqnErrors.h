@@ -109,4 +109,20 @@ inline constexpr ErrDef EqnAsStateEvaluated{
     2580, "attempt to evaluate 'AsState' function.  It should only be used as the first part of a "
           "deterministic function equation for a discrete >-node with levels"};
 
+// Arguments of the distributions that take lists, checked as they are evaluated (each also ends
+// in "error evaluating function").
+inline constexpr ErrDef MultinomialFewArgs{2498, "MultinomialDist has only %d arguments, but there must be at least 4"};
+inline constexpr ErrDef MultinomialOddArgs{
+    2498, "the number of arguments to MultinomialDist must be even (i.e. same number of k and p args) "
+          "but it is odd (=%d)"};
+inline constexpr ErrDef MultinomialNNegative{2498, "argument 'n' of MultinomialDist must not be negative, but it is %g"};
+inline constexpr ErrDef MultinomialNWhole{2498, "argument 'n' of MultinomialDist must be an integer, but it is %g"};
+inline constexpr ErrDef MultinomialKNegative{2498, "argument k[%d] of MultinomialDist must not be negative, but it is %g"};
+inline constexpr ErrDef MultinomialKWhole{2498, "argument k[%d] of MultinomialDist must be an integer, but it is %g"};
+inline constexpr ErrDef MultinomialPNegative{2498, "argument p[%d] of MultinomialDist must not be negative, but it is %g"};
+inline constexpr ErrDef NoisyOrFewArgs{2498, "less than 2 arguments to NoisyOrDist"};
+inline constexpr ErrDef NoisyOrOddArgs{2498, "odd number of arguments to NoisyOrDist"};
+inline constexpr ErrDef NoisyAndFewArgs{2498, "less than 2 arguments to NoisyAndDist"};
+inline constexpr ErrDef NoisyAndOddArgs{2498, "odd number of arguments to NoisyAndDist"};
+
 }  // namespace quorva::err

@@ -93,6 +93,7 @@ struct EqnFunc {
   EqnEvalFn eval;
   EqnCdfFn cdf;        // null unless a continuous distribution
   bool randomized;
+  bool mixedArgs = false;  // "any" arguments of different kinds (not compared with each other)
 
   bool isOperator() const { return symbol[0] != 0; }
   EqnType argType(int i) const { return i == 0 ? firstArg : restArgs; }

@@ -28,6 +28,12 @@ constexpr EqnFunc rand(const char* name, int n, T result, EqnEvalFn eval) {
                  SPECIAL_NONE, eval, nullptr, true};
 }
 
+// The same record with arguments of mixed kinds (a variable's states beside probabilities).
+constexpr EqnFunc mixed(EqnFunc f) {
+  f.mixedArgs = true;
+  return f;
+}
+
 // True where a boolean is asked for: any value other than 0.
 inline bool truth(double x) { return x != 0; }
 inline bool isWhole(double x) { return std::isfinite(x) && x == std::floor(x); }

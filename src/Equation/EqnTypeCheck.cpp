@@ -71,6 +71,7 @@ void EqnParserImpl::checkCallArgs(const EqnFunc& f, const EqnExpr& call) {
     EqnType need = f.argType(n);
     if (need == EqnType::Any) {
       // The values of one function's "any" arguments are compared or chosen among: one kind.
+      if (f.mixedArgs) continue;
       if (!firstAny) {
         firstAny = &arg;
       } else if (!eqnTypesCompatible(firstAny->type, arg.type)) {
