@@ -688,6 +688,57 @@ void WriteCaseset_cs(const caseset_cs* cases, stream_vq* file, const char* optio
 /* Frees the caseset (not its streams); its handle becomes invalid. */
 void DeleteCaseset_cs(caseset_cs* cases);
 
+/* ===================================================================== equations */
+
+/* Gives the node an equation: its value, or the probability of its states, as a function of its
+ * parents.  Two forms (link names stand for parents where links are named; "f" may stand for the
+ * node's name in the first form):
+ *   Y (A, B) = A + 2 * B                 deterministic: Y's value
+ *   P (Y | A, B) = NormalDist (Y, A, B)  probabilistic: the probability (density) of Y's value
+ * The text is parsed against the node's parents and states before it is kept; a text that does
+ * not parse leaves the node as it was and records the parse error (numbers 2010-2497, 3989; the
+ * message ends with the line and character).  NULL or "" removes the equation.  The text is kept
+ * exactly as given; the node's tables are not changed.
+ *
+ * Operators, loosest first: "?" ":" (700, groups right), "||" (800), "&&" (900), "==" "!="
+ * (1200), "<" ">" "<=" ">=" "~=" (1300), "+" "-" (1500), "*" "/" "%" (remainder) "%%" (modulo)
+ * (1600), "^" (1700, groups right), prefix "-" and "!" (2000).  Constants: pi, deg, Infinity,
+ * true, false.  "#" before a number makes it a state index, before a discretized continuous
+ * variable the index of its interval; State--Var names a state of Var.
+ *
+ * Parameters of the distributions (x, the value, comes first in each):
+ *   UniformDist (x, lo, hi)          TriangularDist (x, centre, halfwidth)
+ *   Triangular3Dist (x, lo, mode, hi)
+ *   NormalDist (x, mean, sd)         LognormalDist (x, mu, sigma) of log x
+ *   GammaDist (x, shape, scale)      WeibullDist (x, shape, scale)
+ *   BetaDist (x, alpha, beta)        Beta4Dist (x, alpha, beta, lo, hi)
+ *   BetaPertDist (x, lo, mode, hi): Beta4Dist with alpha = 1 + 4 (mode - lo) / (hi - lo) and
+ *                                   beta = 1 + 4 (hi - mode) / (hi - lo)
+ *   ExponentialDist (x, rate)        LaplaceDist (x, location, scale)
+ *   LogisticDist (x, location, scale)  ExtremeValueDist (x, location, scale): the largest-value
+ *                                   (Gumbel) form, cumulative exp (-exp (-(x - location) / scale))
+ *   ParetoDist (x, scale, shape): shape scale^shape / x^(shape + 1) for x >= scale
+ *   LevyDist (x, location, scale)    CauchyDist (x, location, scale)
+ *   ChiSquareDist (x, degrees)       StudentTDist (x, degrees)   FDist (x, degrees1, degrees2)
+ *   SingleDist (x, v)                BernoulliDist (x, p)        DiscUniformDist (x, lo, hi)
+ *   BinomialDist (x, n, p)           PoissonDist (x, lambda)
+ *   HypergeometricDist (x, population, successes, draws): x successes in the draws
+ *   NegBinomialDist (x, r, p): x failures before the r-th success, each try succeeding with p
+ *   GeometricDist (x, p): x failures before the first success
+ *   LogarithmicDist (x, p): -p^x / (x log (1 - p)) for x = 1, 2, ...
+ *   MultinomialDist (n, k1, p1, k2, p2, ...): the probabilities p are normalised to sum 1
+ *   NoisyOrDist (out, leak, cause1, p1, cause2, p2, ...): out is true with probability
+ *                                   1 - (1 - leak) times the product of (1 - p) over true causes
+ *   NoisyAndDist (out, leak, cause1, p1, ...): out is false with probability
+ *                                   1 - (1 - leak) times the product of (1 - p) over false causes
+ * Randomized functions (deterministic equations only): UniformRand (lo, hi), NormalRand (mean,
+ * sd), BernoulliRand (p), DiscUniformRand (lo, hi) (whole numbers lo to hi inclusive). */
+void SetNodeEquation_bn(node_bn* node, const char* eqn);
+
+/* The node's equation text exactly as set ("" when it has none), owned by the node and valid
+ * until its equation next changes; NULL on failure. */
+const char* GetNodeEquation_bn(const node_bn* node);
+
 #ifdef __cplusplus
 }
 #endif

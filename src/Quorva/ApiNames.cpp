@@ -53,6 +53,8 @@ constexpr ApiName API_NAMES[] = {
     {"GetNodeName_bn", "Node.getName"},
     {"SetNodeTitle_bn", "Node.setTitle"},
     {"GetNodeTitle_bn", "Node.getTitle"},
+    {"SetNodeEquation_bn", "Node.setEquation"},
+    {"GetNodeEquation_bn", "Node.getEquation"},
     {"SetNodeComment_bn", "Node.setComment"},
     {"GetNodeComment_bn", "Node.getComment"},
     {"GetNodeNet_bn", "Node.getNet"},

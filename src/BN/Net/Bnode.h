@@ -63,6 +63,7 @@ class Bnode : public Tagged {
 
   Bnet* net;
   std::string name, title, comment;
+  std::string equation;  // the equation text exactly as set ("" for none)
   UserFields userFields;
   int kind = NATURE;
   int type;

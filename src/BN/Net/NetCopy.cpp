@@ -29,6 +29,7 @@ bool has(const std::vector<std::string>& opts, const char* word) {
 void copyNodeBody(const Bnode& from, Bnode& to) {
   to.title = from.title;
   to.comment = from.comment;
+  to.equation = from.equation;
   to.userFields = from.userFields;
   to.kind = from.kind;
   to.type = from.type;

@@ -1,0 +1,28 @@
+// API functions of node equations.
+#include "BN/Net/Bnet.h"
+#include "BN/Net/NetEdit.h"
+#include "Equation/EqnParser.h"
+#include "Quorva/ApiFrame.h"
+
+using namespace quorva;
+
+extern "C" {
+
+void SetNodeEquation_bn(node_bn* node, const char* eqn) {
+  apiRun(__func__, envOf(node), [&](ApiFrame& f) {
+    Bnode& nd = f.node(node);
+    std::string text = eqn ? eqn : "";
+    // A text that does not parse is refused before anything changes.
+    if (!text.empty()) parseEquation(&f.env(), eqnSourceOf(nd, text));
+    NetEdit edit(*nd.net, "set node equation", EditKind::Text);
+    nd.equation = std::move(text);
+    edit.commit();
+  });
+}
+
+const char* GetNodeEquation_bn(const node_bn* node) {
+  return apiCall(__func__, static_cast<const char*>(nullptr), envOf(node),
+                 [&](ApiFrame& f) { return f.node(node).equation.c_str(); });
+}
+
+}  // extern "C"
