@@ -12,19 +12,11 @@
 #include "Basic/EnvCore.h"
 #include "Basic/Stream.h"
 #include "Basic/Raise.h"
+#include "FuzzEnv.h"
 
 using namespace quorva;
 
 namespace {
-
-EnvCore& fuzzEnv() {
-  static EnvCore* env = [] {
-    auto* e = new EnvCore();
-    e->state = ENV_USABLE_STATE;
-    return e;
-  }();
-  return *env;
-}
 
 std::unique_ptr<Bnet> readNet(EnvCore& env, const char* bytes, size_t n) {
   FileSpec stream(&env, FileSpec::Kind::Memory, "fuzz.bif");

@@ -18,19 +18,11 @@
 #include "Basic/Raise.h"
 #include "VarVal/CaseFindings.h"
 #include "VarVal/CaseReader.h"
+#include "FuzzEnv.h"
 
 using namespace quorva;
 
 namespace {
-
-EnvCore& fuzzEnv() {
-  static EnvCore* env = [] {
-    auto* e = new EnvCore();
-    e->state = ENV_USABLE_STATE;
-    return e;
-  }();
-  return *env;
-}
 
 std::unique_ptr<Bnet> makeNet(EnvCore& env) {
   auto net = std::make_unique<Bnet>(&env, "Fuzz");
@@ -74,15 +66,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     CaseReader reader(stream, fmt, false, (mode & 32) ? 7 : TokenReader::DEFAULT_BLOCK);
     if (reader.readHeader()) {
       std::vector<std::string> added;
-      std::vector<Bnode*> bound = bindColumns(reader, *net, listed, addMode, true, added);
-      CaseRow row;
+      CaseBinding binding;
+      binding.refresh(reader, *net, listed, addMode, true, added);
+      CaseScratch scratch;
+      CaseRow& row = scratch.row;
       uint64_t last = 0;
       while (true) {
         try {
           if (!reader.next(row)) break;
           if (row.offset < last || row.fields.size() != reader.columns().size()) std::abort();
           last = row.offset;
-          enterCase(reader, row, bound, listed, (mode & 64) != 0);
+          binding.refresh(reader, *net, listed, addMode, false, added);
+          enterCase(reader, row, binding, listed, (mode & 64) != 0, scratch);
         } catch (const QuorvaError&) {
           // a faulty line or refused finding: reading goes on with the next line
         }

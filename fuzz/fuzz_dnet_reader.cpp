@@ -9,19 +9,11 @@
 #include "Basic/EnvCore.h"
 #include "Basic/Stream.h"
 #include "Basic/Raise.h"
+#include "FuzzEnv.h"
 
 using namespace quorva;
 
 namespace {
-
-EnvCore& fuzzEnv() {
-  static EnvCore* env = [] {
-    auto* e = new EnvCore();
-    e->state = ENV_USABLE_STATE;
-    return e;
-  }();
-  return *env;
-}
 
 // Long digit runs can declare legal but huge state counts or tables (hundreds of millions of
 // entries), which only measure the machine's memory; such inputs are passed over.

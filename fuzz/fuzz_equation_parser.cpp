@@ -15,19 +15,11 @@
 #include "Basic/Raise.h"
 #include "Equation/EqnEval.h"
 #include "Equation/EqnParser.h"
+#include "FuzzEnv.h"
 
 using namespace quorva;
 
 namespace {
-
-EnvCore& fuzzEnv() {
-  static EnvCore* env = [] {
-    auto* e = new EnvCore();
-    e->state = ENV_USABLE_STATE;
-    return e;
-  }();
-  return *env;
-}
 
 EqnVar var(const char* name, bool continuous, std::vector<std::string> states, std::vector<double> levels = {}) {
   EqnVar v;

@@ -14,19 +14,11 @@
 #include "Basic/Settings.h"
 #include "Basic/StringQuoter.h"
 #include "Basic/TokenReader.h"
+#include "FuzzEnv.h"
 
 using namespace quorva;
 
 namespace {
-
-EnvCore& fuzzEnv() {
-  static EnvCore* env = [] {
-    auto* e = new EnvCore();
-    e->state = ENV_USABLE_STATE;
-    return e;
-  }();
-  return *env;
-}
 
 Syntax syntaxFor(uint8_t mode) {
   Syntax s;
