@@ -25,11 +25,15 @@ void Bnet::tablesChanged() {
   if (juncStep > 2) juncStep = 2;
 }
 
+// Home cliques are read only while compiled (and the compile assigns every one afresh), so an
+// uncompiled net's edits, such as each node a reader adds, skip the walk over the nodes.
 void Bnet::uncompile() {
+  const bool wasCompiled = jt != nullptr || juncStep != 0;
   juncStep = 0;
   jt.reset();
   enteredAs.clear();
-  for (Bnode* n : nodes) n->homeClique = -1;
+  if (wasCompiled)
+    for (Bnode* n : nodes) n->homeClique = -1;
 }
 
 uint64_t Bnet::newLabel() {
