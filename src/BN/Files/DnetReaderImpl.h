@@ -55,6 +55,8 @@ struct NodeDecl {
   std::vector<double> levels;
   int kind = 1;  // NATURE
   std::string title, comment;
+  std::string equation;  // kept as written; parsed when used, so a faulty one does not stop the read
+  bool eqnDirty = false;
   std::vector<std::string> parents, inputs;
   TokenText probs, functable, numcases;
   TokenText evidence;                  // the state of a finding: a name, or "#" and a number

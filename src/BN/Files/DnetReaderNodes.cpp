@@ -60,6 +60,8 @@ void copyField(NodeDecl& to, const NodeDecl& from, const std::string& f) {
   else if (f == "functable") to.functable = from.functable;
   else if (f == "numcases") to.numcases = from.numcases;
   else if (f == "position") to.position = from.position;
+  else if (f == "equation") to.equation = from.equation;
+  else if (f == "EqnDirty") to.eqnDirty = from.eqnDirty;
 }
 
 }  // namespace
@@ -190,6 +192,10 @@ bool DnetReader::readNodeValue(NodeDecl& d, const std::string& word) {
     d.value = readNumberValue();
   } else if (word == "position") {
     d.position = readNumberList();
+  } else if (word == "equation") {
+    d.equation = rd_.readQuoted();
+  } else if (word == "EqnDirty") {
+    d.eqnDirty = rd_.readTruth() == Truth::True;
   } else if (word == "title") {
     d.title = rd_.readQuoted();
   } else if (word == "comment") {
@@ -262,6 +268,8 @@ void DnetReader::createNode(NodeDecl& d) {
   node.measure = d.measure;
   node.title = d.title;
   node.comment = d.comment;
+  node.equation = d.equation;
+  node.eqnDirty = d.eqnDirty;
   node.userFields = d.user;
   if (d.position.size() >= 2) {
     node.visX = d.position[0];

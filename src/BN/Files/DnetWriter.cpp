@@ -131,6 +131,8 @@ void writeNode(DnetOut& out, const Bnode& node, const Bnode& empty) {
     out.listField("parents", parents);
   }
   writeNodeTables(out, node);
+  if (node.equation != empty.equation) out.stringField("equation", node.equation);
+  if (node.eqnDirty != empty.eqnDirty) out.field("EqnDirty", truth(node.eqnDirty));
   if (anyDelay) {
     std::vector<std::string> vectors;
     for (const Link& link : node.parents) vectors.push_back(DnetOut::list(dimensionList(link.delays)));

@@ -64,6 +64,7 @@ class Bnode : public Tagged {
   Bnet* net;
   std::string name, title, comment;
   std::string equation;  // the equation text exactly as set ("" for none)
+  bool eqnDirty = false;  // the tables may not match the equation (set with it, cleared when built)
   UserFields userFields;
   int kind = NATURE;
   int type;

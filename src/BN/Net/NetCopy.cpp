@@ -30,6 +30,7 @@ void copyNodeBody(const Bnode& from, Bnode& to) {
   to.title = from.title;
   to.comment = from.comment;
   to.equation = from.equation;
+  to.eqnDirty = from.eqnDirty;
   to.userFields = from.userFields;
   to.kind = from.kind;
   to.type = from.type;

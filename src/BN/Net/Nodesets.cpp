@@ -60,7 +60,7 @@ bool inBuiltinNodeset(const Bnode& n, const std::string& set) {
   if (set == ":Decision") return n.kind == DECISION;
   if (set == ":Adversary") return n.kind == ADVERSARY;
   if (set == ":Utility") return n.kind == UTILITY;
-  if (set == ":Equation") return false;  // nodes carry no equations yet
+  if (set == ":Equation") return !n.equation.empty();
   if (set == ":TableIncomplete") return hasTable && !isTableComplete(n);
   if (set == ":HasTable") return hasTable;
   if (set == ":Parentless") return n.parents.empty() && n.kind != CONSTANT;

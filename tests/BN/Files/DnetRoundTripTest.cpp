@@ -33,7 +33,7 @@ class DnetRoundTripTest : public EnvTest {
     out += " value=" + exact(GetNodeValueEntered_bn(node));
     if (const prob_bn* lik = GetNodeLikelihood_bn(node))
       for (int s = 0; s < GetNodeNumberStates_bn(node); ++s) out += " " + exact(lik[s]);
-    return out + " title=" + GetNodeTitle_bn(node);
+    return out + " title=" + GetNodeTitle_bn(node) + " equation=" + GetNodeEquation_bn(node);
   }
 
   // The whole net: its structure (names, kinds, types, states with titles, levels, parents with
@@ -95,6 +95,9 @@ TEST_F(DnetRoundTripTest, EveryNodeKindTypeTableAndFindingReadsBackAsWritten) {
       SetNodeExperience_bn(utility, row, w + u);
     }
   SetNodeTitle_bn(utility, "How content");
+  // An equation over two lines (kept exactly, line break included); it leaves the table marked
+  // as not following it.
+  SetNodeEquation_bn(utility, "Satisfaction (Weather, choice) =\n  Weather == sun ? 100 : 20");
   // Constant, discrete with levels: a real function table and a state finding.
   node_bn* cost = addNode(net, "Cost", 2, "low,high");
   SetNodeKind_bn(cost, CONSTANT_NODE);
