@@ -739,6 +739,27 @@ void SetNodeEquation_bn(node_bn* node, const char* eqn);
  * until its equation next changes; NULL on failure. */
 const char* GetNodeEquation_bn(const node_bn* node);
 
+/* Builds the node's table from its equation, row by row over its parents' states:
+ *   probabilistic equation -> CPT;
+ *   deterministic, continuous node with one sample per row, no discretization, or of kind
+ *     UTILITY_NODE -> real function table (the mean of the samples);
+ *   deterministic with no continuous parent -> state function table (one evaluation per row);
+ *   deterministic with continuous parents -> CPT counting the states the samples give.
+ * A continuous parent takes values drawn inside the interval of its state; a continuous node with
+ * a probabilistic equation takes each interval's probability from the distribution's cumulative
+ * routine when the equation is a continuous distribution of the node, else from weighted draws.
+ * num_samples (1 or more) is the draws per row; with nothing to draw each row takes one.  Draws
+ * come from the net's random generator, or the environment's: one draw seeds the conversion, so a
+ * fixed seed gives the same table whatever the number of threads that build it.
+ * samp_unc (0 or 1): 1 keeps the number of samples of each row as its experience.
+ * add_exist: 1 adds to the existing CPT (a defined row counts as its probabilities times its
+ * experience, or times 1 without experience; the new row as its number of samples); 0 removes the
+ * node's tables first.  Function tables always replace the node's tables.
+ * Rows whose probabilities are all zero become uniform, with a warning.  Any fault (an evaluation
+ * error, a value that names no state; the message names the row's parent values) leaves the node's
+ * tables as they were; a halt keeps the rows built so far and leaves the others undefined. */
+void EquationToTable_bn(node_bn* node, int num_samples, bool_vq samp_unc, bool_vq add_exist);
+
 #ifdef __cplusplus
 }
 #endif

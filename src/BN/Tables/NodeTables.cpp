@@ -40,8 +40,8 @@ std::vector<int> dimsOf(const std::vector<Bnode*>& nodes) {
   return d;
 }
 
-// A new table over the node's parents (and the node), every entry `initial`.  Refused before
-// anything is allocated when a parent has no states or the table would be too large.
+}  // namespace
+
 PotTable freshTable(Bnode& node, bool withNode, float initial) {
   std::vector<Bnode*> nodes = tableNodes(node, withNode);
   for (const Link& l : node.parents)
@@ -53,6 +53,7 @@ PotTable freshTable(Bnode& node, bool withNode, float initial) {
   return fresh;
 }
 
+namespace {
 PotTable& ensure(Bnode& node, PotTable& t, bool withNode, float initial) {
   if (!t.isAllocated()) t = freshTable(node, withNode, initial);
   return t;

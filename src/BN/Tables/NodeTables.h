@@ -33,6 +33,10 @@ std::vector<Bnode*> tableNodes(const Bnode& node, bool withNode);
 double cptEntries(const std::vector<int>& dims);
 void checkCptSize(const Bnode& node, const std::vector<int>& dims, const char* verb);
 
+// A new table over the node's parents (and the node), every entry `initial`, not yet the node's.
+// Refused before anything is allocated when a parent has no states or the table would be too large.
+PotTable freshTable(Bnode& node, bool withNode, float initial);
+
 // Makes the node's CPT if it has none, every entry undefined.
 PotTable& ensureCpt(Bnode& node);
 PotTable& ensureFunc(Bnode& node, bool real);
