@@ -50,6 +50,7 @@ int runBeliefs(const BeliefsOptions& o) {
   ProgressBar progress;
   progress.watch(env.get());
   net_bn* net = env.readNet(o.net, formatNamed(o.format));
+  buildMissingTables(env, net, true);
   requireUsable(net, o.net);
   std::vector<node_bn*> shown = selectNodes(net, o.nodes);
   std::vector<FindingArg> findings = findingArgs(o);

@@ -21,6 +21,7 @@ CaseSource::CaseSource(const std::string& netPath, NetFormat format, const std::
                        ProgressBar* progress)
     : path_(casePath), progress_(progress) {
   net_ = env_.readNet(netPath, format);
+  tellMissingTables(net_);  // each worker builds them in its own copy
   SetNetAutoUpdate_bn(net_, 0);  // the findings of a case are checked against each other by the workers
   nodes_ = netNodes(net_);
   list_ = DupNodeList_bn(GetNetNodes_bn(net_));

@@ -9,6 +9,7 @@ CaseWorker::CaseWorker(const std::string& netPath, NetFormat format, const std::
                        const std::vector<std::string>& shown, bool json)
     : json_(json) {
   net_ = env_.readNet(netPath, format);
+  buildMissingTables(env_, net_, false);  // the case reader has said so
   requireUsable(net_, netPath);
   nodes_ = netNodes(net_);
   std::vector<node_bn*> printed = selectNodes(net_, shown);

@@ -62,6 +62,7 @@ std::vector<std::string> optimizedOrder(const CasesOptions& o) {
   ProgressBar progress;
   progress.watch(env.get());
   net_bn* net = env.readNet(o.net, formatNamed(o.format));
+  buildMissingTables(env, net, false);
   requireUsable(net, o.net);
   compileNet(env, net, o.net, o.optimize);
   std::vector<std::string> names;

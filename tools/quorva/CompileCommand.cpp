@@ -120,6 +120,7 @@ int runCompile(const CompileOptions& o) {
   progress.watch(env.get());
   net_bn* net = env.readNet(o.net, formatNamed(o.format));
   requireNodes(net, o.net);
+  buildMissingTables(env, net, true);
   std::vector<std::string> estimates;
   if (o.optimize > 0) {
     // Live estimates on a terminal, unless the progress bar is drawn there; otherwise gathered

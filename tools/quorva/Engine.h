@@ -99,6 +99,19 @@ void requireNodes(const net_bn* net, const std::string& path);
 std::string unusableNode(const node_bn* node);
 // Failure when the net has no nodes, or nodes the tool cannot use yet.
 void requireUsable(const net_bn* net, const std::string& path);
+
+// Tables from equations.  The samples per row drawn when a net's tables are built for it.
+inline constexpr int DEFAULT_EQUATION_SAMPLES = 200;
+// The nodes that have an equation (only those without a table, when asked).
+std::vector<node_bn*> equationNodes(const net_bn* net, bool onlyWithoutTables);
+// Builds each node's table from its equation; Failure at the first that cannot be built.
+void buildEquationTables(Env& env, const std::vector<node_bn*>& nodes, int samples);
+// Prints "quorva: building the tables of N nodes from their equations (A, B, ...)" when some
+// node has an equation but no table; true when it did.
+bool tellMissingTables(const net_bn* net);
+// Builds the tables of the nodes that have an equation but no table (saying so first, when
+// `tell`), so that the net can be compiled.
+void buildMissingTables(Env& env, net_bn* net, bool tell);
 // The nodes named (in the order named, blanks around each name ignored), or every node of the
 // net when `names` is empty.
 std::vector<node_bn*> selectNodes(const net_bn* net, const std::vector<std::string>& names);
