@@ -150,14 +150,17 @@ class RowBuilder {
       ok = cdfArgs_[i] == cdfArgs_[i];
     }
     const int n = static_cast<int>(root.args.size());
+    const bool rising = b.back() > b.front();
     for (size_t i = 0; i < b.size() && ok; ++i) {
       if (std::isinf(b[i])) {
         cum_[i] = b[i] < 0 ? 0.0 : 1.0;
-        continue;
+      } else if (rising && i > 0 && cum_[i - 1] >= 1) {
+        cum_[i] = 1;  // the rest of the mass lies below
+      } else {
+        cdfArgs_[0] = b[i];
+        cum_[i] = root.func->cdf(cdfArgs_.data(), n);
+        ok = cum_[i] == cum_[i];
       }
-      cdfArgs_[0] = b[i];
-      cum_[i] = root.func->cdf(cdfArgs_.data(), n);
-      ok = cum_[i] == cum_[i];
     }
     if (!ok) {
       // The density has the same domain: evaluating it at a bound records what is wrong.
