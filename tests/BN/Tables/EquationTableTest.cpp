@@ -1,12 +1,9 @@
 // Tables built from equations: each kind of table against values worked out independently, the
-// draws inside intervals, reproducibility across thread counts, and faults that change nothing.
+// draws inside intervals, and faults that change nothing.
 #include <cmath>
 #include <string>
 #include <vector>
 
-#include "BN/Net/Bnode.h"
-#include "BN/Tables/EquationTable.h"
-#include "Quorva/Handles.h"
 #include "Support/EnvFixture.h"
 
 namespace {
@@ -115,27 +112,6 @@ TEST_F(EquationTableTest, ContinuousParentsAreDrawnInsideTheirIntervals) {
   EXPECT_NEAR(zt[0], 0, 1e-9);
   EXPECT_NEAR(zt[1], 2.0 / 3, 1e-6);
   EXPECT_NEAR(zt[2], 1.0 / 3, 1e-6);
-}
-
-TEST_F(EquationTableTest, SameSeedSameTableWhateverTheThreads) {
-  node_bn* x = continuousNode("X", {0, 1, 2, 3, 4, 5, 6, 7, 8});
-  node_bn* w = continuousNode("W", {0, 0.5, 1});
-  node_bn* y = continuousNode("Y", {-INFINITY, 2, 4, 8, INFINITY});
-  AddLink_bn(x, y);
-  AddLink_bn(w, y);
-  equation(y, "Y (X, W) = X * (1 + W) + NormalRand (0, 0.3)");
-  quorva::Bnode& node = *quorva::asNode(y);
-  std::vector<std::vector<double>> tables;
-  for (int threads : {1, 2, 5}) {
-    seed("12345");
-    quorva::equationToTable(node, {300, false, false, threads});
-    tables.push_back(cpt(y));
-  }
-  EXPECT_EQ(tables[0], tables[1]);
-  EXPECT_EQ(tables[0], tables[2]);
-  seed("54321");
-  quorva::equationToTable(node, {300, false, false, 2});
-  EXPECT_NE(cpt(y), tables[0]);
 }
 
 TEST_F(EquationTableTest, RealFunctionTablesHoldTheMeanValue) {
