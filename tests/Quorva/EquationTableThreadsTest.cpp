@@ -19,8 +19,10 @@ TEST_F(EquationTableThreadsTest, SameSeedSameTableWhateverTheThreads) {
     SetNodeLevels_bn(n, static_cast<int>(bounds.size()) - 1, bounds.data());
     return n;
   };
-  node_bn* x = continuous("X", {0, 1, 2, 3, 4, 5, 6, 7, 8});
-  node_bn* w = continuous("W", {0, 0.5, 1});
+  std::vector<level_bn> xBounds;
+  for (int i = 0; i <= 64; ++i) xBounds.push_back(i / 8.0);
+  node_bn* x = continuous("X", xBounds);  // 64 x 4 rows: about ten blocks of rows
+  node_bn* w = continuous("W", {0, 0.25, 0.5, 0.75, 1});
   node_bn* y = continuous("Y", {-INFINITY, 2, 4, 8, INFINITY});
   AddLink_bn(x, y);
   AddLink_bn(w, y);

@@ -365,8 +365,11 @@ void equationToTable(Bnode& node, const EquationTableOptions& opt) {
 
   const bool drawn = plan.sampling;
   const uint64_t seed = drawn ? node.net->randgen.pick(env).next64() : 0;
-  int threads = o.threads > 0 ? o.threads : static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
-  if (static_cast<double>(plan.rows) * plan.samples * std::max(plan.states, 1) < 20000) threads = 1;
+  int threads = o.threads;
+  if (threads <= 0) {  // one per processor, for work worth starting threads for
+    threads = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
+    if (static_cast<double>(plan.rows) * plan.samples * std::max(plan.states, 1) < 20000) threads = 1;
+  }
   RowRun run(plan, seed, drawn, threads);
   const std::string what = "generating >-CPTable for node '" + node.name + "'";
   {
