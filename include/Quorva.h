@@ -786,8 +786,7 @@ typedef struct sensv_bn sensv_bn; /* sensitivity of one node to findings at othe
  * nodes of `wiggle_nodes` (of the target's net; the list is copied).  The list is kept filtered to
  * nature, decision and disconnected nodes with states, each once: others are dropped without a
  * message.  `what` is a sum of the bits above (5240 for others).  Nothing is computed yet.
- * Errors: 5241 (target without states), 5242 (constant or utility target), 5243 (a wiggle node
- * of another net).  The object belongs to the caller (DeleteSensvToFinding_bn); it stops working
+ * Errors: 5241 (target without states), 5242 (constant or utility target).  The object belongs to the caller (DeleteSensvToFinding_bn); it stops working
  * when its net is deleted.  NULL on failure. */
 sensv_bn* NewSensvToFinding_bn(const node_bn* target, const nodelist_bn* wiggle_nodes, int what);
 

@@ -121,8 +121,6 @@ sensv_bn* NewSensvToFinding_bn(const node_bn* target, const nodelist_bn* wiggle_
     if (what & ~ALL_SENSV_BITS) argError(&f.env(), err::SensvWhat, what, static_cast<int>(ALL_SENSV_BITS));
     if (!t.hasStates()) argError(&f.env(), err::SensvTargetStates, t.name);
     if (t.kind == CONSTANT || t.kind == UTILITY) argError(&f.env(), err::SensvTargetKind, t.name, unsuitableWhy(t));
-    for (const Bnode* w : list.nodes)
-      if (w && w->net != t.net) argError(&f.env(), err::SensvOtherNet, w->name, w->net->name, t.net->name);
     Sensv& s = store().adopt(std::make_unique<Sensv>(t, list.nodes, what));
     return reinterpret_cast<sensv_bn*>(&s);
   });

@@ -48,7 +48,5 @@ inline constexpr ErrDef SensvWhat{
     5240, "argument 'what' is %d, which holds bits that name no sensitivity measure (allowed: %d)"};
 inline constexpr ErrDef SensvTargetStates{5241, "argument 'target' is '%s', which is not discrete or discretized"};
 inline constexpr ErrDef SensvTargetKind{5242, "argument 'target' is '%s', which is a %s >-node"};
-inline constexpr ErrDef SensvOtherNet{
-    5243, "argument 'wiggle_nodes' holds >-node '%s' of >-net '%s', but the target is in >-net '%s'"};
 
 }  // namespace quorva::err
