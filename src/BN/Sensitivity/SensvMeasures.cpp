@@ -6,6 +6,13 @@
 
 namespace quorva {
 
+namespace {
+// Beliefs are read as floats, good to about 1e-7; measures that are second order in a change of
+// belief carry noise below 1e-12 where the true value is 0 (an independent node), and read 0 there.
+constexpr double RESOLUTION = 1e-12;
+double resolved(double x, double scale = 1.0) { return x < RESOLUTION * scale ? 0.0 : x; }
+}  // namespace
+
 double entropyBits(const std::vector<double>& pt) {
   double h = 0;
   for (double p : pt)
@@ -27,8 +34,7 @@ double mutualInfoBits(const std::vector<double>& pt, const WiggleBeliefs& w) {
       if (r > 0) info += pt[t] * w.given[t * w.states + ws] * std::log2(r);
     }
   }
-  // Rounding can leave a hair below 0 where W tells nothing of the target.
-  return std::max(0.0, info);
+  return resolved(info);
 }
 
 double beliefGiven(const std::vector<double>& pt, const WiggleBeliefs& w, size_t ws, size_t t) {
@@ -59,7 +65,7 @@ void beliefRange(const std::vector<double>& pt, const WiggleBeliefs& w, size_t t
 double beliefVariance(const std::vector<double>& pt, const WiggleBeliefs& w) {
   double v = 0;
   for (size_t t = 0; t < pt.size(); ++t) v += beliefChangeVariance(pt, w, t);
-  return v;
+  return resolved(v);
 }
 
 double realMeanGiven(const std::vector<double>& pt, const std::vector<double>& value, const WiggleBeliefs& w,
@@ -85,7 +91,7 @@ double varianceReduction(const std::vector<double>& pt, const std::vector<double
     const double d = realMeanGiven(pt, value, w, ws) - m;
     v += w.prior[ws] * d * d;
   }
-  return v;
+  return resolved(v, valueVariance(pt, value));
 }
 
 double valueVariance(const std::vector<double>& pt, const std::vector<double>& value) {
