@@ -760,6 +760,101 @@ const char* GetNodeEquation_bn(const node_bn* node);
  * tables as they were; a halt keeps the rows built so far and leaves the others undefined. */
 void EquationToTable_bn(node_bn* node, int num_samples, bool_vq samp_unc, bool_vq add_exist);
 
+/* ===================================================================== sensitivity to findings */
+/* How much would a finding at one of several other nodes (the "wiggle" nodes) change the beliefs
+ * of a target node?  A sensitivity object answers for one target and a list of wiggle nodes.
+ * The first query after creation, or after the net's findings, tables or structure changed, runs
+ * one pass over the target's states: for each state t of positive probability the target is put
+ * in t for the moment, the beliefs are updated once and every wiggle node's beliefs P(w | t) are
+ * read.  Every measure for every wiggle node comes from that pass (one belief update per target
+ * state, whatever the number of wiggle nodes); the results are kept until the net's findings,
+ * tables or structure change again.  The target's finding is put back after the pass, so the
+ * net's findings after any query are those before it (no finding events are sent); its beliefs
+ * are then updated again when next read.
+ *
+ * With P(t) the target's beliefs, P(w) a wiggle node W's and P(t | w) = P(t) P(w | t) / P(w)
+ * (P(t) itself where P(w) is 0), and value(t) the target's value in state t (the midpoint of its
+ * interval for a discretized node, else its level), the measures are:
+ *   mutual information (entropy reduction), in bits:
+ *       I(T; W) = sum_t,w P(t) P(w | t) log2 (P(w | t) / P(w))
+ *   target entropy, in bits:                H(T) = - sum_t P(t) log2 P(t)
+ *   sensitivity ratio of (w, t):            P(w | t) / P(w)  (1 where P(w) or P(t) is 0)
+ *   variance of belief change of t:         sum_w P(w) (P(t | w) - P(t))^2
+ *   amount of belief change of t (RMS):     the square root of the variance of belief change
+ *   range of belief change of t:            the least and greatest P(t | w) over w with P(w) > 0
+ *   belief variance (variance of beliefs):  sum_t sum_w P(w) (P(t | w) - P(t))^2, at most
+ *                                           1 - sum_t P(t)^2 (reached when W fixes the target)
+ *   real mean given w:                      E[V | w] = sum_t P(t | w) value(t)
+ *   variance reduction:                     Var(V) - sum_w P(w) Var(V | w)
+ *                                           = sum_w P(w) (E[V | w] - E[V])^2, at most Var(V)
+ * A target state of probability 0 adds nothing to any measure; a wiggle node independent of the
+ * target has mutual information 0 and every ratio 1.  The net must be compiled when a measure is
+ * read ("can't update beliefs because >-net '%s' needs to be compiled", 3044), and its findings
+ * must be possible (3045). */
+
+typedef struct sensv_bn sensv_bn; /* sensitivity of one node to findings at others */
+
+/* Bits of the `what` mask: the measures a sensitivity object may be asked for. */
+#define BELIEF_SENSV 0x01   /* amount of belief change (RMS change) of each target state */
+#define ENTROPY_SENSV 0x02  /* entropy reduction (mutual information), and the target's entropy */
+#define REAL_SENSV 0x04     /* the target's mean value given each wiggle state */
+#define NODEVAR_SENSV 0x08  /* variance of the target's beliefs (belief variance) */
+#define RATIO_SENSV 0x10    /* sensitivity ratios */
+#define VARIANCE_SENSV 0x100 /* with BELIEF_SENSV: variance of belief change; with REAL_SENSV: variance reduction */
+#define RANGE_SENSV 0x200   /* with BELIEF_SENSV: least and greatest belief of each target state */
+
+/* A sensitivity object for `target` (a node with states, neither constant nor utility) and the
+ * nodes of `wiggle_nodes` (of the target's net; the list is copied).  The list is kept filtered to
+ * nature, decision and disconnected nodes with states, each once: others are dropped without a
+ * message.  `what` is a sum of the bits above (5240 for others).  Nothing is computed yet.
+ * Errors: 5241 (target without states), 5242 (constant or utility target).  The object belongs to the caller (DeleteSensvToFinding_bn); it stops working
+ * when its net is deleted.  NULL on failure. */
+sensv_bn* NewSensvToFinding_bn(const node_bn* target, const nodelist_bn* wiggle_nodes, int what);
+
+/* Frees the object; its handle becomes invalid. */
+void DeleteSensvToFinding_bn(sensv_bn* sensv);
+
+/* The accessors below share these errors: 2516 (a wiggle node that is not in the filtered list),
+ * 2376 (a wiggle node that cannot be one: "...because it is a utility >-node"), 2517-2525 (a
+ * measure whose bit was not in `what`: "currently requesting ... but earlier didn't ask for that
+ * (ENTROPY_SENSV) to be calculated"), 3044 and 3045 (above), and range errors for states. */
+
+/* The mutual information of the target and `wiggle` in bits; asked for the target itself
+ * (whether or not it is in the list), the target's entropy.  Needs ENTROPY_SENSV (2520).
+ * -1 on failure. */
+double GetSensvMutualInfo_bn(sensv_bn* sensv, const node_bn* wiggle);
+
+/* The expected reduction of the variance of the target's value by a finding at `wiggle`.  Needs
+ * REAL_SENSV (2519) and VARIANCE_SENSV (2518); the target must have levels or intervals (2333)
+ * with finite ends (2332).  -1 on failure. */
+double GetSensvVarianceReduction_bn(sensv_bn* sensv, const node_bn* wiggle);
+
+/* The belief variance of the target over findings at `wiggle`.  Needs NODEVAR_SENSV (2521).
+ * -1 on failure. */
+double GetSensvBeliefVariance_bn(sensv_bn* sensv, const node_bn* wiggle);
+
+/* The target's mean value once `wiggle` is found in `wiggle_state`.  Needs REAL_SENSV (2517),
+ * and values as for the variance reduction (2333, 2332).  UNDEF_DBL on failure. */
+double GetSensvRealMean_bn(sensv_bn* sensv, const node_bn* wiggle, state_bn wiggle_state);
+
+/* The ratio P(wiggle_state | target_state) / P(wiggle_state).  Needs RATIO_SENSV (2522).
+ * -1 on failure. */
+double GetSensvRatio_bn(sensv_bn* sensv, const node_bn* wiggle, state_bn wiggle_state, state_bn target_state);
+
+/* The amount (RMS) of change of the target's belief in `target_state` that a finding at `wiggle`
+ * makes.  Needs BELIEF_SENSV (2523).  -1 on failure. */
+double GetSensvBeliefChange_bn(sensv_bn* sensv, const node_bn* wiggle, state_bn target_state);
+
+/* The variance of the target's belief in `target_state` over findings at `wiggle`.  Needs
+ * BELIEF_SENSV (2523) and VARIANCE_SENSV (2524).  -1 on failure. */
+double GetSensvBeliefChangeVariance_bn(sensv_bn* sensv, const node_bn* wiggle, state_bn target_state);
+
+/* The least (`min_belief`) and greatest (`max_belief`) belief of the target in `target_state`
+ * that a finding at `wiggle` can give.  Needs BELIEF_SENSV (2523) and RANGE_SENSV (2525).
+ * Returns 0, or -1 on failure (the outputs are then left as they were). */
+int GetSensvBeliefRange_bn(sensv_bn* sensv, const node_bn* wiggle, state_bn target_state, double* min_belief,
+                           double* max_belief);
+
 #ifdef __cplusplus
 }
 #endif

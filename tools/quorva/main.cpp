@@ -76,7 +76,8 @@ int main(int argc, char** argv) {
   addCheckCommand(app, chosen);
   addBenchCommand(app, chosen);
   addTablesCommand(app, chosen);
-  static const char* const COMMANDS = "beliefs, cases, compile, convert, check, bench, tables";
+  addSensitivityCommand(app, chosen);
+  static const char* const COMMANDS = "beliefs, cases, compile, convert, check, bench, tables, sensitivity";
   if (argc < 2) {
     std::fprintf(stderr, "quorva: a command is required (one of %s); quorva --help tells more\n", COMMANDS);
     return 2;

@@ -22,6 +22,7 @@ void Bnet::edited() {
 Bnet::~Bnet() = default;
 
 void Bnet::tablesChanged() {
+  ++beliefInputs;
   if (juncStep > 2) juncStep = 2;
 }
 
@@ -29,6 +30,7 @@ void Bnet::tablesChanged() {
 // uncompiled net's edits, such as each node a reader adds, skip the walk over the nodes.
 void Bnet::uncompile() {
   const bool wasCompiled = jt != nullptr || juncStep != 0;
+  ++beliefInputs;
   juncStep = 0;
   jt.reset();
   enteredAs.clear();

@@ -75,7 +75,13 @@ class Bnet : public Tagged {
   std::vector<Finding> enteredAs;    // per node: the finding now in the clique potentials
   std::shared_ptr<void> kernelPlans; // the table kernels' iteration plans for this net's tables
   // Findings changed: beliefs that were current are stale until updated again.
-  void findingsChanged() { if (juncStep > 4) juncStep = 4; }
+  void findingsChanged() {
+    ++beliefInputs;
+    if (juncStep > 4) juncStep = 4;
+  }
+  // Rises whenever what beliefs are computed from changes (findings, tables, structure), so that
+  // results kept from the beliefs (sensitivity to findings) know when they are stale.
+  uint64_t beliefInputs = 0;
   bool beliefsCurrent() const { return juncStep >= 5; }
   std::vector<std::shared_ptr<Listener>> listeners;
   mutable std::string nodesetsRead;  // the text GetAllNodesets_bn hands out
