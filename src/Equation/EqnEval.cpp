@@ -109,6 +109,7 @@ double evalCall(const EqnExpr& e, const double* values, EvalContext& ctx, double
     a[i] = evalExpr(arg, values, ctx);
     if (isEqnInvalid(a[i])) return a[i];
   }
+  ctx.call = &e;
   out = f.eval(a, n, ctx);
   if (out != out) {
     report(ctx, f, a, n);

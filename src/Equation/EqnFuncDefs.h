@@ -4,8 +4,16 @@
 #pragma once
 #include <cmath>
 #include <span>
+#include <string>
 
+#include "Basic/Raise.h"
+#include "Equation/EqnErrors.h"
 #include "Equation/EqnFunc.h"
+
+namespace quorva {
+// "first" ... "sixth", then "7th" and so on (EqnParser.cpp).
+std::string ordinalWord(int n);
+}  // namespace quorva
 
 namespace quorva::eqnfn {
 
@@ -43,7 +51,19 @@ inline double nan() { return eqnInvalid(); }
 std::span<const EqnFunc> operatorSection();
 std::span<const EqnFunc> mathSection();
 std::span<const EqnFunc> distributionSection();
+std::span<const EqnFunc> noisySection();
 std::span<const EqnFunc> randomSection();
+
+// How far the sum of a probability vector may be from 1 (or above 1) before it is refused.
+inline constexpr double PROB_SUM_TOLERANCE = 1e-5;
+
+// Records a fault in a function's arguments and gives the invalid result (the evaluator then adds
+// its own "error evaluating function").
+template <class... A>
+double argFault(EvalContext& c, ErrDef d, const A&... args) {
+  if (c.env) raiseRecord(c.env, SOUND_AND_PRINTED, ERROR_SEV, 0, -d.number, format(d.text, args...));
+  return nan();
+}
 
 // Shared by sections: the natural logarithm of n! for whole n >= 0.
 double logFactorial(double n);

@@ -160,6 +160,11 @@ const ClosedFormCase closedForms[] = {
     {"BetaPertDist (a, 0, 2, 4)", {1}, [](auto&) {  // alpha = beta = 3 on [0, 4]
        double x = 0.25; return std::pow(x, 2) * std::pow(1 - x, 2) * 30 / 4; }},
     {"Triangular3Dist (a, 0, 1, 4)", {2.5}, [](auto&) { return 2 * (4 - 2.5) / (4 * 3); }},
+    // One end, the mode and the mean: a right-angled triangle on [0, 3], its mirror on [1, 4], and
+    // the triangle 0, 1, 4 (mean 5 / 3).
+    {"TriangularEnd3Dist (a, 0, 0, 1)", {1}, [](auto&) { return 2.0 * (3 - 1) / 9; }},
+    {"TriangularEnd3Dist (a, 4, 1, 2)", {3}, [](auto&) { return 2.0 * (4 - 3) / 9; }},
+    {"TriangularEnd3Dist (a, 0, 1, 5 / 3)", {2.5}, [](auto&) { return 2 * (4 - 2.5) / (4 * 3); }},
     {"LaplaceDist (a, b, c)", {1, 0.5, 2}, [](auto& v) { return std::exp(-std::fabs(v[0] - v[1]) / v[2]) / (2 * v[2]); }},
     {"LogisticDist (a, b, c)", {1, 0.5, 2}, [](auto& v) {
        double e = std::exp(-(v[0] - v[1]) / v[2]); return e / (v[2] * (1 + e) * (1 + e)); }},
@@ -224,6 +229,8 @@ const CdfCase cdfs[] = {
     {"UniformDist", {1.5, 1, 3}, 0.25, 1e-15},
     {"UniformDist", {0, 1, 3}, 0, 0},
     {"TriangularDist", {0, 0, 2}, 0.5, 1e-15},
+    {"TriangularEnd3Dist", {1, 0, 0, 1}, 1 - 4.0 / 9, 1e-15},
+    {"TriangularEnd3Dist", {2, 4, 4, 3}, 1.0 / 9, 1e-15},  // the other end is 1, the mode 4
     {"CauchyDist", {3, 1, 2}, 0.75, 1e-14},
     {"LevyDist", {3, 1, 2}, std::erfc(std::sqrt(0.5)), 1e-14},
     {"GammaDist", {-1, 2, 2}, 0, 0},
@@ -272,6 +279,17 @@ const InvalidCase invalids[] = {
     {"NoisyOrDist (1)", {}, "less than 2 arguments to NoisyOrDist"},
     {"NoisyOrDist (1, 0.1, a > 0)", {}, "odd number of arguments to NoisyOrDist"},
     {"NoisyAndDist (1, 0.1, a > 0)", {}, "odd number of arguments to NoisyAndDist"},
+    {"TriangularEnd3Dist (a, 0, 2, 1)", {0.5}, "error evaluating function:  TriangularEnd3Dist (0.5, 0, 2, 1)"},
+    {"NoisyOrMultiDist (1, 1)", {}, "less than 3 arguments to NoisyOrMultiDist"},
+    {"NoisyOrMultiDist (1, 0, 1)", {}, "second argument (num_states) to NoisyOrMultiDist must be at least 1, but it is 0"},
+    {"NoisyOrMultiDist (1, 2, 0.5, 0.5)", {}, "there should be 3 leak probabilities (including the normal state \"leak\") since there are 3 states in NoisyOrMultiDist"},
+    {"NoisyOrMultiDist (1, 1, 0.5, 0.5, a > 0, 0.5)", {}, "missing final state of last clause in NoisyOrMultiDist"},
+    {"NoisyOrMultiDist (1, 1, 0.5, 0.5, a > 0)", {}, "missing final probability and state of last clause in NoisyOrMultiDist"},
+    {"NoisyOrMultiDist (1, 1, 0.5, 1.5)", {}, "fourth argument is 1.5, but it should be in [0,1] range since it is a probability for NoisyOrMultiDist"},
+    {"NoisyOrMultiDist (1, 1, 0.5, 0.5, a > 0, -0.5, 1)", {}, "sixth argument is -0.5, but it should be in [0,1] range"},
+    {"NoisyOrMultiDist (1, 1, 0.5, 0.5, a > 0, 0.5, 0)", {}, "7th argument (=0) indicates the state that gets triggered, but it should not be state 0, since state 0 is the \"normal\" state for NoisyOrMultiDist"},
+    {"NoisyOrMultiDist (1, 1, 0.5, 0.5, a > 0, 0.5, 2)", {}, "7th argument is 2, but it should be in [1,num_states] range since it indicates the state triggered by this clause for NoisyOrMultiDist"},
+    {"NoisySumTableDist (1, 2, 0.5, 0.5)", {}, "convert this equation to >-CPTable before using, since it contains the NoisySumTableDist function"},
     {"AsState (a)", {}, "attempt to evaluate 'AsState' function.  It should only be used as the first part"},
     {"sqrt (a)", {std::numeric_limits<double>::quiet_NaN()}, "error evaluating function:  sqrt (undef)"},
 };
