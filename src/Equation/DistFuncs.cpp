@@ -87,14 +87,7 @@ double triangularEnd3Cdf(const double* a, int) {
   if (!triangularEndParams(a, t)) return nan();
   return cdfIn(bm::triangular_distribution<double, P>(t[0], t[1], t[2]), a[0]);
 }
-// The normal density is the one evaluated most (once per row and sample): its closed form
-// directly; the cumulative from the library.
-double normalPdf(const double* a, int, Ctx&) {
-  double x = a[0], mean = a[1], sd = a[2];
-  if (!finite(mean) || !positive(sd) || x != x) return nan();
-  double z = (x - mean) / sd;
-  return std::exp(-0.5 * z * z) / (sd * 2.5066282746310002);  // sqrt (2 pi)
-}
+double normalPdf(const double* a, int, Ctx&) { return normalDensity(a[0], a[1], a[2]); }
 double normalCdf(const double* a, int) {
   if (!finite(a[1]) || !positive(a[2])) return nan();
   return cdfIn(bm::normal_distribution<double, P>(a[1], a[2]), a[0]);

@@ -57,6 +57,7 @@ std::unique_ptr<Equation> parseEquation(EnvCore* env, const EqnSource& src) {
   ContextScope scope(rd, {"node", src.output.name, "equation"});
   auto eq = std::make_unique<Equation>();
   EqnParserImpl(rd, src, *eq).parse();
+  eq->program = compileEqnProgram(*eq->root);
   return eq;
 }
 

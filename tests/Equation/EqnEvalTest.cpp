@@ -310,6 +310,38 @@ TEST_F(EvalTest, invalid_result_with_one_error_naming_the_function_and_arguments
   }
 }
 
+// The flattened program against the tree it was made from: the same bits and the same records,
+// over every expression above (values, faults, skipped arguments).
+TEST_F(EvalTest, flattened_program_gives_the_tree_value_and_records) {
+  std::vector<std::pair<std::string, std::vector<double>>> cases;
+  for (const ValueCase& c : exact) cases.emplace_back(c.expr, c.vals);
+  for (const ClosedFormCase& c : closedForms) cases.emplace_back(c.expr, c.vals);
+  for (const InvalidCase& c : invalids) cases.emplace_back(c.expr, c.vals);
+  cases.emplace_back("max (a, b, c, log (a - 1), d) + plus (1, 2, sqrt (b - 9))", std::vector<double>{1, 4});
+  cases.emplace_back("NormalDist (a, b - 1 / c, 2 * d) * (a > 1 ? 2 : -a)", std::vector<double>{1, 4});
+  auto run = [&](const Equation& e, const double* vals, bool flat) {
+    env.errors.clear(ERROR_SEV, false, std::this_thread::get_id());
+    EvalContext ctx{&env, nullptr};
+    double v = flat ? runEqnProgram(e.program, vals, ctx) : evalExpr(*e.root, vals, ctx);
+    std::vector<std::string> messages;
+    for (auto* r = env.errors.next(std::this_thread::get_id(), ERROR_SEV, nullptr); r;
+         r = env.errors.next(std::this_thread::get_id(), ERROR_SEV, r))
+      messages.push_back(r->message);
+    return std::make_pair(doubleBits(v), messages);
+  };
+  for (auto& [expr, vals] : cases) {
+    auto e = parse("Flag (a, b, c, d, A, N) = " + expr, "Flag");
+    ASSERT_FALSE(e->program.empty()) << expr;
+    vals.resize(7, 0);
+    EXPECT_EQ(run(*e, vals.data(), true), run(*e, vals.data(), false)) << expr;
+  }
+  // Too deep for the registers: the tree is evaluated.
+  std::string deep = "a";
+  for (int i = 0; i < 200; ++i) deep = "(" + deep + " + 1)";
+  EXPECT_TRUE(parse("Y (a) = " + deep)->program.empty());
+  EXPECT_EQ(value(deep, {1}), 201);
+}
+
 TEST_F(EvalTest, more_than_eight_arguments_are_cut_short_in_the_message) {
   EXPECT_EQ(describeEvalArgs(std::vector<double>(9, 1.5).data(), 9),
             "1.5, 1.5, 1.5, 1.5, 1.5, 1.5, 1.5, 1.5, ...");
