@@ -696,7 +696,7 @@ void DeleteCaseset_cs(caseset_cs* cases);
  *   Y (A, B) = A + 2 * B                 deterministic: Y's value
  *   P (Y | A, B) = NormalDist (Y, A, B)  probabilistic: the probability (density) of Y's value
  * The text is parsed against the node's parents and states before it is kept; a text that does
- * not parse leaves the node as it was and records the parse error (numbers 2010-2497, 3989; the
+ * not parse leaves the node as it was and records the parse error (numbers 2010-2499, 3989; the
  * message ends with the line and character).  NULL or "" removes the equation.  The text is kept
  * exactly as given; the node's tables are not changed.
  *
