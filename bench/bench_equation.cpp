@@ -27,7 +27,8 @@ EqnSource source(const std::string& text) {
   return s;
 }
 
-// NormalDist (x, a + 2 * b, c): one density, two operators, four variables.
+// NormalDist (x, a + 2 * b, c): one density, two operators, four variables, evaluated through
+// the program the parser flattened it into.
 void BM_EvalNormalDist(benchmark::State& state) {
   EnvCore env;
   env.state = ENV_USABLE_STATE;
@@ -43,6 +44,23 @@ void BM_EvalNormalDist(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations());
 }
 BENCHMARK(BM_EvalNormalDist);
+
+// The same equation through its tree, as sub-expressions that stay trees are evaluated.
+void BM_EvalNormalDistTree(benchmark::State& state) {
+  EnvCore env;
+  env.state = ENV_USABLE_STATE;
+  auto eq = parseEquation(&env, source("X (x, a, b, c) = NormalDist (x, a + 2 * b, c)"));
+  double values[5] = {0.25, 0.5, -0.125, 1.5, 0};
+  EvalContext ctx{&env, nullptr};
+  double sum = 0;
+  for (auto _ : state) {
+    values[0] += 1e-9;
+    sum += evalExpr(*eq->root, values, ctx);
+  }
+  benchmark::DoNotOptimize(sum);
+  state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(BM_EvalNormalDistTree);
 
 // A deterministic equation of 200 characters with calls, operators of every level and "?:".
 const char* const LONG_EQUATION =

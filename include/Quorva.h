@@ -696,7 +696,7 @@ void DeleteCaseset_cs(caseset_cs* cases);
  *   Y (A, B) = A + 2 * B                 deterministic: Y's value
  *   P (Y | A, B) = NormalDist (Y, A, B)  probabilistic: the probability (density) of Y's value
  * The text is parsed against the node's parents and states before it is kept; a text that does
- * not parse leaves the node as it was and records the parse error (numbers 2010-2497, 3989; the
+ * not parse leaves the node as it was and records the parse error (numbers 2010-2499, 3989; the
  * message ends with the line and character).  NULL or "" removes the equation.  The text is kept
  * exactly as given; the node's tables are not changed.
  *
@@ -709,6 +709,9 @@ void DeleteCaseset_cs(caseset_cs* cases);
  * Parameters of the distributions (x, the value, comes first in each):
  *   UniformDist (x, lo, hi)          TriangularDist (x, centre, halfwidth)
  *   Triangular3Dist (x, lo, mode, hi)
+ *   TriangularEnd3Dist (x, end, mode, mean): the triangle with one end given, its mode and its
+ *                                   mean; the other end is 3 mean - end - mode (a mode at the
+ *                                   given end makes a right-angled triangle)
  *   NormalDist (x, mean, sd)         LognormalDist (x, mu, sigma) of log x
  *   GammaDist (x, shape, scale)      WeibullDist (x, shape, scale)
  *   BetaDist (x, alpha, beta)        Beta4Dist (x, alpha, beta, lo, hi)
@@ -731,6 +734,23 @@ void DeleteCaseset_cs(caseset_cs* cases);
  *                                   1 - (1 - leak) times the product of (1 - p) over true causes
  *   NoisyAndDist (out, leak, cause1, p1, ...): out is false with probability
  *                                   1 - (1 - leak) times the product of (1 - p) over false causes
+ *   NoisyOrMultiDist (out, k, leak_0, ..., leak_k, cond1, p1, state1, cond2, ...): out has
+ *                                   states 0 (normal) to k; the leak alone gives state s with
+ *                                   leak_s; each true condition independently triggers its state
+ *                                   (1 to k) with its p; out is the highest state given, so
+ *                                   P(out <= s) = (leak_0 + ... + leak_s) times the product of
+ *                                   (1 - p) over true clauses whose state is above s
+ *   NoisyMaxTableDist (out, k, leak_0, ..., leak_k-1, cause1, v1_0, v1_1, ..., cause2, ...): k is
+ *                                   out's number of states; after each cause (a discrete or
+ *                                   discretized parent, read as its state index) one vector of k
+ *                                   probabilities per state of the cause, its first state first:
+ *                                   the chance of each state of out caused by that state alone.
+ *                                   out is the highest state given by the leak and the causes, so
+ *                                   P(out <= s) is the product of the vectors' sums up to s.  The
+ *                                   probabilities are numbers written out, each vector summing to 1.
+ *   NoisySumTableDist: the layout of NoisyMaxTableDist over continuous discretized causes, each
+ *                                   vector summing to at most 1; evaluated only by converting the
+ *                                   equation to a table
  * Randomized functions (deterministic equations only): UniformRand (lo, hi), NormalRand (mean,
  * sd), BernoulliRand (p), DiscUniformRand (lo, hi) (whole numbers lo to hi inclusive). */
 void SetNodeEquation_bn(node_bn* node, const char* eqn);

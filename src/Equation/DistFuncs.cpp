@@ -4,6 +4,7 @@
 //
 // Every routine checks its parameters first (outside their domain: the invalid result), then the
 // value (outside the support: 0).
+#include <algorithm>
 #include <cmath>
 
 #include <boost/math/distributions/beta.hpp>
@@ -67,14 +68,26 @@ CONTINUOUS(triangular, finite(a[1]) && positive(a[2]),
            (bm::triangular_distribution<double, P>(a[1] - a[2], a[1], a[1] + a[2])))
 CONTINUOUS(triangular3, finite(a[1]) && finite(a[3]) && a[1] <= a[2] && a[2] <= a[3] && a[1] < a[3],
            (bm::triangular_distribution<double, P>(a[1], a[2], a[3])))
-// The normal density is the one evaluated most (once per row and sample): its closed form
-// directly; the cumulative from the library.
-double normalPdf(const double* a, int, Ctx&) {
-  double x = a[0], mean = a[1], sd = a[2];
-  if (!finite(mean) || !positive(sd) || x != x) return nan();
-  double z = (x - mean) / sd;
-  return std::exp(-0.5 * z * z) / (sd * 2.5066282746310002);  // sqrt (2 pi)
+// One end, the mode and the mean: the other end is 3 mean - end - mode, on either side of the
+// given end (a mode at the given end makes a right-angled triangle).  x, end, mode, mean.
+bool triangularEndParams(const double* a, double* lmh) {
+  double end = a[1], mode = a[2], other = 3 * a[3] - end - mode;
+  double lo = std::min(end, other), hi = std::max(end, other);
+  if (!finite(lo) || !finite(hi) || !(lo <= mode && mode <= hi && lo < hi)) return false;
+  lmh[0] = lo, lmh[1] = mode, lmh[2] = hi;
+  return true;
 }
+double triangularEnd3Pdf(const double* a, int, Ctx&) {
+  double t[3];
+  if (!triangularEndParams(a, t)) return nan();
+  return pdfIn(bm::triangular_distribution<double, P>(t[0], t[1], t[2]), a[0]);
+}
+double triangularEnd3Cdf(const double* a, int) {
+  double t[3];
+  if (!triangularEndParams(a, t)) return nan();
+  return cdfIn(bm::triangular_distribution<double, P>(t[0], t[1], t[2]), a[0]);
+}
+double normalPdf(const double* a, int, Ctx&) { return normalDensity(a[0], a[1], a[2]); }
 double normalCdf(const double* a, int) {
   if (!finite(a[1]) || !positive(a[2])) return nan();
   return cdfIn(bm::normal_distribution<double, P>(a[1], a[2]), a[0]);
@@ -196,13 +209,6 @@ double logarithmic(const double* a, int, Ctx&) {
   if (!isWhole(x) || x < 1) return 0;
   return -std::pow(p, x) / (x * std::log1p(-p));
 }
-// Records a fault in a distribution's arguments and gives the invalid result.
-template <class... A>
-double argFault(Ctx& c, ErrDef d, const A&... args) {
-  if (c.env) raiseRecord(c.env, SOUND_AND_PRINTED, ERROR_SEV, 0, -d.number, format(d.text, args...));
-  return nan();
-}
-
 // n, k1, p1, k2, p2, ...: the probability of the counts k (which must sum to n) when each draw
 // falls in class i with probability p_i (the p are normalised to sum 1).
 double multinomialDist(const double* a, int n, Ctx& c) {
@@ -223,38 +229,12 @@ double multinomialDist(const double* a, int n, Ctx& c) {
   return std::exp(logP - a[0] * std::log(sumP));
 }
 
-// output, leak, cause1, p1, cause2, p2, ...: the probability of the output's truth value when
-// each true cause makes it true with its probability, and the leak makes it true by itself.
-double noisyOr(const double* a, int n, Ctx& c) {
-  if (n < 2) return argFault(c, err::NoisyOrFewArgs);
-  if (n % 2 == 1) return argFault(c, err::NoisyOrOddArgs);
-  if (!probability(a[1])) return nan();
-  double pFalse = 1 - a[1];
-  for (int i = 2; i + 1 < n; i += 2) {
-    if (!probability(a[i + 1])) return nan();
-    if (truth(a[i])) pFalse *= 1 - a[i + 1];
-  }
-  return truth(a[0]) ? 1 - pFalse : pFalse;
-}
-// output, leak, cause1, p1, ...: the dual of noisyOr: each false cause makes the output false with
-// its probability, and the leak makes it false by itself.
-double noisyAnd(const double* a, int n, Ctx& c) {
-  if (n < 2) return argFault(c, err::NoisyAndFewArgs);
-  if (n % 2 == 1) return argFault(c, err::NoisyAndOddArgs);
-  if (!probability(a[1])) return nan();
-  double pTrue = 1 - a[1];
-  for (int i = 2; i + 1 < n; i += 2) {
-    if (!probability(a[i + 1])) return nan();
-    if (!truth(a[i])) pTrue *= 1 - a[i + 1];
-  }
-  return truth(a[0]) ? pTrue : 1 - pTrue;
-}
-
 constexpr T R = T::Real;
 constexpr EqnFunc distributions[] = {
     dist("UniformDist", 3, uniformPdf, uniformCdf),
     dist("TriangularDist", 3, triangularPdf, triangularCdf),
     dist("Triangular3Dist", 4, triangular3Pdf, triangular3Cdf),
+    dist("TriangularEnd3Dist", 4, triangularEnd3Pdf, triangularEnd3Cdf),
     dist("NormalDist", 3, normalPdf, normalCdf),
     dist("LognormalDist", 3, lognormalPdf, lognormalCdf),
     dist("GammaDist", 3, gammaPdf, gammaCdf),
@@ -283,8 +263,6 @@ constexpr EqnFunc distributions[] = {
     fn("GeometricDist", 2, R, R, R, geometric),
     fn("LogarithmicDist", 2, R, R, R, logarithmic),
     fn("MultinomialDist", VARIABLE_ARGS, R, R, R, multinomialDist),
-    mixed(fn("NoisyOrDist", VARIABLE_ARGS, R, T::Any, T::Any, noisyOr)),
-    mixed(fn("NoisyAndDist", VARIABLE_ARGS, R, T::Any, T::Any, noisyAnd)),
 };
 
 }  // namespace

@@ -124,5 +124,51 @@ inline constexpr ErrDef NoisyOrFewArgs{2498, "less than 2 arguments to NoisyOrDi
 inline constexpr ErrDef NoisyOrOddArgs{2498, "odd number of arguments to NoisyOrDist"};
 inline constexpr ErrDef NoisyAndFewArgs{2498, "less than 2 arguments to NoisyAndDist"};
 inline constexpr ErrDef NoisyAndOddArgs{2498, "odd number of arguments to NoisyAndDist"};
+inline constexpr ErrDef NoisyOrMultiFewArgs{2498, "less than 3 arguments to NoisyOrMultiDist"};
+inline constexpr ErrDef NoisyOrMultiNumStates{
+    2498, "second argument (num_states) to NoisyOrMultiDist must be at least 1, but it is %g"};
+inline constexpr ErrDef NoisyOrMultiLeaks{
+    2498, "there should be %d leak probabilities (including the normal state \"leak\") since there "
+          "are %d states in NoisyOrMultiDist"};
+inline constexpr ErrDef NoisyOrMultiClause{2498, "missing final %s of last clause in NoisyOrMultiDist"};
+inline constexpr ErrDef NoisyOrMultiProb{
+    2498, "%s argument is %g, but it should be in [0,1] range since it is a probability for "
+          "NoisyOrMultiDist"};
+inline constexpr ErrDef NoisyOrMultiStateZero{
+    2498, "%s argument (=0) indicates the state that gets triggered, but it should not be state 0, "
+          "since state 0 is the \"normal\" state for NoisyOrMultiDist"};
+inline constexpr ErrDef NoisyOrMultiStateRange{
+    2498, "%s argument is %g, but it should be in [1,num_states] range since it indicates the state "
+          "triggered by this clause for NoisyOrMultiDist"};
+inline constexpr ErrDef NoisyMaxArgCount{2498, "wrong number of arguments to NoisyMaxTableDist"};
+inline constexpr ErrDef NoisyMaxNumStates{
+    2498, "number of states for output >-node in NoisyMaxTableDist is declared %d, but it must be 1 "
+          "or more"};
+inline constexpr ErrDef NoisyMaxVectorSum{2498, "a probability vector in NoisyMaxDist doesn't sum to 1"};
+inline constexpr ErrDef NoisySumNotDirect{
+    2498, "convert this equation to >-CPTable before using, since it contains the NoisySumTableDist "
+          "function"};
+
+// The noisy-max and noisy-sum table functions, checked as they are parsed.
+inline constexpr ErrDef TableArgNotNumber{2499, "%s argument of function %s should be a number, but it isn't"};
+inline constexpr ErrDef TableArgNotProb{
+    2499, "%s argument of function %s should be a probability (between 0 and 1), but it is %g"};
+inline constexpr ErrDef TableMaxSum{
+    2499, "sum of probabilities for a condition of function %s should be 1, but it is %g"};
+inline constexpr ErrDef TableSumSum{
+    2499, "sum of probabilities for a condition of function %s should not be more than 1, but it is %g"};
+inline constexpr ErrDef TableArgNotInteger{2499, "%s argument of function %s should be an integer, but it isn't"};
+inline constexpr ErrDef TableArgNotOutputStates{
+    2499, "%s argument of function %s is %g, but it should be the number of states of the output "
+          "variable (=%d)"};
+inline constexpr ErrDef TableCauseContinuous{
+    2499, "%s is a continuous variable (>-node), but only discrete or discretized ones are allowed "
+          "(in %s argument of %s)"};
+inline constexpr ErrDef TableCauseNotContinuous{
+    2499, "%s is not a continuous variable (>-node), however only continuous (but discretized) ones "
+          "are allowed (in %s argument of %s)"};
+inline constexpr ErrDef TableArgNotVariable{
+    2499, "%s argument of function %s should be a variable (>-node), but it isn't"};
+inline constexpr ErrDef TableMissingArgs{2499, "function '%s' is missing its last arguments"};
 
 }  // namespace quorva::err

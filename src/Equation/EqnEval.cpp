@@ -6,6 +6,7 @@
 
 #include "Basic/Raise.h"
 #include "Equation/EqnErrors.h"
+#include "Equation/EqnFuncDefs.h"
 
 namespace quorva {
 
@@ -109,6 +110,7 @@ double evalCall(const EqnExpr& e, const double* values, EvalContext& ctx, double
     a[i] = evalExpr(arg, values, ctx);
     if (isEqnInvalid(a[i])) return a[i];
   }
+  ctx.call = &e;
   out = f.eval(a, n, ctx);
   if (out != out) {
     report(ctx, f, a, n);
@@ -117,7 +119,70 @@ double evalCall(const EqnExpr& e, const double* values, EvalContext& ctx, double
   return out;
 }
 
+// A result that is not a number: reported with the arguments, and the invalid result.
+double failed(EvalContext& ctx, const EqnFunc& f, const double* a, int n) {
+  report(ctx, f, a, n);
+  return eqnInvalid();
+}
+
 }  // namespace
+
+double runEqnProgram(const EqnProgram& p, const double* values, EvalContext& ctx) {
+  double r[EqnProgram::MAX_REGS];
+  // A few values each: plain loops, not a library copy.
+  for (int i = 0; i < p.numVars; ++i) r[i] = values[i];
+  const double* nums = p.numbers.data();
+  for (size_t i = 0, n = p.numbers.size(); i < n; ++i) r[p.numVars + static_cast<int>(i)] = nums[i];
+  const EqnOp* begin = p.ops.data();
+  const EqnOp* end = begin + p.ops.size();
+  for (const EqnOp* op = begin; op != end; ++op) {
+    double x = 0;
+    switch (op->code) {
+      case EqnOp::Move:
+        r[op->dst] = r[op->a];
+        continue;
+      case EqnOp::Tree:
+        r[op->dst] = evalExpr(*op->expr, values, ctx);
+        continue;
+      case EqnOp::Check:
+        // An invalid argument is the call's result: the call and its other arguments are skipped.
+        if (isEqnInvalid(r[op->a])) {
+          r[op->dst] = r[op->a];
+          op = begin + op->next - 1;
+        }
+        continue;
+      case EqnOp::Call:
+        ctx.call = op->expr;
+        x = op->func->eval(r + op->a, op->count, ctx);
+        r[op->dst] = x == x ? x : failed(ctx, *op->func, r + op->a, op->count);
+        continue;
+      case EqnOp::Add:
+        x = r[op->a] + r[op->b];
+        break;
+      case EqnOp::Sub:
+        x = r[op->a] - r[op->b];
+        break;
+      case EqnOp::Mul:
+        x = r[op->a] == 0 || r[op->b] == 0 ? 0 : r[op->a] * r[op->b];  // 0 even beside an infinite factor
+        break;
+      case EqnOp::Div:
+        x = r[op->b] != 0 ? r[op->a] / r[op->b] : r[op->a] == 0 ? 0 : eqnInvalid();
+        break;
+      case EqnOp::Neg:
+        x = -r[op->a];
+        break;
+      case EqnOp::Normal:
+        x = eqnfn::normalDensity(r[op->a], r[op->b], r[op->c]);
+        break;
+    }
+    if (x != x) {
+      double args[3] = {r[op->a], r[op->b], r[op->c]};
+      x = failed(ctx, *op->func, args, op->count);
+    }
+    r[op->dst] = x;
+  }
+  return r[p.result];
+}
 
 std::string describeEvalArgs(const double* a, int n) {
   std::string s;

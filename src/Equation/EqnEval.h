@@ -14,9 +14,13 @@ namespace quorva {
 // variable's value, or a discrete variable's state index).
 double evalExpr(const EqnExpr& e, const double* values, EvalContext& ctx);
 
-// The value of the equation's expression.
+// The value of a flattened expression: the same value and the same error records as evalExpr
+// of the tree it was made from.
+double runEqnProgram(const EqnProgram& p, const double* values, EvalContext& ctx);
+
+// The value of the equation's expression (its program when it has one).
 inline double evalEquation(const Equation& eq, const double* values, EvalContext& ctx) {
-  return evalExpr(*eq.root, values, ctx);
+  return eq.program.empty() ? evalExpr(*eq.root, values, ctx) : runEqnProgram(eq.program, values, ctx);
 }
 
 // For a deterministic equation of a discrete output: the state its value selects (a truth value

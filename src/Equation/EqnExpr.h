@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "Equation/EqnFunc.h"
+#include "Equation/EqnProgram.h"
 
 namespace quorva {
 
@@ -83,6 +84,8 @@ struct Equation {
   int probOfState = -1;
   // Named constants the equation refers to that were added while parsing.
   std::vector<std::unique_ptr<EqnConst>> ownConsts;
+  // The root flattened for evaluation (made by the parser; empty: the tree is evaluated).
+  EqnProgram program;
 
   int outputIndex() const { return static_cast<int>(vars.size()) - 1; }
 };

@@ -306,6 +306,7 @@ ExprPtr EqnParserImpl::parseCall(const std::string& name, int ctx) {
   if (f->numArgs >= 0 && n > f->numArgs) rd_.fail(err::EqnTooManyArgs, name, f->numArgs);
   if (f->numArgs >= 0 && n < f->numArgs) rd_.fail(err::EqnTooFewArgs, name, f->numArgs, n);
   checkCallArgs(*f, *call);
+  if (f->special == SPECIAL_NOISY_MAX_TABLE || f->special == SPECIAL_NOISY_SUM_TABLE) checkTableFunc(*f, *call);
   setResultType(*call);
   return call;
 }

@@ -10,6 +10,7 @@ namespace quorva {
 
 class EnvCore;
 class RandomGen;
+struct EqnExpr;
 
 enum class EqnType : uint8_t { None, Boolean, State, Integer, Real, Numeric, Any };
 const char* eqnTypeName(EqnType t);  // "none", "boolean", ... "any"
@@ -44,10 +45,12 @@ inline bool isEqnUndefined(double x) { return x != x && !isEqnInvalid(x) && !isE
 
 // What an evaluation draws on: the environment that records its errors (may be null: nothing is
 // recorded) and the random generator of the randomized functions (null: they give the invalid
-// result).
+// result).  `call` is the function expression whose routine is running (set by the evaluator just
+// before the call): the table functions read their causes' numbers of states from it.
 struct EvalContext {
   EnvCore* env = nullptr;
   RandomGen* rng = nullptr;
+  const EqnExpr* call = nullptr;
 };
 
 // An evaluation routine: `n` argument values in `a`.  A result outside the domain is the invalid
@@ -72,6 +75,9 @@ enum EqnSpecial : uint8_t {
   SPECIAL_INCREASING = 10,
   SPECIAL_NONDECREASING = 11,
   SPECIAL_AS_STATE = 12,  // "AsState": evaluating it is an error
+  // Tables of probabilities written out as arguments, checked as they are parsed.
+  SPECIAL_NOISY_MAX_TABLE = 13,
+  SPECIAL_NOISY_SUM_TABLE = 14,
 };
 
 inline constexpr int VARIABLE_ARGS = -1;

@@ -150,7 +150,8 @@ struct FuncTable {
 
   FuncTable() {
     for (auto section : {eqnfn::operatorSection(), eqnfn::mathSection(),
-                         eqnfn::distributionSection(), eqnfn::randomSection()})
+                         eqnfn::distributionSection(), eqnfn::noisySection(),
+                         eqnfn::randomSection()})
       records.insert(records.end(), section.begin(), section.end());
     for (const EqnFunc& f : records) {
       byName.emplace(f.name, &f);

@@ -49,14 +49,20 @@ EqnSource eqnSourceOf(const Bnode& node, std::string text) {
   return src;
 }
 
-std::unique_ptr<Equation> parseEquation(EnvCore* env, const EqnSource& src) {
+std::unique_ptr<Equation> parseEquation(EnvCore* env, const EqnSource& src, TextPosition* stoppedAt) {
   FileSpec stream(env, FileSpec::Kind::Memory, src.streamName);
   stream.setContents(src.text.data(), src.text.size(), false);
   // The text is short and held in memory: a block just larger than it saves the usual 64 KB.
   TokenReader rd(stream, Syntax{{0, 0}, false, false}, src.text.size() + 2 * TokenReader::MAX_LOOKAHEAD);
   ContextScope scope(rd, {"node", src.output.name, "equation"});
   auto eq = std::make_unique<Equation>();
-  EqnParserImpl(rd, src, *eq).parse();
+  try {
+    EqnParserImpl(rd, src, *eq).parse();
+  } catch (const QuorvaError&) {
+    if (stoppedAt) *stoppedAt = rd.here();
+    throw;
+  }
+  eq->program = compileEqnProgram(*eq->root);
   return eq;
 }
 

@@ -18,6 +18,7 @@ namespace quorva {
 
 class EnvCore;
 class Bnode;
+struct TextPosition;
 
 // What an equation is parsed against.
 struct EqnSource {
@@ -34,8 +35,9 @@ struct EqnSource {
 // The source for a node's equation text: its parents (by link name where the link has one).
 EqnSource eqnSourceOf(const Bnode& node, std::string text);
 
-// Parses; throws the error record (QuorvaError) on a fault.
-std::unique_ptr<Equation> parseEquation(EnvCore* env, const EqnSource& src);
+// Parses; throws the error record (QuorvaError) on a fault, after setting `stoppedAt` (when not
+// null) to where in the text the parse stopped.
+std::unique_ptr<Equation> parseEquation(EnvCore* env, const EqnSource& src, TextPosition* stoppedAt = nullptr);
 
 // The equation as text: its head, " = ", and the expression.
 std::string printEquation(const Equation& eq);

@@ -55,6 +55,11 @@ class EqnParserImpl {
   bool acceptsBooleanVar(const EqnFunc& f, const EqnExpr& arg);
   void setResultType(EqnExpr& e) const;
 
+  // Table functions (EqnTableFuncCheck.cpp).
+  void checkTableFunc(const EqnFunc& f, EqnExpr& call);
+  void checkTableVector(const EqnFunc& f, const EqnExpr& call, size_t at, int k);
+  int checkTableCause(const EqnFunc& f, EqnExpr& cause, size_t at);
+
   TokenReader& rd_;
   const EqnSource& src_;
   Equation& eq_;

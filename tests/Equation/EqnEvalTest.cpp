@@ -160,6 +160,11 @@ const ClosedFormCase closedForms[] = {
     {"BetaPertDist (a, 0, 2, 4)", {1}, [](auto&) {  // alpha = beta = 3 on [0, 4]
        double x = 0.25; return std::pow(x, 2) * std::pow(1 - x, 2) * 30 / 4; }},
     {"Triangular3Dist (a, 0, 1, 4)", {2.5}, [](auto&) { return 2 * (4 - 2.5) / (4 * 3); }},
+    // One end, the mode and the mean: a right-angled triangle on [0, 3], its mirror on [1, 4], and
+    // the triangle 0, 1, 4 (mean 5 / 3).
+    {"TriangularEnd3Dist (a, 0, 0, 1)", {1}, [](auto&) { return 2.0 * (3 - 1) / 9; }},
+    {"TriangularEnd3Dist (a, 4, 1, 2)", {3}, [](auto&) { return 2.0 * (4 - 3) / 9; }},
+    {"TriangularEnd3Dist (a, 0, 1, 5 / 3)", {2.5}, [](auto&) { return 2 * (4 - 2.5) / (4 * 3); }},
     {"LaplaceDist (a, b, c)", {1, 0.5, 2}, [](auto& v) { return std::exp(-std::fabs(v[0] - v[1]) / v[2]) / (2 * v[2]); }},
     {"LogisticDist (a, b, c)", {1, 0.5, 2}, [](auto& v) {
        double e = std::exp(-(v[0] - v[1]) / v[2]); return e / (v[2] * (1 + e) * (1 + e)); }},
@@ -224,6 +229,8 @@ const CdfCase cdfs[] = {
     {"UniformDist", {1.5, 1, 3}, 0.25, 1e-15},
     {"UniformDist", {0, 1, 3}, 0, 0},
     {"TriangularDist", {0, 0, 2}, 0.5, 1e-15},
+    {"TriangularEnd3Dist", {1, 0, 0, 1}, 1 - 4.0 / 9, 1e-15},
+    {"TriangularEnd3Dist", {2, 4, 4, 3}, 1.0 / 9, 1e-15},  // the other end is 1, the mode 4
     {"CauchyDist", {3, 1, 2}, 0.75, 1e-14},
     {"LevyDist", {3, 1, 2}, std::erfc(std::sqrt(0.5)), 1e-14},
     {"GammaDist", {-1, 2, 2}, 0, 0},
@@ -272,6 +279,17 @@ const InvalidCase invalids[] = {
     {"NoisyOrDist (1)", {}, "less than 2 arguments to NoisyOrDist"},
     {"NoisyOrDist (1, 0.1, a > 0)", {}, "odd number of arguments to NoisyOrDist"},
     {"NoisyAndDist (1, 0.1, a > 0)", {}, "odd number of arguments to NoisyAndDist"},
+    {"TriangularEnd3Dist (a, 0, 2, 1)", {0.5}, "error evaluating function:  TriangularEnd3Dist (0.5, 0, 2, 1)"},
+    {"NoisyOrMultiDist (1, 1)", {}, "less than 3 arguments to NoisyOrMultiDist"},
+    {"NoisyOrMultiDist (1, 0, 1)", {}, "second argument (num_states) to NoisyOrMultiDist must be at least 1, but it is 0"},
+    {"NoisyOrMultiDist (1, 2, 0.5, 0.5)", {}, "there should be 3 leak probabilities (including the normal state \"leak\") since there are 3 states in NoisyOrMultiDist"},
+    {"NoisyOrMultiDist (1, 1, 0.5, 0.5, a > 0, 0.5)", {}, "missing final state of last clause in NoisyOrMultiDist"},
+    {"NoisyOrMultiDist (1, 1, 0.5, 0.5, a > 0)", {}, "missing final probability and state of last clause in NoisyOrMultiDist"},
+    {"NoisyOrMultiDist (1, 1, 0.5, 1.5)", {}, "fourth argument is 1.5, but it should be in [0,1] range since it is a probability for NoisyOrMultiDist"},
+    {"NoisyOrMultiDist (1, 1, 0.5, 0.5, a > 0, -0.5, 1)", {}, "sixth argument is -0.5, but it should be in [0,1] range"},
+    {"NoisyOrMultiDist (1, 1, 0.5, 0.5, a > 0, 0.5, 0)", {}, "7th argument (=0) indicates the state that gets triggered, but it should not be state 0, since state 0 is the \"normal\" state for NoisyOrMultiDist"},
+    {"NoisyOrMultiDist (1, 1, 0.5, 0.5, a > 0, 0.5, 2)", {}, "7th argument is 2, but it should be in [1,num_states] range since it indicates the state triggered by this clause for NoisyOrMultiDist"},
+    {"NoisySumTableDist (1, 2, 0.5, 0.5)", {}, "convert this equation to >-CPTable before using, since it contains the NoisySumTableDist function"},
     {"AsState (a)", {}, "attempt to evaluate 'AsState' function.  It should only be used as the first part"},
     {"sqrt (a)", {std::numeric_limits<double>::quiet_NaN()}, "error evaluating function:  sqrt (undef)"},
 };
@@ -281,15 +299,51 @@ TEST_F(EvalTest, invalid_result_with_one_error_naming_the_function_and_arguments
     env.errors.clear(ERROR_SEV, false, std::this_thread::get_id());
     EXPECT_TRUE(isEqnInvalid(value(c.expr, c.vals))) << c.expr;
     std::vector<std::string> messages;
+    std::vector<int> numbers;
+    for (auto* r = env.errors.next(std::this_thread::get_id(), ERROR_SEV, nullptr); r;
+         r = env.errors.next(std::this_thread::get_id(), ERROR_SEV, r))
+      messages.push_back(r->message), numbers.push_back(-r->number);
+    ASSERT_FALSE(messages.empty()) << c.expr;
+    EXPECT_EQ(messages[0].rfind(c.message, 0), 0u) << c.expr << " -> " << messages[0];
+    // One record (2354, or 2580 for AsState), or an argument fault (2498) followed by the
+    // evaluation's own.
+    bool asState = messages[0].rfind("attempt", 0) == 0;
+    bool argFault = messages[0].rfind("error evaluating", 0) != 0 && !asState;
+    std::vector<int> want = argFault ? std::vector<int>{2498, 2354} : std::vector<int>{asState ? 2580 : 2354};
+    EXPECT_EQ(numbers, want) << c.expr;
+  }
+}
+
+// The flattened program against the tree it was made from: the same bits and the same records,
+// over every expression above (values, faults, skipped arguments).
+TEST_F(EvalTest, flattened_program_gives_the_tree_value_and_records) {
+  std::vector<std::pair<std::string, std::vector<double>>> cases;
+  for (const ValueCase& c : exact) cases.emplace_back(c.expr, c.vals);
+  for (const ClosedFormCase& c : closedForms) cases.emplace_back(c.expr, c.vals);
+  for (const InvalidCase& c : invalids) cases.emplace_back(c.expr, c.vals);
+  cases.emplace_back("max (a, b, c, log (a - 1), d) + plus (1, 2, sqrt (b - 9))", std::vector<double>{1, 4});
+  cases.emplace_back("NormalDist (a, b - 1 / c, 2 * d) * (a > 1 ? 2 : -a)", std::vector<double>{1, 4});
+  auto run = [&](const Equation& e, const double* vals, bool flat) {
+    env.errors.clear(ERROR_SEV, false, std::this_thread::get_id());
+    EvalContext ctx{&env, nullptr};
+    double v = flat ? runEqnProgram(e.program, vals, ctx) : evalExpr(*e.root, vals, ctx);
+    std::vector<std::string> messages;
     for (auto* r = env.errors.next(std::this_thread::get_id(), ERROR_SEV, nullptr); r;
          r = env.errors.next(std::this_thread::get_id(), ERROR_SEV, r))
       messages.push_back(r->message);
-    ASSERT_FALSE(messages.empty()) << c.expr;
-    EXPECT_EQ(messages[0].rfind(c.message, 0), 0u) << c.expr << " -> " << messages[0];
-    // One record, or an argument fault followed by the evaluation's own.
-    bool argFault = messages[0].rfind("error evaluating", 0) != 0 && messages[0].rfind("attempt", 0) != 0;
-    EXPECT_EQ(messages.size(), argFault ? 2u : 1u) << c.expr;
+    return std::make_pair(doubleBits(v), messages);
+  };
+  for (auto& [expr, vals] : cases) {
+    auto e = parse("Flag (a, b, c, d, A, N) = " + expr, "Flag");
+    ASSERT_FALSE(e->program.empty()) << expr;
+    vals.resize(7, 0);
+    EXPECT_EQ(run(*e, vals.data(), true), run(*e, vals.data(), false)) << expr;
   }
+  // Too deep for the registers: the tree is evaluated.
+  std::string deep = "a";
+  for (int i = 0; i < 200; ++i) deep = "(" + deep + " + 1)";
+  EXPECT_TRUE(parse("Y (a) = " + deep)->program.empty());
+  EXPECT_EQ(value(deep, {1}), 201);
 }
 
 TEST_F(EvalTest, more_than_eight_arguments_are_cut_short_in_the_message) {
@@ -305,6 +359,7 @@ TEST_F(EvalTest, undefined_constant_is_reported_by_name) {
   EvalContext ctx{&env, nullptr};
   EXPECT_TRUE(isEqnInvalid(evalEquation(*e, vals, ctx)));
   EXPECT_EQ(lastError(), "undefined value 'k'");
+  EXPECT_EQ(-env.errors.next(std::this_thread::get_id(), ERROR_SEV, nullptr)->number, 2280);
 }
 
 TEST_F(EvalTest, randomized_functions_draw_from_the_given_generator) {

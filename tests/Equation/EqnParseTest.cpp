@@ -179,6 +179,18 @@ const ErrorCase errors[] = {
     {"Y (a) = a +", 2496, "missing second argument of operator +"},
     {"Y (a, A) = a + A", 2324, "the second argument of operator '+' should be type 'numeric', but it is type 'state'"},
     {"Y (A, a) = A == a", 2036, "the second argument of operator '==' is of type 'real', which is not compatible with the other argument(s) (of type 'state')"},
+    {"P (Y | A, a) = NoisyMaxTableDist (Y, a)", 2499, "second argument of function NoisyMaxTableDist should be a number, but it isn't"},
+    {"P (Y | A, a) = NoisyMaxTableDist (Y, 3, 1, a, 0)", 2499, "fourth argument of function NoisyMaxTableDist should be a number, but it isn't"},
+    {"P (Y | A) = NoisyMaxTableDist (Y, 2.5)", 2499, "second argument of function NoisyMaxTableDist should be an integer, but it isn't"},
+    {"P (Y | A) = NoisyMaxTableDist (Y, 2, 1, 0)", 2499, "second argument of function NoisyMaxTableDist is 2, but it should be the number of states of the output variable (=3)"},
+    {"P (Y | A) = NoisyMaxTableDist (Y, 3, 1, 0, 1.5)", 2499, "fifth argument of function NoisyMaxTableDist should be a probability (between 0 and 1), but it is 1.5"},
+    {"P (Y | A) = NoisyMaxTableDist (Y, 3, 1, 0, 0, A, 1, 0, 0, 0, 1, 0, 0.5, 0, 0.4)", 2499, "sum of probabilities for a condition of function NoisyMaxTableDist should be 1, but it is 0.9"},
+    {"P (Y | z) = NoisySumTableDist (Y, 3, 0.5, 0.5, 0.4)", 2499, "sum of probabilities for a condition of function NoisySumTableDist should not be more than 1, but it is 1.4"},
+    {"P (Y | a) = NoisyMaxTableDist (Y, 3, 1, 0, 0, a, 1, 0, 0)", 2499, "a is a continuous variable (>-node), but only discrete or discretized ones are allowed (in sixth argument of NoisyMaxTableDist)"},
+    {"P (Y | A) = NoisySumTableDist (Y, 3, 1, 0, 0, A, 1, 0, 0)", 2499, "A is not a continuous variable (>-node), however only continuous (but discretized) ones are allowed (in sixth argument of NoisySumTableDist)"},
+    {"P (Y | A) = NoisyMaxTableDist (Y, 3, 1, 0, 0, 0.5)", 2499, "sixth argument of function NoisyMaxTableDist should be a variable (>-node), but it isn't"},
+    {"P (Y | A) = NoisyMaxTableDist (Y, 3, 1, 0, 0, A, 1, 0, 0)", 2499, "function 'NoisyMaxTableDist' is missing its last arguments"},
+    {"P (Y | A) = NoisyMaxTableDist (Y)", 2499, "function 'NoisyMaxTableDist' is missing its last arguments"},
     {"Y (A) = A && true", 2465, "attempt to use variable 'A' as a boolean in function 'and', but it doesn't have 2 states (it has 3)"},
 };
 

@@ -7,6 +7,7 @@
 #include "Commands.h"
 #include "Engine.h"
 #include "Progress.h"
+#include "Quorva/EquationView.h"
 #include "Quorva/ToolSupport.h"
 
 namespace quorva::cli {
@@ -102,9 +103,21 @@ void checkRows(Checker& check, node_bn* node) {
     check.warning("node '" + name + "': " + counted(faulty - ROWS_SHOWN, "more row") + " of the same kind");
 }
 
-// What the tool cannot use yet, and the tables' rows.
+// An equation that does not parse against the node's parents and states, with the parser's
+// message and where it stopped.
+void checkEquation(Checker& check, node_bn* node) {
+  const char* text = GetNodeEquation_bn(node);
+  tool::EquationView view;
+  if (!text || !*text || !tool::viewEquation(node, nullptr, view) || view.parses) return;
+  check.error("node '" + std::string(GetNodeName_bn(node)) + "', equation \"" + view.text + "\" stops at line " +
+              std::to_string(view.line) + " char " + std::to_string(view.column) + ": " + view.message + " (" +
+              std::to_string(view.number) + ")");
+}
+
+// What the tool cannot use yet, the equations, and the tables' rows.
 void checkNodes(Checker& check, net_bn* net) {
   for (node_bn* node : netNodes(net)) {
+    checkEquation(check, node);
     const std::string problem = unusableNode(node);
     if (!problem.empty())
       check.error(problem);
@@ -172,7 +185,8 @@ void addCheckCommand(CLI::App& app, Runner& chosen) {
   c->footer(
       "Lists, on standard output, each record of the engine as SEVERITY NUMBER: MESSAGE and the tool's own\n"
       "findings as SEVERITY: MESSAGE: a file that cannot be read or is empty, a net without nodes,\n"
-      "utility and decision nodes (which the tool cannot use yet), table rows that do not sum to 1\n"
+      "utility and decision nodes (which the tool cannot use yet), equations that do not parse (with\n"
+      "the parser's message and where it stopped), table rows that do not sum to 1\n"
       "(warnings: they are used as they are), the size of the junction tree and whether it fits in\n"
       "memory, and what the first belief update meets (such as nodes without tables); then a summary.\n"
       "Exit status 0 when `beliefs` would work (warnings and notices allowed), 1 otherwise.");

@@ -17,6 +17,7 @@ void addCheckCommand(CLI::App& app, Runner& chosen);
 void addBenchCommand(CLI::App& app, Runner& chosen);
 void addTablesCommand(CLI::App& app, Runner& chosen);
 void addSensitivityCommand(CLI::App& app, Runner& chosen);
+void addEquationCommand(CLI::App& app, Runner& chosen);
 
 // The positional NET argument that most commands take.
 CLI::Option* addNetArgument(CLI::App* command, std::string& path);

@@ -77,7 +77,8 @@ int main(int argc, char** argv) {
   addBenchCommand(app, chosen);
   addTablesCommand(app, chosen);
   addSensitivityCommand(app, chosen);
-  static const char* const COMMANDS = "beliefs, cases, compile, convert, check, bench, tables, sensitivity";
+  addEquationCommand(app, chosen);
+  static const char* const COMMANDS = "beliefs, cases, compile, convert, check, bench, tables, sensitivity, equation";
   if (argc < 2) {
     std::fprintf(stderr, "quorva: a command is required (one of %s); quorva --help tells more\n", COMMANDS);
     return 2;
