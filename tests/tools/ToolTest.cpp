@@ -633,6 +633,14 @@ TEST_F(ToolTest, TablesAreBuiltFromEquationsWhenANetNeedsThem) {
   EXPECT_EQ(quorva({"tables", net, "-o", tmp + "/x.dne", "--samples", "0"}).status, 2);
   std::string bad = EQUATION_NET;
   bad.replace(bad.find("A ? 2 : 0"), 9, "A ? 3 : 0");
+  // check lists an equation kept in the file that does not parse.
+  std::string unparsed = EQUATION_NET;
+  unparsed.replace(unparsed.find("A ? 2 : 0"), 9, "A == warm");
+  r = quorva({"check", write("unparsed.dne", unparsed)});
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.out.find("node 'B', equation \"B (A) = A == warm\" stops at line 1 char 18: unknown name 'warm' (2091)"),
+            std::string::npos)
+      << r.out;
   r = quorva({"beliefs", write("bad.dne", bad)});
   EXPECT_EQ(r.status, 1);
   EXPECT_NE(r.err.find("error 2285: value for node 'B' is 3, which is greater than its highest allowed state 2"),
