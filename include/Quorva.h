@@ -739,6 +739,45 @@ void SetNodeEquation_bn(node_bn* node, const char* eqn);
  * until its equation next changes; NULL on failure. */
 const char* GetNodeEquation_bn(const node_bn* node);
 
+/* ===================================================================== learning tables from cases */
+/* Counting learning keeps each learnt node's CPT as counts: per parent configuration (row) and
+ * state, the weighted number of cases seen, on top of the prior.  The CPT row is the counts over
+ * their sum, and the sum is the row's experience (GetNodeExperience_bn), so the CPT and the
+ * experience table together hold the counts.  Before a node's first case:
+ * - a node with no CPT starts each row at its experience divided evenly among the states; with no
+ *   experience table either, at a prior count of 1 per row (1 / number of states per cell); an
+ *   experience table that varies from row to row is refused (3626);
+ * - a node with a CPT must have all its probabilities given (2473) and an experience table (2474);
+ *   its counts are the probabilities times the row's experience;
+ * - a continuous node without states (3059) and a table of more than 400,000,000 entries (3625)
+ *   are refused.
+ * These refusals read "for >-node NAME, MESSAGE".  Only nature and disconnected nodes are learnt;
+ * a node whose state or some parent's state is unknown in a case is left as it is for that case.
+ * A likelihood with exactly one non-zero entry counts as that state.  Revising changes tables:
+ * beliefs must be updated again, the compiled form is kept. */
+
+/* Revises the CPTs of `nodes` (all of one net) by the case the entered findings make, adding
+ * `degree` to the count of the case's row and state (a negative degree unlearns).  `updating`
+ * must be 0 (5700).  Nodes are revised in turn; a refusal leaves the node that refused as it was
+ * and the earlier ones revised.  Errors: 5184 (a deleted node in the list), 2190 (unlearning more
+ * than was learnt; a count left between -2e-6 and 0 is taken as 0), and the refusals above. */
+void ReviseCPTsByFindings_bn(const nodelist_bn* nodes, int updating, double degree);
+
+/* Revises the CPTs of `nodes` by every case of the case file `file`, each weighted by `degree`
+ * times its NumCases (1 without that column).  The file is read a line at a time under the
+ * progress monitor "incorporating cases".  All or nothing: on a refusal every table stays as it
+ * was.  A case with a value naming no state is skipped with a warning (2103); a faulty value or
+ * line ends the call (2100-2107).  A halt keeps the cases read so far, with warning 3385.
+ * `updating` must be 0 (5700).  Errors: 5184, 2189 (unlearning more than was learnt, with the case
+ * and file), 3384 (no listed node has a case with its whole family known), the refusals above,
+ * and those of case files. */
+void ReviseCPTsByCaseFile_bn(stream_vq* file, const nodelist_bn* nodes, int updating, double degree);
+
+/* Fades the node's CPT: each count c becomes c (1 - degree) + degree, so that each row moves
+ * toward uniform and older cases weigh less than newer ones.  `degree` lies in 0 to 1 (5701); 0
+ * changes nothing.  Errors: 3627 (the node has no CPT), and the refusals above. */
+void FadeCPTable_bn(node_bn* node, double degree);
+
 #ifdef __cplusplus
 }
 #endif
