@@ -13,7 +13,7 @@ inline constexpr ErrDef FadeDegreeArg{
 inline constexpr ErrDef FadeNoCpt{3627, ">-Bnode '%s' doesnt have any >-CPTable"};
 inline constexpr ErrDef LearnMethodArg{
     5702, "argument 'method' is %d, but it should be COUNTING_LEARNING, EM_LEARNING or "
-          "GRADIENT_DESCENT_LEARNING"};
+          "GRADIENT_ASCENT_LEARNING"};
 inline constexpr ErrDef MaxItersArg{
     5703, "argument 'max_iters' is %d, but it should be 1 or more (or -1 to query)"};
 inline constexpr ErrDef MaxTolArg{
@@ -28,6 +28,7 @@ inline constexpr ErrDef TesterNodeNotTested{
     5709, ">-Bnode '%s' is not one of the test >-node-s of this net tester"};
 inline constexpr ErrDef ConfusionStateArg{
     5710, "argument '%s' is %d, but it should be between 0 and %d inclusive, for >-Bnode '%s'"};
+inline constexpr ErrDef TestsArg{5711, "argument 'tests' is %d, but it should be -1 with this version of >-Quorva"};
 inline constexpr ErrDef TesterNetChanged{
     3631, "the >-net of this net tester has had >-node-s deleted since the tester was made"};
 
@@ -64,12 +65,13 @@ inline constexpr ErrDef LearnHalted{
 
 // The learner and the tester.
 inline constexpr ErrDef GradientNotAvailable{
-    3386, "gradient descent learning is not available in this version of >-Quorva; use "
+    3386, "gradient ascent learning is not available in this version of >-Quorva; use "
           "COUNTING_LEARNING or EM_LEARNING"};
 inline constexpr ErrDef NoCasesToLearn{3387, "the >-caseset has no cases to learn from"};
-inline constexpr ErrDef LearnImpossibleCase{
-    3388, "case %lld of file '%s' is impossible according to the >-net being learned, so it is skipped"};
-inline constexpr ErrDef WorkerFailed{3389, "while learning on a worker thread: %s"};
+inline constexpr ErrDef LearnImpossibleCases{
+    3388, "%lld cases are impossible according to the >-net being learned, so they were skipped"};
+inline constexpr ErrDef EmHalted{
+    3389, "learning by EM was halted during iteration %d, so the CPTs are left as they were"};
 inline constexpr ErrDef NoCasesToTest{3390, "the >-caseset has no cases that give a value of a test >-node"};
 
 }  // namespace quorva::err
