@@ -2,6 +2,7 @@
 // written to a memory stream as a case file, and kept by the test as states so that what was
 // learnt can be checked against counts the test makes itself.
 #pragma once
+#include <functional>
 #include <random>
 #include <string>
 #include <vector>
@@ -24,7 +25,10 @@ class LearnTest : public NetTest {
 
   // `count` cases drawn from `net` (findings retracted afterwards), each value hidden with
   // probability `missing`.
-  DrawnCases draw(net_bn* net, int count, double missing, unsigned seed) {
+  // `hideAlso(row, i)`, when given, hides node i of a drawn row as well (the row holds the states
+  // drawn, -1 for those already hidden).
+  DrawnCases draw(net_bn* net, int count, double missing, unsigned seed,
+                  const std::function<bool(const std::vector<int>&, int)>& hideAlso = nullptr) {
     DrawnCases out;
     out.file = NewMemoryStream_vq("cases.cas", env, nullptr);
     const nodelist_bn* nodes = GetNetNodes_bn(net);
@@ -36,10 +40,10 @@ class LearnTest : public NetTest {
       RetractNetFindings_bn(net);
       GenerateRandomCase_bn(nodes, FORWARD_SAMPLING, 0, rand);
       std::vector<int> row(static_cast<size_t>(n));
+      for (int i = 0; i < n; ++i) row[static_cast<size_t>(i)] = GetNodeFinding_bn(GetNthNode_bn(nodes, i));
       for (int i = 0; i < n; ++i) {
         node_bn* node = GetNthNode_bn(nodes, i);
-        row[static_cast<size_t>(i)] = GetNodeFinding_bn(node);
-        if (u(hide) < missing) {
+        if (u(hide) < missing || (hideAlso && hideAlso(row, i))) {
           RetractNodeFindings_bn(node);
           row[static_cast<size_t>(i)] = -1;
         }
@@ -58,8 +62,10 @@ class LearnTest : public NetTest {
     return copy;
   }
 
+
+ public:
   // The node's whole table `which` ("cpt" or "exper").
-  std::vector<double> table(node_bn* node, const char* which) {
+  static std::vector<double> table(node_bn* node, const char* which) {
     int size = 0;
     GetNodeTable_bn(node, which, nullptr, 0, nullptr, &size);
     std::vector<double> out(static_cast<size_t>(size));
