@@ -15,6 +15,8 @@ void addCompileCommand(CLI::App& app, Runner& chosen);
 void addConvertCommand(CLI::App& app, Runner& chosen);
 void addCheckCommand(CLI::App& app, Runner& chosen);
 void addBenchCommand(CLI::App& app, Runner& chosen);
+void addLearnCommand(CLI::App& app, Runner& chosen);
+void addTestCommand(CLI::App& app, Runner& chosen);
 
 // The positional NET argument that most commands take.
 CLI::Option* addNetArgument(CLI::App* command, std::string& path);

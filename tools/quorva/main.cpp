@@ -75,7 +75,9 @@ int main(int argc, char** argv) {
   addConvertCommand(app, chosen);
   addCheckCommand(app, chosen);
   addBenchCommand(app, chosen);
-  static const char* const COMMANDS = "beliefs, cases, compile, convert, check, bench";
+  addLearnCommand(app, chosen);
+  addTestCommand(app, chosen);
+  static const char* const COMMANDS = "beliefs, cases, compile, convert, check, bench, learn, test";
   if (argc < 2) {
     std::fprintf(stderr, "quorva: a command is required (one of %s); quorva --help tells more\n", COMMANDS);
     return 2;
