@@ -526,7 +526,7 @@ TEST_F(ToolTest, MessagesCountAndNameThingsAsAPersonWould) {
     int status;
     std::string err, out;  // substrings; "" for no check
   } cases[] = {
-      {{"frob"}, 2, "quorva: unknown command 'frob' (the commands are beliefs, cases, compile, convert, check, bench)\n", ""},
+      {{"frob"}, 2, "quorva: unknown command 'frob' (the commands are beliefs, cases, compile, convert, check, bench, learn, test)\n", ""},
       {{}, 2, "a command is required", ""},
       {{"beliefs", ASIA_BIF, "-l", "smoking=0.5"}, 1, "has 2 states, but the likelihood given has 1 number\n", ""},
       {{"compile", ASIA_BIF, "--optimize", "0"}, 2, "expected a number of seconds above 0, got '0'", ""},
