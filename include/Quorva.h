@@ -852,7 +852,7 @@ typedef struct tester_bn tester_bn;
 tester_bn* NewNetTester_bn(const nodelist_bn* test_nodes, const nodelist_bn* unobsv_nodes, int tests);
 
 /* Scores the net on every case of `cases` (the net is compiled in the working copies as needed;
- * its tables are used as they stand now).  Errors: 3631 (a test node was deleted), 3385 (halted),
+ * its tables are used as they stand now).  Errors: 3631 (a test node was deleted), 3391 (halted),
  * those of case files, and those of compiling. */
 void TestWithCaseset_bn(tester_bn* test, caseset_cs* cases);
 

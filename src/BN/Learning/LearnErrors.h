@@ -72,6 +72,6 @@ inline constexpr ErrDef LearnImpossibleCases{
     3388, "%lld cases are impossible according to the >-net being learned, so they were skipped"};
 inline constexpr ErrDef EmHalted{
     3389, "learning by EM was halted during iteration %d, so the CPTs are left as they were"};
-inline constexpr ErrDef NoCasesToTest{3390, "the >-caseset has no cases that give a value of a test >-node"};
+inline constexpr ErrDef TestHalted{3391, "testing the >-net was halted, so its scores are left as they were"};
 
 }  // namespace quorva::err

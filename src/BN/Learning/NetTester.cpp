@@ -90,7 +90,7 @@ void NetTester::test(const std::vector<WeightedFile>& files, const CaseFormat& f
       }
     });
   } catch (const WorkHalted&) {
-    engError(env, err::LearnHalted, 0, 0.0);
+    engError(env, err::TestHalted);
   }
   for (const BlockScores& r : results) {
     impossible += r.impossible;
