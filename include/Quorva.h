@@ -874,6 +874,139 @@ double GetSensvBeliefChangeVariance_bn(sensv_bn* sensv, const node_bn* wiggle, s
  * Returns 0, or -1 on failure (the outputs are then left as they were). */
 int GetSensvBeliefRange_bn(sensv_bn* sensv, const node_bn* wiggle, state_bn target_state, double* min_belief,
                            double* max_belief);
+/* ===================================================================== learning tables from cases */
+/* Counting learning keeps each learnt node's CPT as counts: per parent configuration (row) and
+ * state, the weighted number of cases seen, on top of the prior.  The CPT row is the counts over
+ * their sum, and the sum is the row's experience (GetNodeExperience_bn), so the CPT and the
+ * experience table together hold the counts.  Before a node's first case:
+ * - a node with no CPT starts each row at its experience divided evenly among the states; with no
+ *   experience table either, at a prior count of 1 per row (1 / number of states per cell); an
+ *   experience table that varies from row to row is refused (3626);
+ * - a node with a CPT must have all its probabilities given (2473) and an experience table (2474);
+ *   its counts are the probabilities times the row's experience;
+ * - a continuous node without states (3059) and a table of more than 400,000,000 entries (3625)
+ *   are refused.
+ * These refusals read "for >-node NAME, MESSAGE".  Only nature and disconnected nodes are learnt;
+ * a node whose state or some parent's state is unknown in a case is left as it is for that case.
+ * A likelihood with exactly one non-zero entry counts as that state.  Revising changes tables:
+ * beliefs must be updated again, the compiled form is kept. */
+
+/* Revises the CPTs of `nodes` (all of one net) by the case the entered findings make, adding
+ * `degree` to the count of the case's row and state (a negative degree unlearns).  `updating`
+ * must be 0 (5700).  Nodes are revised in turn; a refusal leaves the node that refused as it was
+ * and the earlier ones revised.  Errors: 5184 (a deleted node in the list), 2190 (unlearning more
+ * than was learnt; a count left between -2e-6 and 0 is taken as 0), and the refusals above. */
+void ReviseCPTsByFindings_bn(const nodelist_bn* nodes, int updating, double degree);
+
+/* Revises the CPTs of `nodes` by every case of the case file `file`, each weighted by `degree`
+ * times its NumCases (1 without that column).  The file is read a line at a time under the
+ * progress monitor "incorporating cases".  All or nothing: on a refusal every table stays as it
+ * was.  A case with a value naming no state is skipped with a warning (2103); a faulty value or
+ * line ends the call (2100-2107).  A halt keeps the cases read so far, with warning 3385.
+ * `updating` must be 0 (5700).  Errors: 5184, 2189 (unlearning more than was learnt, with the case
+ * and file), 3384 (no listed node has a case with its whole family known), the refusals above,
+ * and those of case files. */
+void ReviseCPTsByCaseFile_bn(stream_vq* file, const nodelist_bn* nodes, int updating, double degree);
+
+/* Fades the node's CPT: each count c becomes c (1 - degree) + degree, so that each row moves
+ * toward uniform and older cases weigh less than newer ones.  `degree` lies in 0 to 1 (5701); 0
+ * changes nothing.  Errors: 3627 (the node has no CPT), and the refusals above. */
+void FadeCPTable_bn(node_bn* node, double degree);
+
+/* The learner: learns the CPTs of nodes from the cases of a caseset by one method.
+ * - COUNTING_LEARNING: counting learning, as ReviseCPTsByCaseFile_bn over each file of the
+ *   caseset (each case weighted by degree times the file's degree times its NumCases).
+ * - EM_LEARNING: expectation-maximisation, for cases with missing values.  Each iteration takes
+ *   the expected count of every row and state of each learnt node given each case (from the
+ *   compiled net: one belief update per case), adds the node's counts from before learning as the
+ *   prior (see above), and makes each CPT row those counts normalised.  It starts from the nodes'
+ *   CPTs (uniform where a node has none) and stops after the maximum number of iterations, or
+ *   once the objective changes by no more than the tolerance times its size.  The objective is
+ *   the log-likelihood of the cases plus, for each cell, its prior count times the log of its
+ *   probability (the log of the prior up to a constant); it never falls from one iteration to the
+ *   next.  Each iteration's objective is reported to the progress watcher ("EM iteration K: log
+ *   likelihood X").  Cases impossible in the net are skipped (warning 3388).  At the end each
+ *   learnt node's CPT and experience hold its expected counts plus prior, as counting would from
+ *   complete cases.  The cases are shared among the learner's threads, each with its own
+ *   compiled copy of the net; the counts are summed in an order that does not depend on the
+ *   number of threads, so the result is the same for any number.
+ * - GRADIENT_ASCENT_LEARNING: not available in this version (3386 when learning).
+ * Learning leaves the net's findings and compiled form as they were; its tables change as for
+ * ReviseCPTsByCaseFile_bn. */
+typedef struct learner_bn learner_bn;
+typedef enum { COUNTING_LEARNING = 1, EM_LEARNING = 3, GRADIENT_ASCENT_LEARNING = 4 } learn_method_bn;
+
+/* A learner of `env` using `method` (5702 for another), with at most 1000 iterations, a tolerance
+ * of 1e-5 and one thread.  `options` must be NULL or "" (5707).  NULL on failure. */
+learner_bn* NewLearner_bn(learn_method_bn method, const char* options, environ_vq* env);
+
+/* Sets the most iterations EM makes (1 or more; -1 only queries; 5703).  Returns the previous
+ * value, or -1 on failure. */
+int SetLearnerMaxIters_bn(learner_bn* learner, int max_iters);
+
+/* Sets the relative change of the objective at which EM stops (above 0; -1 only queries; 5704).
+ * Returns the previous value, or -1 on failure. */
+double SetLearnerMaxTol_bn(learner_bn* learner, double log_likelihood_tol);
+
+/* Sets the number of threads EM shares the cases among (1 to 256; -1 only queries; 5705).
+ * Returns the previous value, or -1 on failure. */
+int SetLearnerThreads_bn(learner_bn* learner, int threads);
+
+/* Learns the CPTs of `nodes` (nature and disconnected nodes of one net; others are skipped) from
+ * every case of `cases`, each case weighted by `degree` (above 0, 5706) times its file's degree
+ * and its NumCases.  All or nothing: on a failure every table stays as it was.  Errors: those of
+ * ReviseCPTsByCaseFile_bn, 3387 (no cases), 3389 (halted), 2115 (a file of the caseset was
+ * deleted), and those of compiling the net. */
+void LearnCPTs_bn(learner_bn* learner, const nodelist_bn* nodes, const caseset_cs* cases, double degree);
+
+/* The number of EM iterations of the learner's last run (1 for counting), or -1 on failure. */
+int GetLearnerIterations_bn(const learner_bn* learner);
+
+/* The objective at iteration `iteration` (0 for the first) of the last EM run, or UNDEF_DBL when
+ * there is no such iteration. */
+double GetLearnerLogLikelihood_bn(const learner_bn* learner, int iteration);
+
+/* Frees the learner; its handle becomes invalid. */
+void DeleteLearner_bn(learner_bn* learner);
+
+/* The net tester scores how well a net predicts its test nodes.  For each case, the test nodes and
+ * the unobserved nodes are hidden and every other value of the case is entered as a finding (in a
+ * working copy: the net's own findings stay as they were); each test node whose value the case
+ * gives is then scored by its beliefs b and actual state a:
+ *   error rate: the weight of cases whose most probable state (the lowest of equal ones) is not a,
+ *     over the weight of the cases scored;
+ *   logarithmic loss: the mean of -ln b[a] (b[a] taken as at least 1e-300);
+ *   quadratic (Brier) loss: the mean of 1 - 2 b[a] + the sum of b[i]^2;
+ *   confusion matrix: the weight of the cases with actual state a and most probable state p.
+ * Each case weighs its NumCases times its file's degree; cases impossible in the net are not
+ * scored.  The scores add up over every caseset tested. */
+typedef struct tester_bn tester_bn;
+
+/* A tester of the nodes `test_nodes`, hiding also `unobsv_nodes` (may be NULL), all of one net
+ * (5708).  `tests` must be -1 (reserved).  NULL on failure. */
+tester_bn* NewNetTester_bn(const nodelist_bn* test_nodes, const nodelist_bn* unobsv_nodes, int tests);
+
+/* Scores the net on every case of `cases` (the net is compiled in the working copies as needed;
+ * its tables are used as they stand now).  Errors: 3631 (a test node was deleted), 3391 (halted),
+ * those of case files, and those of compiling. */
+void TestWithCaseset_bn(tester_bn* test, caseset_cs* cases);
+
+/* The scores of test node `node` (5709 when it is not one), or -1 on failure; UNDEF_DBL when no
+ * case gave its value. */
+double GetTestErrorRate_bn(tester_bn* test, node_bn* node);
+double GetTestLogLoss_bn(tester_bn* test, node_bn* node);
+double GetTestQuadraticLoss_bn(tester_bn* test, node_bn* node);
+
+/* The weight of cases in which test node `node` was in state `actual` and its most probable
+ * state was `predicted` (5710 for a state out of range); -1 on failure. */
+double GetTestConfusion_bn(tester_bn* test, node_bn* node, state_bn predicted, state_bn actual);
+
+/* Sets the number of threads the tester shares the cases among (1 to 256; -1 only queries;
+ * 5705).  Returns the previous value, or -1 on failure. */
+int SetNetTesterThreads_bn(tester_bn* test, int threads);
+
+/* Frees the tester; its handle becomes invalid. */
+void DeleteNetTester_bn(tester_bn* test);
 
 #ifdef __cplusplus
 }

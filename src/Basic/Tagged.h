@@ -16,6 +16,8 @@ inline constexpr uint16_t NODELIST_TYPE = 0x94A5;
 inline constexpr uint16_t FILESPEC_TYPE = 0x94B1;
 inline constexpr uint16_t CASESET_TYPE = 0x94B4;
 inline constexpr uint16_t RANDGEN_TYPE = 0x9492;
+inline constexpr uint16_t LEARNER_TYPE = 0x94B6;
+inline constexpr uint16_t NET_TESTER_TYPE = 0x94B7;
 // Shared by several kinds of object: while being constructed, and after deletion.
 inline constexpr uint16_t BUILDING_TYPE = 0x9583;
 inline constexpr uint16_t DELETED_TYPE = 0x9584;

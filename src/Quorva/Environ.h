@@ -52,6 +52,8 @@ class Environ : public EnvCore {
   CaseFormat caseFormat;
   CaseCursors caseCursors;
   std::vector<std::unique_ptr<Caseset>> casesets;
+  // Learners and net testers; a deleted one stays as a shell until the close.
+  std::vector<std::shared_ptr<Tagged>> learnObjects;
   // Frees everything the environment owns and marks it closed.
   void close();
 };

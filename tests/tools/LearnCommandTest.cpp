@@ -1,0 +1,153 @@
+// `quorva learn` and `quorva test` run as processes: the learnt tables are the same for any
+// number of threads and agree with the engine's own learning, the test scores hang together, and
+// wrong command lines exit with 2 and failures with 1.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "Quorva.h"
+#include "Support/EnvFixture.h"
+
+namespace {
+
+const std::string SRC = QUORVA_SOURCE_DIR;
+const std::string ASIA = SRC + "/examples/asia.bif", ASIA_CASES = SRC + "/examples/asia_cases.txt";
+
+struct ToolRun {
+  int status = -1;
+  std::string out, err;
+};
+
+std::string slurp(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream s;
+  s << in.rdbuf();
+  return s.str();
+}
+
+class LearnCommandTest : public EnvTest {
+ protected:
+  void SetUp() override {
+    EnvTest::SetUp();
+    char dir[] = "/tmp/quorva_learn_XXXXXX";
+    ASSERT_NE(mkdtemp(dir), nullptr);
+    tmp = dir;
+  }
+  void TearDown() override {
+    std::system(("rm -rf '" + tmp + "'").c_str());
+    EnvTest::TearDown();
+  }
+  ToolRun quorva(const std::vector<std::string>& args) {
+    const std::string out = tmp + "/stdout", err = tmp + "/stderr";
+    pid_t pid = fork();
+    if (pid == 0) {
+      if (!freopen(out.c_str(), "w", stdout) || !freopen(err.c_str(), "w", stderr)) _exit(127);
+      std::vector<char*> argv{const_cast<char*>(QUORVA_TOOL)};
+      for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
+      argv.push_back(nullptr);
+      execv(QUORVA_TOOL, argv.data());
+      _exit(127);
+    }
+    int status = 0;
+    waitpid(pid, &status, 0);
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, slurp(out), slurp(err)};
+  }
+  // Every CPT entry of the net in `path`, in net order.
+  std::vector<double> cpts(const std::string& path) {
+    stream_vq* s = NewFileStream_vq(path.c_str(), env, nullptr);
+    net_bn* net = ReadNet_bn(s, NO_VISUAL_INFO);
+    DeleteStream_vq(s);
+    std::vector<double> out;
+    const nodelist_bn* nodes = net ? GetNetNodes_bn(net) : nullptr;
+    for (int i = 0; nodes && i < LengthNodeList_bn(nodes); ++i) {
+      int size = 0;
+      GetNodeTable_bn(GetNthNode_bn(nodes, i), "cpt", nullptr, 0, nullptr, &size);
+      std::vector<double> t(static_cast<size_t>(size));
+      GetNodeTable_bn(GetNthNode_bn(nodes, i), "cpt", nullptr, 0, t.data(), &size);
+      out.insert(out.end(), t.begin(), t.end());
+    }
+    return out;
+  }
+  std::string tmp;
+};
+
+TEST_F(LearnCommandTest, em_learns_the_same_tables_on_any_thread_count_and_as_the_engine_does) {
+  ToolRun one = quorva({"learn", ASIA, ASIA_CASES, "-o", tmp + "/one.dne", "--em", "--threads", "1"});
+  ToolRun two = quorva({"learn", ASIA, ASIA_CASES, "-o", tmp + "/two.dne", "--em", "--threads", "2"});
+  ASSERT_EQ(one.status, 0) << one.err;
+  ASSERT_EQ(two.status, 0) << two.err;
+  EXPECT_NE(one.out.find("by EM in"), std::string::npos) << one.out;
+  std::vector<double> a = cpts(tmp + "/one.dne"), b = cpts(tmp + "/two.dne");
+  ASSERT_FALSE(a.empty());
+  EXPECT_EQ(a, b);
+
+  // The engine, from the same net with its tables removed.
+  stream_vq* s = NewFileStream_vq(ASIA.c_str(), env, nullptr);
+  net_bn* net = ReadNet_bn(s, NO_VISUAL_INFO);
+  const nodelist_bn* nodes = GetNetNodes_bn(net);
+  for (int i = 0; i < LengthNodeList_bn(nodes); ++i) DeleteNodeTables_bn(GetNthNode_bn(nodes, i));
+  caseset_cs* cases = NewCaseset_cs("c", env);
+  AddFileToCaseset_cs(cases, NewFileStream_vq(ASIA_CASES.c_str(), env, nullptr), 1, nullptr);
+  learner_bn* l = NewLearner_bn(EM_LEARNING, nullptr, env);
+  LearnCPTs_bn(l, nodes, cases, 1);
+  std::vector<double> engine;
+  for (int i = 0; i < LengthNodeList_bn(nodes); ++i) {
+    int size = 0;
+    GetNodeTable_bn(GetNthNode_bn(nodes, i), "cpt", nullptr, 0, nullptr, &size);
+    std::vector<double> t(static_cast<size_t>(size));
+    GetNodeTable_bn(GetNthNode_bn(nodes, i), "cpt", nullptr, 0, t.data(), &size);
+    engine.insert(engine.end(), t.begin(), t.end());
+  }
+  ASSERT_EQ(engine.size(), a.size());
+  for (size_t i = 0; i < a.size(); ++i) EXPECT_NEAR(a[i], engine[i], 1e-6) << i;
+}
+
+// The JSON scores hang together: the confusion matrix holds every scored case, the error rate is
+// its off-diagonal share, and the losses lie in their ranges.
+TEST_F(LearnCommandTest, test_json_scores_agree_with_the_confusion_matrix) {
+  ToolRun r = quorva({"test", ASIA, ASIA_CASES, "--nodes", "lung_cancer,smoking", "--json", "--threads", "2"});
+  ASSERT_EQ(r.status, 0) << r.err;
+  nlohmann::json j = nlohmann::json::parse(r.out);
+  ASSERT_EQ(j["nodes"].size(), 2u);
+  for (const auto& n : j["nodes"]) {
+    double total = 0, right = 0;
+    const auto& m = n["confusion"];
+    for (size_t a = 0; a < m.size(); ++a)
+      for (size_t p = 0; p < m[a].size(); ++p) {
+        total += m[a][p].get<double>();
+        if (a == p) right += m[a][p].get<double>();
+      }
+    ASSERT_GT(total, 0);
+    EXPECT_NEAR(n["error_rate"].get<double>(), 1 - right / total, 1e-12) << n["name"];
+    EXPECT_GE(n["log_loss"].get<double>(), 0);
+    EXPECT_GE(n["quadratic_loss"].get<double>(), 0);
+    EXPECT_LE(n["quadratic_loss"].get<double>(), 2);
+  }
+}
+
+TEST_F(LearnCommandTest, wrong_command_lines_exit_with_two_and_failures_with_one) {
+  struct Case {
+    std::vector<std::string> args;
+    int status;
+    const char* said;
+  } cases[] = {
+      {{"learn", ASIA, ASIA_CASES}, 2, "--out is required"},
+      {{"test", ASIA, ASIA_CASES}, 2, "--nodes is required"},
+      {{"learn", ASIA, ASIA_CASES, "-o", "x.dne", "--max-iterations", "0"}, 2, "--max-iterations"},
+      {{"learn", ASIA, "/no/such/cases.txt", "-o", "x.dne"}, 1, "couldn't open file '/no/such/cases.txt'"},
+      {{"test", ASIA, ASIA_CASES, "--nodes", "nowhere"}, 1, "has no node named 'nowhere'"},
+  };
+  for (const Case& c : cases) {
+    ToolRun r = quorva(c.args);
+    EXPECT_EQ(r.status, c.status) << c.said << ": " << r.err;
+    EXPECT_NE(r.err.find(c.said), std::string::npos) << r.err;
+  }
+}
+
+}  // namespace
