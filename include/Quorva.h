@@ -874,6 +874,7 @@ double GetSensvBeliefChangeVariance_bn(sensv_bn* sensv, const node_bn* wiggle, s
  * Returns 0, or -1 on failure (the outputs are then left as they were). */
 int GetSensvBeliefRange_bn(sensv_bn* sensv, const node_bn* wiggle, state_bn target_state, double* min_belief,
                            double* max_belief);
+
 /* ===================================================================== learning tables from cases */
 /* Counting learning keeps each learnt node's CPT as counts: per parent configuration (row) and
  * state, the weighted number of cases seen, on top of the prior.  The CPT row is the counts over

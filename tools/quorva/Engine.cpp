@@ -174,6 +174,8 @@ Env::~Env() {
 bool Env::flush(errseverity_vq least, std::FILE* out) {
   bool error = false;
   for (report_vq* r = GetError_vq(env_, least, nullptr); r; r = GetError_vq(env_, least, r)) {
+    // Every plain case file gets notice 2450 (no format version): it says nothing to a user.
+    if (ErrorNumber_vq(r) == 2450 && ErrorSeverity_vq(r) < WARNING_ERR) continue;
     std::fprintf(out, "quorva: %s\n", recordText(r).c_str());
     error = error || ErrorSeverity_vq(r) >= ERROR_ERR;
   }
