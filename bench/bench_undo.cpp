@@ -1,0 +1,66 @@
+// Recording undo for CPT row edits: the time per edit and the bytes per record, on nets of very
+// different sizes (the record of a row edit must not grow with the net).
+#include <benchmark/benchmark.h>
+
+#include <string>
+#include <vector>
+
+#include "BN/Net/Bnet.h"
+#include "Quorva.h"
+#include "Quorva/Handles.h"
+
+namespace {
+
+struct Env {
+  environ_vq* env = NewQuorvaEnviron_vq(nullptr, nullptr, nullptr);
+  Env() { InitQuorva2_bn(env, nullptr); }
+  ~Env() { CloseQuorva_bn(env, nullptr); }
+};
+
+const char* const NETS[] = {"asia", "alarm", "Link"};
+
+// Edits one CPT row of the net's node with the most parents, 10,000 times per run, undo on.
+void BM_UndoCptRowEdit(benchmark::State& state) {
+  Env e;
+  std::string path = std::string(QUORVA_SOURCE_DIR) + "/tests/data/" + NETS[state.range(0)] + ".bif";
+  stream_vq* s = NewFileStream_vq(path.c_str(), e.env, nullptr);
+  net_bn* net = ReadNet_bn(s, NO_VISUAL_INFO);
+  DeleteStream_vq(s);
+  if (!net) {
+    state.SkipWithError("net not read");
+    return;
+  }
+  const nodelist_bn* nodes = GetNetNodes_bn(net);
+  node_bn* node = GetNthNode_bn(nodes, 0);
+  for (int i = 0; i < LengthNodeList_bn(nodes); ++i)
+    if (LengthNodeList_bn(GetNodeParents_bn(GetNthNode_bn(nodes, i))) > LengthNodeList_bn(GetNodeParents_bn(node)))
+      node = GetNthNode_bn(nodes, i);
+  std::vector<state_bn> ps(static_cast<size_t>(LengthNodeList_bn(GetNodeParents_bn(node))), 0);
+  std::vector<prob_bn> row(static_cast<size_t>(GetNodeNumberStates_bn(node)), 0.0f);
+  const int edits = 10000;
+  SetNetNumUndos_bn(net, edits, -1, nullptr);
+  quorva::UndoHistory& history = quorva::asNet(net)->undo;
+  double bytesPerRecord = 0;
+  for (auto _ : state) {
+    for (int i = 0; i < edits; ++i) {
+      row.assign(row.size(), 0.0f);
+      row[static_cast<size_t>(i) % row.size()] = 1.0f;
+      SetNodeProbs_bn(node, ps.data(), row.data());
+    }
+    state.PauseTiming();
+    bytesPerRecord = static_cast<double>(history.bytes()) / static_cast<double>(history.undoCount());
+    SetNetNumUndos_bn(net, 0, 0, nullptr);
+    SetNetNumUndos_bn(net, edits, -1, nullptr);
+    state.ResumeTiming();
+  }
+  state.SetItemsProcessed(state.iterations() * edits);
+  state.counters["nodes"] = LengthNodeList_bn(nodes);
+  state.counters["bytes_per_record"] = bytesPerRecord;
+  state.counters["s_per_edit"] =
+      benchmark::Counter(static_cast<double>(state.iterations() * edits), benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+}
+BENCHMARK(BM_UndoCptRowEdit)->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+
+BENCHMARK_MAIN();

@@ -1,0 +1,203 @@
+// Undo and redo: the limits and their refusals, trimming, and long random edit sequences on real
+// nets undone and redone back to the very text the net had before each edit.
+#include <functional>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "BN/Net/Bnet.h"
+#include "Quorva/Handles.h"
+#include "Support/NetSnapshot.h"
+
+namespace {
+
+class UndoTest : public NetTest {
+ protected:
+  net_bn* read(const char* file) {
+    stream_vq* s = NewFileStream_vq(dataPath(file).c_str(), env, nullptr);
+    net_bn* net = ReadNet_bn(s, NO_VISUAL_INFO);
+    DeleteStream_vq(s);
+    return net;
+  }
+  static quorva::UndoHistory& history(net_bn* net) { return quorva::asNet(net)->undo; }
+  // The net's file text with each node's finding code: what an undo must give back exactly.
+  std::string text(net_bn* net) {
+    std::string out = netText(net, env, "undo");
+    const nodelist_bn* nodes = GetNetNodes_bn(net);
+    for (int i = 0; i < LengthNodeList_bn(nodes); ++i) out += std::to_string(GetNodeFinding_bn(GetNthNode_bn(nodes, i))) + ",";
+    return out;
+  }
+};
+
+TEST_F(UndoTest, RefusedLimitsAndCallsLeaveTheHistoryAsItWas) {
+  net_bn* net = NewNet_bn("N", env);
+  node_bn* a = NewNode_bn("A", 2, net);
+  struct Case {
+    std::function<void()> call;
+    int number;
+    std::string text;
+  } cases[] = {
+      {[&] { SetNetNumUndos_bn(net, -1, -1, nullptr); }, 3595,
+       "can't turn on undoing, because both the number of undos and the amount of undo memory are set to zero"},
+      {[&] { SetNetNumUndos_bn(net, -2, 100, nullptr); }, 5250,
+       "argument 'count_limit' must not be negative (unless it is -1), but it is -2"},
+      {[&] { SetNetNumUndos_bn(net, 5, -0.5, nullptr); }, 5251,
+       "argument 'memory_limit' must not be negative (unless it is -1), but it is -0.5"},
+      {[&] { SetNetNumUndos_bn(net, 5, 100, "fast"); }, 5252,
+       "argument 'options' must be empty or null (0) with this version of Quorva, but it is:  fast"},
+      {[&] { UndoNetLastOper_vq(net, 0); }, 5253, "argument 'to_when' must be -1 with this version of Quorva"},
+      {[&] { RedoNetOper_vq(net, 3.5); }, 5253, "argument 'to_when' must be -1 with this version of Quorva"},
+  };
+  for (const Case& c : cases) {
+    expectRefused(net, c.call, c.number, c.text);
+    EXPECT_FALSE(history(net).on()) << c.text;
+  }
+  // Off by default: edits record nothing.
+  SetNodeTitle_bn(a, "first");
+  EXPECT_FALSE(UndoNetLastOper_vq(net, -1));
+  EXPECT_STREQ(GetNodeTitle_bn(a), "first");
+}
+
+TEST_F(UndoTest, LimitsTrimOldestFirstAndZeroBothTurnsUndoOff) {
+  net_bn* net = NewNet_bn("N", env);
+  node_bn* a = NewNode_bn("A", 2, net);
+  SetNetNumUndos_bn(net, 10, -1, nullptr);
+  const char* titles[] = {"t1", "t2", "t3", "t4", "t5"};
+  for (const char* t : titles) SetNodeTitle_bn(a, t);
+  EXPECT_EQ(history(net).undoCount(), 5u);
+  SetNetNumUndos_bn(net, 2, -1, nullptr);  // keeps the 2 newest
+  EXPECT_TRUE(UndoNetLastOper_vq(net, -1));
+  EXPECT_TRUE(UndoNetLastOper_vq(net, -1));
+  EXPECT_FALSE(UndoNetLastOper_vq(net, -1));
+  EXPECT_STREQ(GetNodeTitle_bn(a), "t3");
+  EXPECT_TRUE(RedoNetOper_vq(net, -1));
+  EXPECT_STREQ(GetNodeTitle_bn(a), "t4");
+  // A new edit empties the redo history.
+  SetNodeTitle_bn(a, "new");
+  EXPECT_FALSE(RedoNetOper_vq(net, -1));
+  SetNetNumUndos_bn(net, 0, 0, nullptr);
+  EXPECT_EQ(history(net).undoCount(), 0u);
+  EXPECT_FALSE(UndoNetLastOper_vq(net, -1));
+  ASSERT_EQ(lastError(), nullptr);
+}
+
+TEST_F(UndoTest, MemoryLimitKeepsOnlyTheNewestRecordsThatFit) {
+  net_bn* net = read("alarm.bif");
+  ASSERT_NE(net, nullptr);
+  node_bn* n = GetNodeNamed_bn("HR", net);
+  SetNetNumUndos_bn(net, 0, 1e9, nullptr);
+  std::vector<size_t> bytes{history(net).bytes()};
+  const float rows[][3] = {{0.1f, 0.2f, 0.7f}, {0.3f, 0.3f, 0.4f}, {0.5f, 0.25f, 0.25f}};
+  const state_bn ps[] = {0, 1};
+  for (const auto& row : rows) {
+    SetNodeProbs_bn(n, ps, row);
+    bytes.push_back(history(net).bytes());
+  }
+  // Each row edit saves one row: the records grow by the same small amount each time.
+  size_t one = bytes[1] - bytes[0];
+  EXPECT_GT(one, 3 * sizeof(float));
+  EXPECT_LT(one, 200u);
+  EXPECT_EQ(bytes[3] - bytes[2], one);
+  SetNetNumUndos_bn(net, -1, static_cast<double>(2 * one), nullptr);
+  EXPECT_EQ(history(net).undoCount(), 2u);
+  EXPECT_TRUE(UndoNetLastOper_vq(net, -1));
+  EXPECT_TRUE(UndoNetLastOper_vq(net, -1));
+  EXPECT_FALSE(UndoNetLastOper_vq(net, -1));
+  EXPECT_FLOAT_EQ(GetNodeProbs_bn(n, ps)[0], rows[0][0]);
+  // A structural edit saves the whole net: much more than a row.
+  SetNetNumUndos_bn(net, -1, 1e9, nullptr);
+  size_t before = history(net).bytes();
+  DeleteNode_bn(GetNodeNamed_bn("CO", net));
+  EXPECT_GT(history(net).bytes() - before, 50 * one);
+}
+
+// One random edit through the API; some are refused (a cycle, a contradicting finding).
+void randomEdit(net_bn* net, std::mt19937& rng, int step) {
+  const nodelist_bn* nodes = GetNetNodes_bn(net);
+  int count = LengthNodeList_bn(nodes);
+  auto pick = [&](int n) { return static_cast<int>(rng() % static_cast<unsigned>(n)); };
+  node_bn* n = GetNthNode_bn(nodes, pick(count));
+  int states = GetNodeNumberStates_bn(n);
+  const nodelist_bn* parents = GetNodeParents_bn(n);
+  int numParents = LengthNodeList_bn(parents);
+  std::string name = "U" + std::to_string(step);
+  switch (pick(10)) {
+    case 0:
+    case 1: {
+      std::vector<state_bn> ps;
+      for (int p = 0; p < numParents; ++p) ps.push_back(pick(GetNodeNumberStates_bn(GetNthNode_bn(parents, p))));
+      std::vector<prob_bn> row(static_cast<size_t>(states), 0.0f);
+      row[static_cast<size_t>(pick(states))] = 1.0f;
+      SetNodeProbs_bn(n, ps.data(), row.data());
+      break;
+    }
+    case 2: EnterFinding_bn(n, pick(states)); break;
+    case 3: RetractNodeFindings_bn(n); break;
+    case 4: SetNodeTitle_bn(n, name.c_str()); break;
+    case 5: SetNodeStateName_bn(n, pick(states), name.c_str()); break;
+    case 6: {
+      node_bn* added = NewNode_bn(name.c_str(), 2, net);
+      AddLink_bn(n, added);
+      break;
+    }
+    case 7: AddLink_bn(GetNthNode_bn(nodes, pick(count)), n); break;
+    case 8:
+      if (numParents > 0) DeleteLink_bn(pick(numParents), n);
+      break;
+    case 9:
+      if (count > 5) DeleteNode_bn(n);
+      break;
+  }
+}
+
+TEST_F(UndoTest, RandomEditsUndoAndRedoToTheExactTextsOfRealNets) {
+  for (const char* file : {"asia.bif", "alarm.bif"}) {
+    net_bn* net = read(file);
+    ASSERT_NE(net, nullptr) << file;
+    SetNetNumUndos_bn(net, 100000, -1, nullptr);
+    std::mt19937 rng(7);
+    std::vector<std::string> before, after;
+    for (int step = 0; step < 300; ++step) {
+      std::string was = text(net);
+      size_t records = history(net).undoCount();
+      randomEdit(net, rng, step);
+      ClearErrors_vq(env, INTERNAL_ERR);
+      if (history(net).undoCount() == records) {
+        EXPECT_EQ(text(net), was) << file << " step " << step << ": changed without a record";
+        continue;
+      }
+      before.push_back(was);
+      after.push_back(text(net));
+    }
+    ASSERT_GT(before.size(), 200u) << file;
+    for (size_t i = before.size(); i-- > 0;) {
+      ASSERT_TRUE(UndoNetLastOper_vq(net, -1)) << file << " undo " << i;
+      ASSERT_EQ(text(net), before[i]) << file << " undo " << i;
+    }
+    EXPECT_FALSE(UndoNetLastOper_vq(net, -1));
+    for (size_t i = 0; i < after.size(); ++i) {
+      ASSERT_TRUE(RedoNetOper_vq(net, -1)) << file << " redo " << i;
+      ASSERT_EQ(text(net), after[i]) << file << " redo " << i;
+    }
+    EXPECT_FALSE(RedoNetOper_vq(net, -1));
+    // The net still compiles and updates after all that.
+    CompileNet_bn(net);
+    EXPECT_EQ(lastError(), nullptr) << file;
+  }
+}
+
+TEST_F(UndoTest, UndoTextNamesTheOperation) {
+  net_bn* net = NewNet_bn("N", env);
+  SetNetNumUndos_bn(net, 5, -1, nullptr);
+  NewNode_bn("A", 2, net);
+  std::string said;
+  quorva::Bnet& n = *quorva::asNet(net);
+  ASSERT_TRUE(n.undo.undo(n, &said));
+  EXPECT_EQ(said, "Undoing new node.\n");
+  EXPECT_EQ(GetNodeNamed_bn("A", net), nullptr);
+  ASSERT_TRUE(n.undo.redo(n, &said));
+  EXPECT_EQ(said, "Redoing new node.\n");
+  EXPECT_NE(GetNodeNamed_bn("A", net), nullptr);
+}
+
+}  // namespace
