@@ -123,28 +123,64 @@ void randomEdit(net_bn* net, std::mt19937& rng, int step) {
   const nodelist_bn* parents = GetNodeParents_bn(n);
   int numParents = LengthNodeList_bn(parents);
   std::string name = "U" + std::to_string(step);
-  switch (pick(10)) {
+  std::vector<state_bn> ps;
+  for (int p = 0; p < numParents; ++p) ps.push_back(pick(GetNodeNumberStates_bn(GetNthNode_bn(parents, p))));
+  std::vector<prob_bn> row(static_cast<size_t>(states), 0.0f);
+  switch (pick(24)) {
     case 0:
-    case 1: {
-      std::vector<state_bn> ps;
-      for (int p = 0; p < numParents; ++p) ps.push_back(pick(GetNodeNumberStates_bn(GetNthNode_bn(parents, p))));
-      std::vector<prob_bn> row(static_cast<size_t>(states), 0.0f);
+    case 1:
+    case 2:
       row[static_cast<size_t>(pick(states))] = 1.0f;
       SetNodeProbs_bn(n, ps.data(), row.data());
       break;
-    }
-    case 2: EnterFinding_bn(n, pick(states)); break;
-    case 3: RetractNodeFindings_bn(n); break;
-    case 4: SetNodeTitle_bn(n, name.c_str()); break;
-    case 5: SetNodeStateName_bn(n, pick(states), name.c_str()); break;
-    case 6: NewNode_bn(name.c_str(), 2, net); break;
-    case 7: AddLink_bn(GetNthNode_bn(nodes, pick(count)), n); break;
-    case 8:
+    case 3: EnterFinding_bn(n, pick(states)); break;
+    case 4: RetractNodeFindings_bn(n); break;
+    case 5: SetNodeTitle_bn(n, name.c_str()); break;
+    case 6: SetNodeStateName_bn(n, pick(states), name.c_str()); break;
+    case 7: NewNode_bn(name.c_str(), 2 + pick(2), net); break;
+    case 8: AddLink_bn(GetNthNode_bn(nodes, pick(count)), n); break;
+    case 9:
       if (numParents > 0) DeleteLink_bn(pick(numParents), n);
       break;
-    case 9:
+    case 10:
       if (count > 5) DeleteNode_bn(n);
       break;
+    case 11:
+      if (states > 2) RemoveNodeState_bn(n, pick(states));
+      else AddNodeStates_bn(n, -1, nullptr, 1, -1);
+      break;
+    case 12: {
+      std::vector<state_bn> order;
+      for (int i = states; i-- > 0;) order.push_back(i);
+      ReorderNodeStates_bn(n, order.data());
+      break;
+    }
+    case 13: {
+      std::vector<level_bn> levels;
+      for (int i = 0; i < states; ++i) levels.push_back(step + i);
+      SetNodeLevels_bn(n, states, levels.data());
+      break;
+    }
+    case 14: SetNodeExperience_bn(n, ps.data(), 1 + step); break;
+    case 15: DeleteNodeTables_bn(n); break;
+    case 16:
+      for (prob_bn& p : row) p = static_cast<prob_bn>(pick(3)) / 2.0f;
+      EnterNodeLikelihood_bn(n, row.data());
+      break;
+    case 17: RetractNetFindings_bn(net); break;
+    case 18: SetNodeComment_bn(n, name.c_str()); break;
+    case 19: SetNodeKind_bn(n, static_cast<nodekind_bn>(1 + pick(3))); break;
+    case 20: AddNodeToNodeset_bn(n, pick(2) ? "S1" : "S2"); break;
+    case 21: SetNodeName_bn(n, name.c_str()); break;
+    case 22: SetNodeFuncState_bn(n, ps.data(), pick(states)); break;
+    case 23: {
+      nodelist_bn* one = NewNodeList2_bn(0, net);
+      AddNodeToList_bn(n, one, -1);
+      nodelist_bn* copies = CopyNodes_bn(one, net, nullptr);
+      DeleteNodeList_bn(one);
+      if (copies) DeleteNodeList_bn(copies);
+      break;
+    }
   }
 }
 
@@ -155,7 +191,7 @@ TEST_F(UndoTest, RandomEditsUndoAndRedoToTheExactTextsOfRealNets) {
     SetNetNumUndos_bn(net, 100000, -1, nullptr);
     std::mt19937 rng(7);
     std::vector<std::string> before, after;
-    for (int step = 0; step < 300; ++step) {
+    for (int step = 0; step < 600; ++step) {
       std::string was = text(net);
       size_t records = history(net).undoCount();
       randomEdit(net, rng, step);
@@ -168,7 +204,7 @@ TEST_F(UndoTest, RandomEditsUndoAndRedoToTheExactTextsOfRealNets) {
       before.push_back(was);
       after.push_back(text(net));
     }
-    ASSERT_GT(before.size(), 200u) << file;
+    ASSERT_GT(before.size(), 300u) << file;
     for (size_t i = before.size(); i-- > 0;) {
       ASSERT_TRUE(UndoNetLastOper_vq(net, -1)) << file << " undo " << i;
       ASSERT_EQ(text(net), before[i]) << file << " undo " << i;
