@@ -18,11 +18,13 @@ enum class EditKind {
 
 // What an edit declares, when it opens, that it may change; the undo record saves just that.
 struct UndoScope {
-  enum Part { WholeNet, NodeTables, CptRow, NodeFinding, AllFindings };
+  enum Part { WholeNet, NodeTexts, NodeTables, CptRow, NodeFinding, AllFindings };
   Part part = WholeNet;
   Bnode* node = nullptr;
   const int* parentStates = nullptr;  // for CptRow: one per parent, EVERY_STATE allowed
 
+  // Name, title, comment, equation, state names, titles and comments, user fields.
+  static UndoScope texts(Bnode& n) { return {NodeTexts, &n, nullptr}; }
   static UndoScope tables(Bnode& n) { return {NodeTables, &n, nullptr}; }
   static UndoScope cptRow(Bnode& n, const int* ps) { return {CptRow, &n, ps}; }
   static UndoScope finding(Bnode& n) { return {NodeFinding, &n, nullptr}; }

@@ -178,6 +178,43 @@ class NetRecord : public UndoRecord {
   size_t bytes_ = 0;
 };
 
+// One node's texts: everything of it that no table, link or finding depends on.
+class TextsRecord : public UndoRecord {
+ public:
+  explicit TextsRecord(Bnode& n)
+      : node_(&n), name_(n.name), title_(n.title), comment_(n.comment), equation_(n.equation),
+        eqnDirty_(n.eqnDirty), userFields_(n.userFields), stateNames_(n.stateNames),
+        stateTitles_(n.stateTitles), stateComments_(n.stateComments) {}
+
+  void apply(Bnet& net) override {
+    bool renamed = name_ != node_->name;
+    std::swap(name_, node_->name);
+    std::swap(title_, node_->title);
+    std::swap(comment_, node_->comment);
+    std::swap(equation_, node_->equation);
+    std::swap(eqnDirty_, node_->eqnDirty);
+    std::swap(userFields_, node_->userFields);
+    std::swap(stateNames_, node_->stateNames);
+    std::swap(stateTitles_, node_->stateTitles);
+    std::swap(stateComments_, node_->stateComments);
+    if (renamed) net.reindex();
+  }
+  size_t size() const override {
+    size_t n = sizeof(TextsRecord) + textBytes(name_) + textBytes(title_) + textBytes(comment_) +
+               textBytes(equation_) + textBytes(stateNames_) + textBytes(stateTitles_) + textBytes(stateComments_);
+    for (size_t i = 0; i < userFields_.size(); ++i)
+      n += textBytes(userFields_.nth(i)->first) + textBytes(userFields_.nth(i)->second);
+    return n;
+  }
+
+ private:
+  Bnode* node_;
+  std::string name_, title_, comment_, equation_;
+  bool eqnDirty_;
+  UserFields userFields_;
+  std::vector<std::string> stateNames_, stateTitles_, stateComments_;
+};
+
 // One node's tables (and whether they match its equation).
 class TablesRecord : public UndoRecord {
  public:
@@ -271,6 +308,8 @@ std::unique_ptr<UndoRecord> saveBefore(Bnet& net, const UndoScope& scope) {
         return std::make_unique<CptRowRecord>(*scope.node, static_cast<size_t>(row));
       return std::make_unique<TablesRecord>(*scope.node);
     }
+    case UndoScope::NodeTexts:
+      return std::make_unique<TextsRecord>(*scope.node);
     case UndoScope::NodeTables:
       return std::make_unique<TablesRecord>(*scope.node);
     case UndoScope::NodeFinding:
