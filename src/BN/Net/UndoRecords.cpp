@@ -34,6 +34,27 @@ bool sameFinding(const Finding& a, const Finding& b) {
          a.calibration == b.calibration && a.action == b.action;
 }
 
+bool sameTable(const PotTable& a, const PotTable& b) {
+  if (a.isAllocated() != b.isAllocated()) return false;
+  if (!a.isAllocated()) return true;
+  return a.nodes() == b.nodes() && a.dims() == b.dims() && a.factor() == b.factor() &&
+         std::memcmp(a.data(), b.data(), a.size() * sizeof(float)) == 0;
+}
+bool sameTables(const NodeTables& a, const NodeTables& b) {
+  return sameTable(a.cpt, b.cpt) && sameTable(a.func, b.func) && sameTable(a.exper, b.exper) && a.funcReal == b.funcReal;
+}
+bool sameFields(const UserFields& a, const UserFields& b) {
+  if (a.size() != b.size()) return false;
+  for (size_t i = 0; i < a.size(); ++i)
+    if (*a.nth(i) != *b.nth(i)) return false;
+  return true;
+}
+bool sameLinks(const std::vector<Link>& a, const std::vector<Link>& b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const Link& x, const Link& y) {
+    return x.parent == y.parent && x.inputName == y.inputName && x.delays == y.delays;
+  });
+}
+
 // Everything of a node that edits change and files keep; swapped whole with the live node.
 struct NodeImage {
   Bnode* node = nullptr;
@@ -110,6 +131,16 @@ struct NodeImage {
     swap(persistence, n.persistence);
   }
 
+  bool sameAs(const Bnode& n) const {
+    return deleted == n.deleted && name == n.name && title == n.title && comment == n.comment &&
+           equation == n.equation && eqnDirty == n.eqnDirty && sameFields(userFields, n.userFields) &&
+           kind == n.kind && type == n.type && measure == n.measure && numStates == n.numStates &&
+           stateNames == n.stateNames && stateTitles == n.stateTitles && stateComments == n.stateComments &&
+           levels == n.levels && sameLinks(parents, n.parents) && children == n.children &&
+           sameTables(tables, n.tables) && sameFinding(finding, n.finding) && visX == n.visX &&
+           visY == n.visY && nodesets == n.nodesets && persistence == n.persistence;
+  }
+
   size_t size() const {
     size_t n = sizeof(NodeImage) + textBytes(name) + textBytes(title) + textBytes(comment) +
                textBytes(equation) + textBytes(stateNames) + textBytes(stateTitles) +
@@ -122,7 +153,8 @@ struct NodeImage {
   }
 };
 
-// The whole net: its own fields, its node order, and every node that was or becomes live.
+// The whole net: its own fields, its node order, and every node that was or becomes live.  Auto
+// updating is a setting the caller switches as it works, not an edit, and is left as it is.
 class NetRecord : public UndoRecord {
  public:
   explicit NetRecord(Bnet& net) {
@@ -133,7 +165,6 @@ class NetRecord : public UndoRecord {
     title_ = net.title;
     comment_ = net.comment;
     userFields_ = net.userFields;
-    autoUpdate_ = net.autoUpdate;
     hasVisual_ = net.hasVisual;
     elimOrder_ = net.elimOrder;
     nodesets_ = net.nodesets;
@@ -151,7 +182,6 @@ class NetRecord : public UndoRecord {
     std::swap(title_, net.title);
     std::swap(comment_, net.comment);
     std::swap(userFields_, net.userFields);
-    std::swap(autoUpdate_, net.autoUpdate);
     std::swap(hasVisual_, net.hasVisual);
     std::swap(elimOrder_, net.elimOrder);
     std::swap(nodesets_, net.nodesets);
@@ -160,6 +190,14 @@ class NetRecord : public UndoRecord {
   }
 
   size_t size() const override { return bytes_; }
+  bool unchanged(const Bnet& net) const override {
+    bool same = nodes_ == net.nodes && name_ == net.name && title_ == net.title && comment_ == net.comment &&
+                sameFields(userFields_, net.userFields) && hasVisual_ == net.hasVisual && elimOrder_ == net.elimOrder &&
+                nodesets_.size() == net.nodesets.size();
+    for (size_t i = 0; same && i < nodesets_.size(); ++i)
+      same = nodesets_[i].name == net.nodesets[i].name && nodesets_[i].color == net.nodesets[i].color;
+    return same && std::all_of(images_.begin(), images_.end(), [](const NodeImage& im) { return im.sameAs(*im.node); });
+  }
 
  private:
   void recount() {
@@ -173,7 +211,7 @@ class NetRecord : public UndoRecord {
   std::vector<Bnode*> nodes_, elimOrder_;
   std::string name_, title_, comment_;
   UserFields userFields_;
-  bool autoUpdate_ = true, hasVisual_ = false;
+  bool hasVisual_ = false;
   std::vector<Nodeset> nodesets_;
   size_t bytes_ = 0;
 };
@@ -228,6 +266,9 @@ class TablesRecord : public UndoRecord {
     std::swap(eqnDirty_, node_->eqnDirty);
   }
   size_t size() const override { return sizeof(TablesRecord) + tablesBytes(tables_); }
+  bool unchanged(const Bnet&) const override {
+    return eqnDirty_ == node_->eqnDirty && sameTables(tables_, node_->tables);
+  }
 
  private:
   Bnode* node_;

@@ -210,6 +210,7 @@ TEST_F(UndoTest, RandomEditsUndoAndRedoToTheExactTextsOfRealNets) {
       }
       before.push_back(was);
       after.push_back(text(net));
+      EXPECT_NE(after.back(), was) << file << " step " << step << ": a record of no change";
     }
     ASSERT_GT(before.size(), 300u) << file;
     for (size_t i = before.size(); i-- > 0;) {
