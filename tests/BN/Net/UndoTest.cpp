@@ -240,6 +240,45 @@ TEST_F(UndoTest, RandomEditsUndoAndRedoToTheExactTextsOfRealNets) {
   }
 }
 
+// Undoing in a compiled net brings back the beliefs the net had, whatever the edit dropped.
+TEST_F(UndoTest, CompiledNetUpdatesToTheBeliefsBeforeTheUndoneEdit) {
+  net_bn* net = read("asia.bif");
+  ASSERT_NE(net, nullptr);
+  node_bn* lung = GetNodeNamed_bn("lung_cancer", net);
+  node_bn* xray = GetNodeNamed_bn("positive_XraY", net);
+  const prob_bn row[] = {0.9f, 0.1f};
+  const state_bn yes[] = {0};
+  struct Case {
+    const char* what;
+    std::function<void()> edit;
+  } cases[] = {
+      {"finding", [&] { EnterFinding_bn(xray, 0); }},
+      {"likelihood", [&] { const prob_bn lik[] = {0.2f, 1.0f}; EnterNodeLikelihood_bn(lung, lik); }},
+      {"cpt row", [&] { SetNodeProbs_bn(lung, yes, row); }},
+      {"link", [&] { DeleteLink_bn(0, lung); }},
+      {"node", [&] { DeleteNode_bn(GetNodeNamed_bn("smoking", net)); }},
+  };
+  SetNetNumUndos_bn(net, 10, -1, nullptr);
+  CompileNet_bn(net);
+  std::vector<float> was(GetNodeBeliefs_bn(lung), GetNodeBeliefs_bn(lung) + 2);
+  for (const Case& c : cases) {
+    c.edit();
+    CompileNet_bn(net);
+    std::vector<float> edited(GetNodeBeliefs_bn(lung), GetNodeBeliefs_bn(lung) + 2);
+    EXPECT_NE(edited, was) << c.what << " changed nothing the test can see";
+    ASSERT_TRUE(UndoNetLastOper_vq(net, -1)) << c.what;
+    CompileNet_bn(net);
+    const prob_bn* now = GetNodeBeliefs_bn(lung);
+    ASSERT_NE(now, nullptr) << c.what;
+    EXPECT_FLOAT_EQ(now[0], was[0]) << c.what;
+    ASSERT_TRUE(RedoNetOper_vq(net, -1)) << c.what;
+    CompileNet_bn(net);
+    EXPECT_FLOAT_EQ(GetNodeBeliefs_bn(lung)[0], edited[0]) << c.what;
+    ASSERT_TRUE(UndoNetLastOper_vq(net, -1)) << c.what;
+    ASSERT_EQ(lastError(), nullptr) << c.what;
+  }
+}
+
 TEST_F(UndoTest, UndoTextNamesTheOperation) {
   net_bn* net = NewNet_bn("N", env);
   SetNetNumUndos_bn(net, 5, -1, nullptr);
