@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -173,9 +174,10 @@ class NetRecord : public UndoRecord {
 
   void apply(Bnet& net) override {
     // Nodes live now that the image does not hold were made after it: they go back to shells.
+    std::unordered_set<const Bnode*> held;
+    for (const NodeImage& im : images_) held.insert(im.node);
     for (Bnode* n : net.nodes)
-      if (std::none_of(images_.begin(), images_.end(), [n](const NodeImage& im) { return im.node == n; }))
-        images_.emplace_back().node = n;
+      if (!held.count(n)) images_.emplace_back().node = n;
     for (NodeImage& im : images_) im.swapWith(*im.node);
     std::swap(nodes_, net.nodes);
     std::swap(name_, net.name);
