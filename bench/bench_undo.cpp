@@ -65,6 +65,36 @@ void BM_UndoCptRowEdit(benchmark::State& state) {
 }
 BENCHMARK(BM_UndoCptRowEdit)->ArgsProduct({{0, 1, 2}, {0, 1}})->Unit(benchmark::kMillisecond);
 
+// A structural edit saves the whole net: deleting one link of the node with the most parents and
+// undoing it, per net; the record's bytes grow with the net.
+void BM_UndoLinkDelete(benchmark::State& state) {
+  Env e;
+  std::string path = std::string(QUORVA_SOURCE_DIR) + "/tests/data/" + NETS[state.range(0)] + ".bif";
+  stream_vq* s = NewFileStream_vq(path.c_str(), e.env, nullptr);
+  net_bn* net = ReadNet_bn(s, NO_VISUAL_INFO);
+  DeleteStream_vq(s);
+  if (!net) {
+    state.SkipWithError("net not read");
+    return;
+  }
+  const nodelist_bn* nodes = GetNetNodes_bn(net);
+  node_bn* node = GetNthNode_bn(nodes, 0);
+  for (int i = 0; i < LengthNodeList_bn(nodes); ++i)
+    if (LengthNodeList_bn(GetNodeParents_bn(GetNthNode_bn(nodes, i))) > LengthNodeList_bn(GetNodeParents_bn(node)))
+      node = GetNthNode_bn(nodes, i);
+  SetNetNumUndos_bn(net, 10, -1, nullptr);
+  quorva::UndoHistory& history = quorva::asNet(net)->undo;
+  double bytes = 0;
+  for (auto _ : state) {
+    DeleteLink_bn(0, node);
+    bytes = static_cast<double>(history.bytes());
+    UndoNetLastOper_vq(net, -1);
+  }
+  state.counters["nodes"] = LengthNodeList_bn(nodes);
+  state.counters["bytes_per_record"] = bytes;
+}
+BENCHMARK(BM_UndoLinkDelete)->DenseRange(0, 2)->Unit(benchmark::kMicrosecond);
+
 }  // namespace
 
 BENCHMARK_MAIN();
