@@ -1009,6 +1009,27 @@ int SetNetTesterThreads_bn(tester_bn* test, int threads);
 /* Frees the tester; its handle becomes invalid. */
 void DeleteNetTester_bn(tester_bn* test);
 
+/* ---- Undo and redo of net edits ----
+ * Each net keeps its own history of edits: adding, deleting and copying nodes, links, states,
+ * kinds, names and texts, node tables, and findings.  A new net keeps no history (undo is off)
+ * until SetNetNumUndos_bn gives it a limit.  Undoing and redoing record nothing themselves; a new
+ * edit after an undo empties the redo history. */
+
+/* Sets the most edits kept (`count_limit`) and the most bytes their records may take
+ * (`memory_limit`, a whole number); -1 keeps a limit as it is.  A zero limit does not bind while
+ * the other is non-zero; both zero turns undo off and discards the history.  Lowering a limit
+ * drops the oldest records at once.  `options` must be NULL or "".  Errors: 5250 (count below
+ * -1), 5251 (memory negative, other than -1), 5252 (options), 3595 (both kept at zero: undo
+ * can't be turned on); a refusal leaves the limits and history as they were. */
+void SetNetNumUndos_bn(net_bn* net, int count_limit, double memory_limit, const char* options);
+
+/* Undoes the net's last edit; FALSE when there is none to undo.  `to_when` must be -1 (5253).
+ * 3596 when a record no longer fits the net (the history is then discarded). */
+bool_vq UndoNetLastOper_vq(net_bn* net, double to_when);
+
+/* Redoes the edit undone last; FALSE when there is none.  `to_when` must be -1 (5253). */
+bool_vq RedoNetOper_vq(net_bn* net, double to_when);
+
 #ifdef __cplusplus
 }
 #endif

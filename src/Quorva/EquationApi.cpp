@@ -16,7 +16,7 @@ void SetNodeEquation_bn(node_bn* node, const char* eqn) {
     std::string text = eqn ? eqn : "";
     // A text that does not parse is refused before anything changes.
     if (!text.empty()) parseEquation(&f.env(), eqnSourceOf(nd, text));
-    NetEdit edit(*nd.net, "set node equation", EditKind::Text);
+    NetEdit edit(*nd.net, "set node equation", EditKind::Text, UndoScope::texts(nd));
     if (text != nd.equation) nd.eqnDirty = !text.empty();  // the tables no longer follow it
     nd.equation = std::move(text);
     edit.commit();

@@ -13,7 +13,7 @@ using namespace quorva;
 namespace {
 void setNodeText(ApiFrame& f, const node_bn* h, std::string Bnode::*field, const char* text) {
   Bnode& node = f.node(h);
-  NetEdit edit(*node.net, "set node text", EditKind::Text);
+  NetEdit edit(*node.net, "set node text", EditKind::Text, UndoScope::texts(node));
   node.*field = text ? text : "";
   edit.commit();
 }

@@ -10,6 +10,7 @@
 #include "BN/Net/Bnet.h"
 #include "BN/Findings/FindingErrors.h"
 #include "BN/Net/Listeners.h"
+#include "BN/Net/NetEdit.h"
 #include "BN/Tables/NodeTables.h"
 #include "Basic/Format.h"
 #include "Basic/Raise.h"
@@ -197,8 +198,10 @@ void enterState(Bnode& n, int state, bool replace, bool check, bool action) {
   Finding next;
   next.state = state;
   next.action = action;
+  NetEdit edit(*n.net, "enter finding", EditKind::Findings, UndoScope::finding(n));
   if (!installPossible(n, std::move(next))) engError(env, err::FindingInconsistentModel, name);
   changed(n);
+  edit.commit();
 }
 
 void enterLikelihood(Bnode& n, const float* lik, bool action) {
@@ -233,9 +236,11 @@ void enterLikelihood(Bnode& n, const float* lik, bool action) {
   combined.likelihood = std::move(next);
   combined.calibration = f.calibration;
   combined.action = action;
+  NetEdit edit(*n.net, "enter likelihood", EditKind::Findings, UndoScope::finding(n));
   if (!installPossible(n, std::move(combined)))
     refuseLikelihood(n, "it is inconsistent with findings for other >-node-s, according to this model");
   changed(n);
+  edit.commit();
 }
 
 void enterNot(Bnode& n, int state) {
@@ -288,9 +293,11 @@ void enterValue(Bnode& n, double v, bool action) {
   next.state = state >= 0 ? state : UNDEF_STATE_VALUE;
   next.value = v;
   next.action = action;
+  NetEdit edit(*n.net, "enter value", EditKind::Findings, UndoScope::finding(n));
   if (!installPossible(n, std::move(next)))
     refuseValue(n, v, "it is inconsistent with previous findings, according to this model");
   changed(n);
+  edit.commit();
 }
 
 void enterCalibration(Bnode& n, const float* probs) {
@@ -306,8 +313,10 @@ void enterCalibration(Bnode& n, const float* probs) {
   if (p == n.finding.calibration) return;
   Finding next = n.finding;
   next.calibration = std::move(p);
+  NetEdit edit(*n.net, "enter calibration", EditKind::Findings, UndoScope::finding(n));
   n.finding = std::move(next);
   changed(n);
+  edit.commit();
 }
 
 void enterInterval(Bnode& n, double low, double high) {
@@ -352,15 +361,19 @@ void enterGaussian(Bnode& n, double mean, double sd) {
 
 void retractNode(Bnode& n) {
   if (n.finding.empty() && !n.finding.action) return;
+  NetEdit edit(*n.net, "retract findings", EditKind::Findings, UndoScope::finding(n));
   n.finding = Finding();
   changed(n);
+  edit.commit();
 }
 
 void retractNet(Bnet& net) {
+  NetEdit edit(net, "retract net findings", EditKind::Findings, UndoScope::findings());
   FindingBatch batch(net);
   for (Bnode* n : net.nodes)
     if (n->kind != CONSTANT) retractNode(*n);
   batch.commit();
+  edit.commit();
 }
 
 }  // namespace quorva

@@ -86,7 +86,7 @@ FamilyCounts readCounts(Bnode& node) {
 
 void storeCounts(const FamilyCounts& c) {
   Bnode& node = *c.node;
-  NetEdit edit(*node.net, "revise CPTs", EditKind::Tables);
+  NetEdit edit(*node.net, "revise CPTs", EditKind::Tables, UndoScope::tables(node));
   PotTable& cpt = ensureCpt(node);
   PotTable& exper = ensureExper(node);
   cpt.setFactor(1.0);

@@ -86,8 +86,14 @@ Nodeset* Bnet::findNodeset(const std::string& setName) {
   return nullptr;
 }
 
+void Bnet::reindex() {
+  byName_.clear();
+  for (Bnode* n : nodes) byName_.emplace(n->name, n);
+}
+
 void Bnet::becomeDeleted() {
   deleted = 1;
+  undo.clear();
   edited();
   jt.reset();
   tag = static_cast<uint16_t>(tag | 0x0100);  // still a net, flagged as gone

@@ -8,6 +8,7 @@
 
 #include "BN/Net/Bnode.h"
 #include "BN/Net/NodeList.h"
+#include "BN/Net/UndoHistory.h"
 #include "Basic/RandomGen.h"
 #include "Basic/Tagged.h"
 #include "Basic/UserFields.h"
@@ -85,6 +86,9 @@ class Bnet : public Tagged {
   bool beliefsCurrent() const { return juncStep >= 5; }
   std::vector<std::shared_ptr<Listener>> listeners;
   mutable std::string nodesetsRead;  // the text GetAllNodesets_bn hands out
+  UndoHistory undo;
+  // Rebuilds the name index from the live nodes, after an undo brought back another set.
+  void reindex();
   // Deletes every node (not just to shells), leaving an empty deleted net.
   void becomeDeleted();
 

@@ -1,15 +1,34 @@
-// Closing an edit: drop what the change made stale.
+// Opening an edit: save what it may change; closing it: keep the record and drop what the change
+// made stale.
 #include "BN/Net/NetEdit.h"
 
 #include "BN/Net/Bnet.h"
+#include "BN/Net/UndoRecords.h"
 
 namespace quorva {
 
+NetEdit::NetEdit(Bnet& net, const char* what, EditKind kind, UndoScope scope)
+    : net_(net), what_(what), kind_(kind) {
+  if (net.undo.recording()) record_ = saveBefore(net, scope);
+  net.undo.opened();
+  counted_ = true;
+}
+
+NetEdit::~NetEdit() {
+  if (counted_) net_.undo.closed();
+}
+
 void NetEdit::commit() {
-  // The undo history records the edit here once the net keeps one.
   if (kind_ == EditKind::Structure) net_.uncompile();
   if (kind_ == EditKind::Tables) net_.tablesChanged();
-  if (kind_ != EditKind::Tables) net_.edited();
+  if (kind_ == EditKind::Structure || kind_ == EditKind::Text) net_.edited();
+  if (record_) {
+    record_->what = what_;
+    record_->kind = kind_;
+    net_.undo.closed();
+    counted_ = false;
+    net_.undo.push(net_, std::move(record_));
+  }
 }
 
 }  // namespace quorva

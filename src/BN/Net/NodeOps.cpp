@@ -54,7 +54,7 @@ void renameNode(Bnode& node, const char* name) {
   std::string checked = checkedName(net.env, name, "name");
   if (checked == node.name) return;
   if (net.nameTaken(checked)) engError(net.env, err::NameUsed, checked, net.name);
-  NetEdit edit(net, "rename node", EditKind::Text);
+  NetEdit edit(net, "rename node", EditKind::Text, UndoScope::texts(node));
   net.renameNode(node, checked);
   edit.commit();
 }

@@ -78,7 +78,7 @@ void setStateName(Bnode& node, int state, const char* name) {
   if (names.empty()) names = defaultNames(node.numStates, {name});
   names[static_cast<size_t>(state)] = name;
   checkNames(env, names, "state_name");
-  NetEdit edit(*node.net, "set state name", EditKind::Text);
+  NetEdit edit(*node.net, "set state name", EditKind::Text, UndoScope::texts(node));
   node.stateNames = std::move(names);
   edit.commit();
 }
@@ -92,7 +92,7 @@ void setStateNames(Bnode& node, const char* text) {
       argError(env, err::StateNamesCount, static_cast<int>(names.size()), node.numStates);
     checkNames(env, names, "state_names");
   }
-  NetEdit edit(*node.net, "set state names", EditKind::Text);
+  NetEdit edit(*node.net, "set state names", EditKind::Text, UndoScope::texts(node));
   node.stateNames = std::move(names);
   edit.commit();
 }
@@ -101,7 +101,7 @@ namespace {
 void setStateText(Bnode& node, int state, const char* text, std::vector<std::string>& list,
                   const char* what) {
   checkStateIndex(node, state);
-  NetEdit edit(*node.net, what, EditKind::Text);
+  NetEdit edit(*node.net, what, EditKind::Text, UndoScope::texts(node));
   if (list.empty()) list.resize(static_cast<size_t>(node.numStates));
   list[static_cast<size_t>(state)] = text ? text : "";
   edit.commit();

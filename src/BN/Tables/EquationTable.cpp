@@ -387,7 +387,7 @@ void equationToTable(Bnode& node, const EquationTableOptions& opt) {
   else
     finishFunc(node, plan, run, t);
 
-  NetEdit edit(*node.net, "table from equation", EditKind::Tables);
+  NetEdit edit(*node.net, "table from equation", EditKind::Tables, UndoScope::tables(node));
   if (t.func) {
     node.tables.clear();
     node.tables.func = std::move(t.main);

@@ -60,7 +60,7 @@ float readRowValue(const PotTable& t, const Bnode& node, const int* ps) {
 void setProbs(Bnode& node, const int* ps, const float* probs) {
   if (!node.hasStates()) engError(envOf(node), err::ProbsNotDiscrete, node.name);
   checkParentStates(node, ps, true);
-  NetEdit edit(*node.net, "set probabilities", EditKind::Tables);
+  NetEdit edit(*node.net, "set probabilities", EditKind::Tables, UndoScope::cptRow(node, ps));
   PotTable& t = ensureCpt(node);
   t.setFactor(1.0);
   size_t n = t.rowLength();
@@ -82,7 +82,7 @@ void setFuncState(Bnode& node, const int* ps, int state) {
   checkParentStates(node, ps, true);
   if (state < 0 || state >= node.numStates)
     argError(envOf(node), err::FuncStateRange, state, node.numStates - 1, node.name, node.numStates);
-  NetEdit edit(*node.net, "set function table", EditKind::Tables);
+  NetEdit edit(*node.net, "set function table", EditKind::Tables, UndoScope::tables(node));
   setRowValue(node, ensureFunc(node, false), ps, static_cast<float>(state));
   edit.commit();
 }
@@ -90,7 +90,7 @@ void setFuncState(Bnode& node, const int* ps, int state) {
 void setFuncReal(Bnode& node, const int* ps, double value) {
   if (node.type == DISCRETE && node.levels.empty()) engError(envOf(node), err::FuncRealNoLevels, node.name);
   checkParentStates(node, ps, true);
-  NetEdit edit(*node.net, "set function table", EditKind::Tables);
+  NetEdit edit(*node.net, "set function table", EditKind::Tables, UndoScope::tables(node));
   setRowValue(node, ensureFunc(node, true), ps, std::isnan(value) ? undefFloat() : static_cast<float>(value));
   edit.commit();
 }
@@ -114,7 +114,7 @@ double getFuncReal(const Bnode& node, const int* ps) {
 void setExperience(Bnode& node, const int* ps, double experience) {
   if (experience < 0) argError(envOf(node), err::ExperienceNegative, node.name, experience);
   checkParentStates(node, ps, true);
-  NetEdit edit(*node.net, "set experience", EditKind::Tables);
+  NetEdit edit(*node.net, "set experience", EditKind::Tables, UndoScope::tables(node));
   setRowValue(node, ensureExper(node), ps, static_cast<float>(experience));
   edit.commit();
 }
@@ -126,7 +126,7 @@ double getExperience(const Bnode& node, const int* ps) {
 }
 
 void deleteTables(Bnode& node) {
-  NetEdit edit(*node.net, "delete tables", EditKind::Tables);
+  NetEdit edit(*node.net, "delete tables", EditKind::Tables, UndoScope::tables(node));
   node.tables.clear();
   edit.commit();
 }
@@ -162,7 +162,7 @@ bool holds(const Bnode& node, WhichTable which) {
 
 void removeTable(Bnode& node, WhichTable which) {
   if (!holds(node, which)) return;
-  NetEdit edit(*node.net, "remove table", EditKind::Tables);
+  NetEdit edit(*node.net, "remove table", EditKind::Tables, UndoScope::tables(node));
   tableOf(node, which).freeData();
   edit.commit();
 }
@@ -207,7 +207,7 @@ void writeTable(Bnode& node, WhichTable which, const int* ps, const double* valu
   if (which == WhichTable::Exper)
     for (size_t i = 0; i < rows.size(); ++i)
       if (values[i] < 0) argError(envOf(node), err::ExperienceNegative, node.name, values[i]);
-  NetEdit edit(*node.net, "set table", EditKind::Tables);
+  NetEdit edit(*node.net, "set table", EditKind::Tables, UndoScope::tables(node));
   PotTable& t = which == WhichTable::Cpt     ? ensureCpt(node)
                 : which == WhichTable::Exper ? ensureExper(node)
                                              : ensureFunc(node, which == WhichTable::FuncReal);

@@ -1,0 +1,368 @@
+// Undo records: before-images of parts of a net, swapped with the net's present state.
+#include "BN/Net/UndoRecords.h"
+
+#include <algorithm>
+#include <cstring>
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
+#include "BN/Net/Bnet.h"
+#include "BN/Net/UndoErrors.h"
+#include "BN/Tables/NodeTables.h"
+#include "Basic/Raise.h"
+#include "Quorva.h"
+
+namespace quorva {
+
+namespace {
+
+size_t textBytes(const std::string& s) { return s.capacity() > 15 ? s.capacity() : 0; }
+size_t textBytes(const std::vector<std::string>& v) {
+  size_t n = v.capacity() * sizeof(std::string);
+  for (const std::string& s : v) n += textBytes(s);
+  return n;
+}
+size_t tableBytes(const PotTable& t) { return t.isAllocated() ? t.size() * sizeof(float) : 0; }
+size_t tablesBytes(const NodeTables& t) { return tableBytes(t.cpt) + tableBytes(t.func) + tableBytes(t.exper); }
+size_t findingBytes(const Finding& f) {
+  return sizeof(Finding) + (f.likelihood.capacity() + f.calibration.capacity()) * sizeof(float);
+}
+
+bool sameValue(double a, double b) { return a == b || (a != a && b != b); }
+bool sameFinding(const Finding& a, const Finding& b) {
+  return a.state == b.state && sameValue(a.value, b.value) && a.likelihood == b.likelihood &&
+         a.calibration == b.calibration && a.action == b.action;
+}
+
+bool sameTable(const PotTable& a, const PotTable& b) {
+  if (a.isAllocated() != b.isAllocated()) return false;
+  if (!a.isAllocated()) return true;
+  return a.nodes() == b.nodes() && a.dims() == b.dims() && a.factor() == b.factor() &&
+         std::memcmp(a.data(), b.data(), a.size() * sizeof(float)) == 0;
+}
+bool sameTables(const NodeTables& a, const NodeTables& b) {
+  return sameTable(a.cpt, b.cpt) && sameTable(a.func, b.func) && sameTable(a.exper, b.exper) && a.funcReal == b.funcReal;
+}
+bool sameFields(const UserFields& a, const UserFields& b) {
+  if (a.size() != b.size()) return false;
+  for (size_t i = 0; i < a.size(); ++i)
+    if (*a.nth(i) != *b.nth(i)) return false;
+  return true;
+}
+bool sameLinks(const std::vector<Link>& a, const std::vector<Link>& b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const Link& x, const Link& y) {
+    return x.parent == y.parent && x.inputName == y.inputName && x.delays == y.delays;
+  });
+}
+
+// Everything of a node that edits change and files keep; swapped whole with the live node.
+struct NodeImage {
+  Bnode* node = nullptr;
+  uint8_t deleted = 1;
+  std::string name, title, comment, equation;
+  bool eqnDirty = false;
+  UserFields userFields;
+  int kind = NATURE, type = DISCRETE, measure = 0, numStates = 0;
+  std::vector<std::string> stateNames, stateTitles, stateComments;
+  std::vector<double> levels;
+  std::vector<Link> parents;
+  std::vector<Bnode*> children;
+  NodeTables tables;
+  Finding finding;
+  double visX = 0, visY = 0;
+  std::vector<std::string> nodesets, persistence;
+
+  static NodeImage of(const Bnode& n) {
+    NodeImage im;
+    im.node = const_cast<Bnode*>(&n);
+    im.deleted = n.deleted;
+    im.name = n.name;
+    im.title = n.title;
+    im.comment = n.comment;
+    im.equation = n.equation;
+    im.eqnDirty = n.eqnDirty;
+    im.userFields = n.userFields;
+    im.kind = n.kind;
+    im.type = n.type;
+    im.measure = n.measure;
+    im.numStates = n.numStates;
+    im.stateNames = n.stateNames;
+    im.stateTitles = n.stateTitles;
+    im.stateComments = n.stateComments;
+    im.levels = n.levels;
+    im.parents = n.parents;
+    im.children = n.children;
+    im.tables = n.tables;
+    im.finding = n.finding;
+    im.visX = n.visX;
+    im.visY = n.visY;
+    im.nodesets = n.nodesets;
+    im.persistence = n.persistence;
+    return im;
+  }
+
+  void swapWith(Bnode& n) {
+    using std::swap;
+    swap(deleted, n.deleted);
+    swap(name, n.name);
+    swap(title, n.title);
+    swap(comment, n.comment);
+    swap(equation, n.equation);
+    swap(eqnDirty, n.eqnDirty);
+    swap(userFields, n.userFields);
+    swap(kind, n.kind);
+    swap(type, n.type);
+    swap(measure, n.measure);
+    swap(numStates, n.numStates);
+    swap(stateNames, n.stateNames);
+    swap(stateTitles, n.stateTitles);
+    swap(stateComments, n.stateComments);
+    swap(levels, n.levels);
+    swap(parents, n.parents);
+    swap(children, n.children);
+    tables.cpt.swap(n.tables.cpt);
+    tables.func.swap(n.tables.func);
+    tables.exper.swap(n.tables.exper);
+    swap(tables.funcReal, n.tables.funcReal);
+    swap(finding, n.finding);
+    swap(visX, n.visX);
+    swap(visY, n.visY);
+    swap(nodesets, n.nodesets);
+    swap(persistence, n.persistence);
+  }
+
+  bool sameAs(const Bnode& n) const {
+    return deleted == n.deleted && name == n.name && title == n.title && comment == n.comment &&
+           equation == n.equation && eqnDirty == n.eqnDirty && sameFields(userFields, n.userFields) &&
+           kind == n.kind && type == n.type && measure == n.measure && numStates == n.numStates &&
+           stateNames == n.stateNames && stateTitles == n.stateTitles && stateComments == n.stateComments &&
+           levels == n.levels && sameLinks(parents, n.parents) && children == n.children &&
+           sameTables(tables, n.tables) && sameFinding(finding, n.finding) && visX == n.visX &&
+           visY == n.visY && nodesets == n.nodesets && persistence == n.persistence;
+  }
+
+  size_t size() const {
+    size_t n = sizeof(NodeImage) + textBytes(name) + textBytes(title) + textBytes(comment) +
+               textBytes(equation) + textBytes(stateNames) + textBytes(stateTitles) +
+               textBytes(stateComments) + textBytes(nodesets) + textBytes(persistence);
+    n += levels.capacity() * sizeof(double) + children.capacity() * sizeof(Bnode*);
+    for (const Link& l : parents) n += sizeof(Link) + textBytes(l.inputName) + textBytes(l.delays);
+    for (size_t i = 0; i < userFields.size(); ++i)
+      n += textBytes(userFields.nth(i)->first) + textBytes(userFields.nth(i)->second);
+    return n + tablesBytes(tables) + findingBytes(finding) - sizeof(Finding);
+  }
+};
+
+// The whole net: its own fields, its node order, and every node that was or becomes live.  Auto
+// updating is a setting the caller switches as it works, not an edit, and is left as it is.
+class NetRecord : public UndoRecord {
+ public:
+  explicit NetRecord(Bnet& net) {
+    images_.reserve(net.nodes.size());
+    for (Bnode* n : net.nodes) images_.push_back(NodeImage::of(*n));
+    nodes_ = net.nodes;
+    name_ = net.name;
+    title_ = net.title;
+    comment_ = net.comment;
+    userFields_ = net.userFields;
+    hasVisual_ = net.hasVisual;
+    elimOrder_ = net.elimOrder;
+    nodesets_ = net.nodesets;
+    recount();
+  }
+
+  void apply(Bnet& net) override {
+    // Nodes live now that the image does not hold were made after it: they go back to shells.
+    std::unordered_set<const Bnode*> held;
+    for (const NodeImage& im : images_) held.insert(im.node);
+    for (Bnode* n : net.nodes)
+      if (!held.count(n)) images_.emplace_back().node = n;
+    for (NodeImage& im : images_) im.swapWith(*im.node);
+    std::swap(nodes_, net.nodes);
+    std::swap(name_, net.name);
+    std::swap(title_, net.title);
+    std::swap(comment_, net.comment);
+    std::swap(userFields_, net.userFields);
+    std::swap(hasVisual_, net.hasVisual);
+    std::swap(elimOrder_, net.elimOrder);
+    std::swap(nodesets_, net.nodesets);
+    net.reindex();
+    recount();
+  }
+
+  size_t size() const override { return bytes_; }
+  bool unchanged(const Bnet& net) const override {
+    bool same = nodes_ == net.nodes && name_ == net.name && title_ == net.title && comment_ == net.comment &&
+                sameFields(userFields_, net.userFields) && hasVisual_ == net.hasVisual && elimOrder_ == net.elimOrder &&
+                nodesets_.size() == net.nodesets.size();
+    for (size_t i = 0; same && i < nodesets_.size(); ++i)
+      same = nodesets_[i].name == net.nodesets[i].name && nodesets_[i].color == net.nodesets[i].color;
+    return same && std::all_of(images_.begin(), images_.end(), [](const NodeImage& im) { return im.sameAs(*im.node); });
+  }
+
+ private:
+  void recount() {
+    bytes_ = sizeof(NetRecord) + nodes_.capacity() * sizeof(Bnode*) + elimOrder_.capacity() * sizeof(Bnode*) +
+             textBytes(title_) + textBytes(comment_);
+    for (const NodeImage& im : images_) bytes_ += im.size();
+    for (const Nodeset& s : nodesets_) bytes_ += sizeof(Nodeset) + textBytes(s.name);
+  }
+
+  std::vector<NodeImage> images_;
+  std::vector<Bnode*> nodes_, elimOrder_;
+  std::string name_, title_, comment_;
+  UserFields userFields_;
+  bool hasVisual_ = false;
+  std::vector<Nodeset> nodesets_;
+  size_t bytes_ = 0;
+};
+
+// One node's texts: everything of it that no table, link or finding depends on.
+class TextsRecord : public UndoRecord {
+ public:
+  explicit TextsRecord(Bnode& n)
+      : node_(&n), name_(n.name), title_(n.title), comment_(n.comment), equation_(n.equation),
+        eqnDirty_(n.eqnDirty), userFields_(n.userFields), stateNames_(n.stateNames),
+        stateTitles_(n.stateTitles), stateComments_(n.stateComments) {}
+
+  void apply(Bnet& net) override {
+    bool renamed = name_ != node_->name;
+    std::swap(name_, node_->name);
+    std::swap(title_, node_->title);
+    std::swap(comment_, node_->comment);
+    std::swap(equation_, node_->equation);
+    std::swap(eqnDirty_, node_->eqnDirty);
+    std::swap(userFields_, node_->userFields);
+    std::swap(stateNames_, node_->stateNames);
+    std::swap(stateTitles_, node_->stateTitles);
+    std::swap(stateComments_, node_->stateComments);
+    if (renamed) net.reindex();
+  }
+  size_t size() const override {
+    size_t n = sizeof(TextsRecord) + textBytes(name_) + textBytes(title_) + textBytes(comment_) +
+               textBytes(equation_) + textBytes(stateNames_) + textBytes(stateTitles_) + textBytes(stateComments_);
+    for (size_t i = 0; i < userFields_.size(); ++i)
+      n += textBytes(userFields_.nth(i)->first) + textBytes(userFields_.nth(i)->second);
+    return n;
+  }
+
+ private:
+  Bnode* node_;
+  std::string name_, title_, comment_, equation_;
+  bool eqnDirty_;
+  UserFields userFields_;
+  std::vector<std::string> stateNames_, stateTitles_, stateComments_;
+};
+
+// One node's tables (and whether they match its equation).
+class TablesRecord : public UndoRecord {
+ public:
+  explicit TablesRecord(Bnode& n) : node_(&n), tables_(n.tables), eqnDirty_(n.eqnDirty) {}
+
+  void apply(Bnet&) override {
+    tables_.cpt.swap(node_->tables.cpt);
+    tables_.func.swap(node_->tables.func);
+    tables_.exper.swap(node_->tables.exper);
+    std::swap(tables_.funcReal, node_->tables.funcReal);
+    std::swap(eqnDirty_, node_->eqnDirty);
+  }
+  size_t size() const override { return sizeof(TablesRecord) + tablesBytes(tables_); }
+  bool unchanged(const Bnet&) const override {
+    return eqnDirty_ == node_->eqnDirty && sameTables(tables_, node_->tables);
+  }
+
+ private:
+  Bnode* node_;
+  NodeTables tables_;
+  bool eqnDirty_;
+};
+
+// One row of a CPT whose factor is 1 (so that rewriting the row leaves the others as they were).
+class CptRowRecord : public UndoRecord {
+ public:
+  CptRowRecord(Bnode& n, size_t row) : node_(&n), row_(row) {
+    const PotTable& t = n.tables.cpt;
+    entries_ = t.size();
+    const float* from = t.data() + row * t.rowLength();
+    values_.assign(from, from + t.rowLength());
+  }
+
+  void apply(Bnet& net) override {
+    PotTable& t = node_->tables.cpt;
+    if (!t.isAllocated() || t.size() != entries_ || t.rowLength() != values_.size())
+      engError(net.env, err::UndoGarbled, static_cast<int>(stamp));
+    t.setFactor(1.0);
+    std::swap_ranges(values_.begin(), values_.end(), t.data() + row_ * t.rowLength());
+  }
+  size_t size() const override { return sizeof(CptRowRecord) + values_.capacity() * sizeof(float); }
+  bool unchanged(const Bnet&) const override {
+    const PotTable& t = node_->tables.cpt;
+    return t.factor() == 1.0 && std::memcmp(values_.data(), t.data() + row_ * t.rowLength(),
+                                            values_.size() * sizeof(float)) == 0;
+  }
+
+ private:
+  Bnode* node_;
+  size_t row_;
+  size_t entries_;
+  std::vector<float> values_;
+};
+
+// The findings of one node or of all.
+class FindingsRecord : public UndoRecord {
+ public:
+  explicit FindingsRecord(std::vector<Bnode*> nodes) {
+    for (Bnode* n : nodes) saved_.emplace_back(n, n->finding);
+  }
+
+  void apply(Bnet&) override {
+    for (auto& [n, f] : saved_) std::swap(f, n->finding);
+  }
+  size_t size() const override {
+    size_t n = sizeof(FindingsRecord);
+    for (const auto& s : saved_) n += sizeof(Bnode*) + findingBytes(s.second);
+    return n;
+  }
+  bool unchanged(const Bnet&) const override {
+    return std::all_of(saved_.begin(), saved_.end(), [](const auto& s) { return sameFinding(s.second, s.first->finding); });
+  }
+
+ private:
+  std::vector<std::pair<Bnode*, Finding>> saved_;
+};
+
+// The CPT row that `ps` names when it names exactly one, else -1.
+long singleRow(const Bnode& n, const int* ps) {
+  if (!ps && !n.parents.empty()) return -1;
+  for (size_t i = 0; i < n.parents.size(); ++i)
+    if (ps[i] < 0) return -1;
+  return static_cast<long>(n.parents.empty() ? 0 : rowOffset(n, ps));
+}
+
+}  // namespace
+
+std::unique_ptr<UndoRecord> saveBefore(Bnet& net, const UndoScope& scope) {
+  switch (scope.part) {
+    case UndoScope::CptRow: {
+      const PotTable& t = scope.node->tables.cpt;
+      long row = singleRow(*scope.node, scope.parentStates);
+      if (row >= 0 && t.isAllocated() && t.factor() == 1.0)
+        return std::make_unique<CptRowRecord>(*scope.node, static_cast<size_t>(row));
+      return std::make_unique<TablesRecord>(*scope.node);
+    }
+    case UndoScope::NodeTexts:
+      return std::make_unique<TextsRecord>(*scope.node);
+    case UndoScope::NodeTables:
+      return std::make_unique<TablesRecord>(*scope.node);
+    case UndoScope::NodeFinding:
+      return std::make_unique<FindingsRecord>(std::vector<Bnode*>{scope.node});
+    case UndoScope::AllFindings:
+      return std::make_unique<FindingsRecord>(net.nodes);
+    case UndoScope::WholeNet:
+      break;
+  }
+  return std::make_unique<NetRecord>(net);
+}
+
+}  // namespace quorva
