@@ -91,8 +91,9 @@ class TableParser {
       if (states[i] < 0) break;
       const Bnode& p = *node_.parents[i].parent;
       if (i) out += ", ";
-      out += p.stateNames.empty() ? "#" + std::to_string(states[i])
-                                  : p.stateNames[static_cast<size_t>(states[i])];
+      // A table may hold more groups than the parent has states: those are named by number.
+      const size_t s = static_cast<size_t>(states[i]);
+      out += s < p.stateNames.size() ? p.stateNames[s] : "#" + std::to_string(states[i]);
     }
     return out;
   }

@@ -275,6 +275,8 @@ TEST_F(DnetReaderTest, NodeAndTableFaultsAreLocated) {
       {probs + "((0.5, 0.5), (0.5, 0.5);};",
        "only 2 close parenthesis (but should be 3) within table entry [] of node B" + inProbs + "31"},
       {probs + "((0.5 0.5), (0.5, 0.5));};", "missing comma (,) in table entry [a0] of node B" + inProbs + "15"},
+      {probs + "((0.5, 0.5), (0.5, 0.5), (0.5 0.5));};",  // a group beyond the parent's states
+       "missing comma (,) in table entry [#2] of node B" + inProbs + "39"},
       {probs + "((0.5, @maybe), (0.5, 0.5));};", "unknown escape name 'maybe' in table entry [a0] of node B" + inProbs + "16"},
       {probs + "((0.5, 0.5), (0.5, 0.5)));};",
        "extra close parenthesis at end of table entry [] of node B" + inProbs + "33"},
