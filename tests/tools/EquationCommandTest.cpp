@@ -1,6 +1,8 @@
 // How the tools see equations: the view of a node's equation (which `check` and `equation` print)
 // on nets made through the C interface, and `quorva equation` run as a process.
 #include <gtest/gtest.h>
+
+#include "ToolRun.h"
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -79,38 +81,7 @@ TEST_F(EquationViewTest, equation_left_behind_by_an_edit_gives_the_message_and_w
   }
 }
 
-struct ToolRun {
-  int status = -1;
-  std::string out, err;
-};
-
-std::string slurp(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream s;
-  s << in.rdbuf();
-  return s.str();
-}
-
-// quorva with `args`, its output and error through files.
-ToolRun quorva(const std::vector<std::string>& args) {
-  char dir[] = "/tmp/quorva_eqn_XXXXXX";
-  if (!mkdtemp(dir)) return {};
-  const std::string out = std::string(dir) + "/stdout", err = std::string(dir) + "/stderr";
-  pid_t pid = fork();
-  if (pid == 0) {
-    if (!freopen(out.c_str(), "w", stdout) || !freopen(err.c_str(), "w", stderr)) _exit(127);
-    std::vector<char*> argv{const_cast<char*>(QUORVA_TOOL)};
-    for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
-    argv.push_back(nullptr);
-    execv(QUORVA_TOOL, argv.data());
-    _exit(127);
-  }
-  int status = 0;
-  waitpid(pid, &status, 0);
-  ToolRun r{WIFEXITED(status) ? WEXITSTATUS(status) : -1, slurp(out), slurp(err)};
-  std::system(("rm -rf '" + std::string(dir) + "'").c_str());
-  return r;
-}
+ToolRun quorva(const std::vector<std::string>& args) { return runQuorva(args); }
 
 const std::string ASIA = std::string(QUORVA_SOURCE_DIR) + "/examples/asia.dne";
 

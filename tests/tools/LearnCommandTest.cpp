@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "ToolRun.h"
 #include "Quorva.h"
 #include "Support/EnvFixture.h"
 
@@ -18,18 +19,6 @@ namespace {
 
 const std::string SRC = QUORVA_SOURCE_DIR;
 const std::string ASIA = SRC + "/examples/asia.bif", ASIA_CASES = SRC + "/examples/asia_cases.txt";
-
-struct ToolRun {
-  int status = -1;
-  std::string out, err;
-};
-
-std::string slurp(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream s;
-  s << in.rdbuf();
-  return s.str();
-}
 
 class LearnCommandTest : public EnvTest {
  protected:
@@ -43,21 +32,7 @@ class LearnCommandTest : public EnvTest {
     std::system(("rm -rf '" + tmp + "'").c_str());
     EnvTest::TearDown();
   }
-  ToolRun quorva(const std::vector<std::string>& args) {
-    const std::string out = tmp + "/stdout", err = tmp + "/stderr";
-    pid_t pid = fork();
-    if (pid == 0) {
-      if (!freopen(out.c_str(), "w", stdout) || !freopen(err.c_str(), "w", stderr)) _exit(127);
-      std::vector<char*> argv{const_cast<char*>(QUORVA_TOOL)};
-      for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
-      argv.push_back(nullptr);
-      execv(QUORVA_TOOL, argv.data());
-      _exit(127);
-    }
-    int status = 0;
-    waitpid(pid, &status, 0);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, slurp(out), slurp(err)};
-  }
+  ToolRun quorva(const std::vector<std::string>& args) { return runQuorva(args, tmp); }
   // Every CPT entry of the net in `path`, in net order.
   std::vector<double> cpts(const std::string& path) {
     stream_vq* s = NewFileStream_vq(path.c_str(), env, nullptr);

@@ -1,6 +1,8 @@
 // quorva sensitivity run as a process: its rows against mutual information worked out from an
 // enumeration of asia's joint distribution, their order, and its exit statuses.
 #include <gtest/gtest.h>
+
+#include "ToolRun.h"
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -19,37 +21,7 @@ namespace {
 using json = nlohmann::json;
 const std::string ASIA = std::string(QUORVA_SOURCE_DIR) + "/examples/asia.bif";
 
-struct ToolRun {
-  int status = -1;
-  std::string out, err;
-};
-
-std::string slurp(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream s;
-  s << in.rdbuf();
-  return s.str();
-}
-
-ToolRun quorva(const std::vector<std::string>& args) {
-  char dir[] = "/tmp/quorva_sensv_XXXXXX";
-  if (!mkdtemp(dir)) return {};
-  const std::string out = std::string(dir) + "/stdout", err = std::string(dir) + "/stderr";
-  pid_t pid = fork();
-  if (pid == 0) {
-    if (!freopen(out.c_str(), "w", stdout) || !freopen(err.c_str(), "w", stderr)) _exit(127);
-    std::vector<char*> argv{const_cast<char*>(QUORVA_TOOL)};
-    for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
-    argv.push_back(nullptr);
-    execv(QUORVA_TOOL, argv.data());
-    _exit(127);
-  }
-  int status = 0;
-  waitpid(pid, &status, 0);
-  ToolRun r{WIFEXITED(status) ? WEXITSTATUS(status) : -1, slurp(out), slurp(err)};
-  std::system(("rm -rf '" + std::string(dir) + "'").c_str());
-  return r;
-}
+ToolRun quorva(const std::vector<std::string>& args) { return runQuorva(args); }
 
 // I(T; W) in bits given the findings, from the enumerated joint: P(t, w) = P(e, t, w) / P(e).
 double mutualInfo(const ReferenceJoint& ref, std::vector<std::vector<double>> lik, size_t t, size_t w, size_t nt,

@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "Quorva.h"
+#include "ToolRun.h"
 #include "Support/ReferenceJoint.h"
 
 namespace {
@@ -29,13 +30,6 @@ const std::string ASIA_CASES = SRC + "/examples/asia_cases.txt", ALARM = SRC + "
 // "quorva: SEVERITY NUMBER: MESSAGE"
 const std::regex RECORD_LINE("(^|\n)quorva: (warning|error|internal error) [0-9]+: [^\n]+");
 
-std::string slurp(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream s;
-  s << in.rdbuf();
-  return s.str();
-}
-
 std::vector<std::string> lines(const std::string& text) {
   std::vector<std::string> out;
   std::stringstream s(text);
@@ -45,10 +39,7 @@ std::vector<std::string> lines(const std::string& text) {
 
 class ToolTest : public ::testing::Test {
  protected:
-  struct Run {
-    int status = -1;
-    std::string out, err;
-  };
+  using Run = ToolRun;
 
   void SetUp() override {
     char dir[] = "/tmp/quorva_tool_XXXXXX";
@@ -58,21 +49,7 @@ class ToolTest : public ::testing::Test {
   void TearDown() override { std::system(("rm -rf '" + tmp + "'").c_str()); }
 
   // Runs quorva with `args`, standard output and error into files of the temporary directory.
-  Run quorva(const std::vector<std::string>& args) {
-    const std::string out = tmp + "/stdout", err = tmp + "/stderr";
-    pid_t pid = fork();
-    if (pid == 0) {
-      if (!freopen(out.c_str(), "w", stdout) || !freopen(err.c_str(), "w", stderr)) _exit(127);
-      std::vector<char*> argv{const_cast<char*>(QUORVA_TOOL)};
-      for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
-      argv.push_back(nullptr);
-      execv(QUORVA_TOOL, argv.data());
-      _exit(127);
-    }
-    int status = 0;
-    waitpid(pid, &status, 0);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, slurp(out), slurp(err)};
-  }
+  Run quorva(const std::vector<std::string>& args) { return runQuorva(args, tmp); }
 
   json beliefs(const std::vector<std::string>& args) {
     std::vector<std::string> all{"beliefs", "--json"};
