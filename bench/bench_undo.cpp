@@ -19,23 +19,34 @@ struct Env {
 
 const char* const NETS[] = {"asia", "alarm", "Link"};
 
+net_bn* readNet(Env& e, const char* name) {
+  std::string path = std::string(QUORVA_SOURCE_DIR) + "/tests/data/" + name + ".bif";
+  stream_vq* s = NewFileStream_vq(path.c_str(), e.env, nullptr);
+  net_bn* net = ReadNet_bn(s, NO_VISUAL_INFO);
+  DeleteStream_vq(s);
+  return net;
+}
+
+// The first node with the most parents.
+node_bn* mostParents(const nodelist_bn* nodes) {
+  node_bn* node = GetNthNode_bn(nodes, 0);
+  for (int i = 0; i < LengthNodeList_bn(nodes); ++i)
+    if (LengthNodeList_bn(GetNodeParents_bn(GetNthNode_bn(nodes, i))) > LengthNodeList_bn(GetNodeParents_bn(node)))
+      node = GetNthNode_bn(nodes, i);
+  return node;
+}
+
 // Edits one CPT row of the net's node with the most parents, 10,000 times per run; the second
 // argument turns undo on (1) or leaves it off (0) for the cost of the edit alone.
 void BM_UndoCptRowEdit(benchmark::State& state) {
   Env e;
-  std::string path = std::string(QUORVA_SOURCE_DIR) + "/tests/data/" + NETS[state.range(0)] + ".bif";
-  stream_vq* s = NewFileStream_vq(path.c_str(), e.env, nullptr);
-  net_bn* net = ReadNet_bn(s, NO_VISUAL_INFO);
-  DeleteStream_vq(s);
+  net_bn* net = readNet(e, NETS[state.range(0)]);
   if (!net) {
     state.SkipWithError("net not read");
     return;
   }
   const nodelist_bn* nodes = GetNetNodes_bn(net);
-  node_bn* node = GetNthNode_bn(nodes, 0);
-  for (int i = 0; i < LengthNodeList_bn(nodes); ++i)
-    if (LengthNodeList_bn(GetNodeParents_bn(GetNthNode_bn(nodes, i))) > LengthNodeList_bn(GetNodeParents_bn(node)))
-      node = GetNthNode_bn(nodes, i);
+  node_bn* node = mostParents(nodes);
   std::vector<state_bn> ps(static_cast<size_t>(LengthNodeList_bn(GetNodeParents_bn(node))), 0);
   std::vector<prob_bn> row(static_cast<size_t>(GetNodeNumberStates_bn(node)), 0.0f);
   const int edits = 10000;
@@ -69,19 +80,13 @@ BENCHMARK(BM_UndoCptRowEdit)->ArgsProduct({{0, 1, 2}, {0, 1}})->Unit(benchmark::
 // undoing it, per net; the record's bytes grow with the net.
 void BM_UndoLinkDelete(benchmark::State& state) {
   Env e;
-  std::string path = std::string(QUORVA_SOURCE_DIR) + "/tests/data/" + NETS[state.range(0)] + ".bif";
-  stream_vq* s = NewFileStream_vq(path.c_str(), e.env, nullptr);
-  net_bn* net = ReadNet_bn(s, NO_VISUAL_INFO);
-  DeleteStream_vq(s);
+  net_bn* net = readNet(e, NETS[state.range(0)]);
   if (!net) {
     state.SkipWithError("net not read");
     return;
   }
   const nodelist_bn* nodes = GetNetNodes_bn(net);
-  node_bn* node = GetNthNode_bn(nodes, 0);
-  for (int i = 0; i < LengthNodeList_bn(nodes); ++i)
-    if (LengthNodeList_bn(GetNodeParents_bn(GetNthNode_bn(nodes, i))) > LengthNodeList_bn(GetNodeParents_bn(node)))
-      node = GetNthNode_bn(nodes, i);
+  node_bn* node = mostParents(nodes);
   SetNetNumUndos_bn(net, 10, -1, nullptr);
   quorva::UndoHistory& history = quorva::asNet(net)->undo;
   double bytes = 0;
