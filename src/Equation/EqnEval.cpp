@@ -61,6 +61,7 @@ bool evalSpecial(const EqnExpr& e, const double* values, EvalContext& ctx, doubl
     }
     case SPECIAL_SELECT0:
     case SPECIAL_SELECT1: {
+      if (n == 0) return out = eqnInvalid(), report(ctx, f, a, n), true;
       double i = arg(0);
       if (isEqnInvalid(i)) return out = i, true;
       double pos = f.special == SPECIAL_SELECT0 ? i + 1 : i;

@@ -108,10 +108,12 @@ double fDiscretize(const double* a, int n, Ctx&) {
   return count;
 }
 double fSelect0(const double* a, int n, Ctx&) {
+  if (n == 0) return nan();
   double i = a[0];
   return (!isWhole(i) || i < 0 || i >= n - 1) ? nan() : a[static_cast<int>(i) + 1];
 }
 double fSelect1(const double* a, int n, Ctx&) {
+  if (n == 0) return nan();
   double i = a[0];
   return (!isWhole(i) || i < 1 || i > n - 1) ? nan() : a[static_cast<int>(i)];
 }

@@ -261,6 +261,7 @@ const InvalidCase invalids[] = {
     {"0 ^ 0", {}, "error evaluating function:  power (0, 0)"},
     {"select0 (3, 10, 20, 30)", {}, "error evaluating function:  select0 (3, *, *, *)"},
     {"min ()", {}, "error evaluating function:  min ()"},
+    {"select1 ()", {}, "error evaluating function:  select1 ()"},
     {"logit (1)", {}, "error evaluating function:  logit (1)"},
     {"factorial (-1)", {}, "error evaluating function:  factorial (-1)"},
     {"binomial (3, 5)", {}, "error evaluating function:  binomial (3, 5)"},
