@@ -76,8 +76,9 @@ void BM_UndoCptRowEdit(benchmark::State& state) {
 }
 BENCHMARK(BM_UndoCptRowEdit)->ArgsProduct({{0, 1, 2}, {0, 1}})->Unit(benchmark::kMillisecond);
 
-// A structural edit saves the whole net: deleting one link of the node with the most parents and
-// undoing it, per net; the record's bytes grow with the net.
+// A structural edit saves what it touches: deleting one link of the node with the most parents
+// (its links and table, the parent's children) and undoing it, per net; the record's bytes follow
+// that node's table, not the size of the net.
 void BM_UndoLinkDelete(benchmark::State& state) {
   Env e;
   net_bn* net = readNet(e, NETS[state.range(0)]);

@@ -123,7 +123,7 @@ void SetNetElimOrder_bn(net_bn* net, const nodelist_bn* elim_order) {
       order = list.nodes;
     }
     if (order == n.elimOrder) return;
-    NetEdit edit(n, "set elimination order", EditKind::Structure);
+    NetEdit edit(n, "set elimination order", EditKind::Structure, UndoScope::lists());
     n.elimOrder = std::move(order);
     edit.commit();
   });

@@ -11,7 +11,7 @@ using namespace quorva;
 namespace {
 void setNetText(ApiFrame& f, const net_bn* h, std::string Bnet::*field, const char* text) {
   Bnet& net = f.net(h);
-  NetEdit edit(net, "set net text", EditKind::Text);
+  NetEdit edit(net, "set net text", EditKind::Text, UndoScope::netFields());
   net.*field = text ? text : "";
   edit.commit();
 }
@@ -80,7 +80,7 @@ environ_vq* GetNetEnviron_bn(const net_bn* net) {
 void SetNetUserField_bn(net_bn* net, const char* name, const void* data, int length, int kind) {
   apiRun(__func__, envOf(net), [&](ApiFrame& f) {
     Bnet& n = f.net(net);
-    setUserField(f, n, n.userFields, name, data, length, kind);
+    setUserField(f, n, nullptr, n.userFields, name, data, length, kind);
   });
 }
 

@@ -95,7 +95,7 @@ nodetype_bn GetNodeType_bn(const node_bn* node) {
 void SetNodeUserField_bn(node_bn* node, const char* name, const void* data, int length, int kind) {
   apiRun(__func__, envOf(node), [&](ApiFrame& f) {
     Bnode& n = f.node(node);
-    setUserField(f, *n.net, n.userFields, name, data, length, kind);
+    setUserField(f, *n.net, &n, n.userFields, name, data, length, kind);
   });
 }
 

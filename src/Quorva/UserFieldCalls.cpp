@@ -9,13 +9,13 @@
 
 namespace quorva {
 
-void setUserField(ApiFrame& f, Bnet& net, UserFields& fields, const char* name, const void* data,
+void setUserField(ApiFrame& f, Bnet& net, Bnode* node, UserFields& fields, const char* name, const void* data,
                   int length, int kind) {
   Environ& env = f.env();
   std::string field = checkedName(&env, name, "field_name");
   if (kind != 0) argError(&env, err::UserFieldKind, kind);
   if (length < -1) argError(&env, err::UserFieldLength, length);
-  NetEdit edit(net, "set user field", EditKind::Text);
+  NetEdit edit(net, "set user field", EditKind::Text, node ? UndoScope::texts(*node) : UndoScope::netFields());
   if (!data) {
     fields.remove(field);
   } else {

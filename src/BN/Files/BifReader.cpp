@@ -148,7 +148,7 @@ class BifReader {
     std::string name = uniqueName(text, [this](const std::string& n) { return net_->nameTaken(n); });
     Bnode& node = createNode(*net_, name.c_str(), static_cast<int>(var.stateTexts.size()));
     if (name != text) {
-      NetEdit edit(*net_, "set node text", EditKind::Text);
+      NetEdit edit(*net_, "set node text", EditKind::Text, UndoScope::texts(node));
       node.title = text;
       edit.commit();
     }

@@ -73,7 +73,11 @@ void setNodeParents(Bnode& child, std::vector<ParentSlot> slots, bool report) {
       engError(net.env, err::DifferentNets, p.name, child.name, p.net->name, net.name);
     if (child.kind == DISCONNECTED) engError(net.env, err::ChildDisconnected, p.name, child.name);
   }
-  NetEdit edit(net, "set parents", EditKind::Structure);
+  // The child's links and tables change, and the children lists of its old and new parents.
+  UndoScope scope = UndoScope::nodeParts(child, NODE_LINKS | NODE_TABLES);
+  for (const Link& l : child.parents) scope.with(l.parent, NODE_LINKS);
+  for (const ParentSlot& s : slots) scope.with(s.link.parent, NODE_LINKS);
+  NetEdit edit(net, "set parents", EditKind::Structure, std::move(scope));
 
   // Old links that survive unchanged; every other old link goes.
   std::vector<bool> kept(child.parents.size(), false);
@@ -147,7 +151,9 @@ void switchParent(int index, Bnode& child, Bnode* newParent) {
     argError(net.env, err::SwitchStates, old.name, child.name, newParent->name, old.numStates,
              newParent->numStates);
   if (newParent == &old) return;
-  NetEdit edit(net, "switch parent", EditKind::Structure);
+  UndoScope scope = UndoScope::nodeParts(child, NODE_LINKS | NODE_TABLES).with(&old, NODE_LINKS).with(newParent, NODE_LINKS);
+  if (!newParent) scope.withLists();  // a stand-in parent is made
+  NetEdit edit(net, "switch parent", EditKind::Structure, std::move(scope));
   size_t before = net.nodes.size();
   if (!newParent) {
     // A disconnected node stands in for the old parent, with its states, so the table stays.
@@ -184,20 +190,21 @@ void setInputName(Bnode& child, int index, const char* name) {
       if (static_cast<int>(i) != index && child.parents[i].inputName == checked)
         argError(env, err::InputNameUsed, checked, child.name);
   }
-  NetEdit edit(*child.net, "set input name", EditKind::Text);
+  NetEdit edit(*child.net, "set input name", EditKind::Text, UndoScope::nodeParts(child, NODE_LINKS));
   child.parents[static_cast<size_t>(index)].inputName = checked;
   edit.commit();
 }
 
 namespace {
-const std::string& setPerDimension(Bnet& net, std::vector<std::string>& values, int dimension,
-                                   const char* value, const char* what) {
+const std::string& setPerDimension(Bnode& node, unsigned part, std::vector<std::string>& values,
+                                   int dimension, const char* value, const char* what) {
+  Bnet& net = *node.net;
   if (dimension < 0) argError(net.env, err::DimensionNegative, dimension);
   static const std::string none;
   size_t d = static_cast<size_t>(dimension);
   bool query = value && std::string(value) == "~query_only~";
   if (!query) {
-    NetEdit edit(net, what, EditKind::Structure);
+    NetEdit edit(net, what, EditKind::Structure, UndoScope::nodeParts(node, part));
     if (values.size() <= d) values.resize(d + 1);
     values[d] = value ? value : "";
     edit.commit();
@@ -208,12 +215,12 @@ const std::string& setPerDimension(Bnet& net, std::vector<std::string>& values, 
 
 const std::string& setInputDelay(Bnode& child, int index, int dimension, const char* value) {
   checkParentIndex(child, index);
-  return setPerDimension(*child.net, child.parents[static_cast<size_t>(index)].delays, dimension,
+  return setPerDimension(child, NODE_LINKS, child.parents[static_cast<size_t>(index)].delays, dimension,
                          value, "set input delay");
 }
 
 const std::string& setPersistence(Bnode& node, int dimension, const char* value) {
-  return setPerDimension(*node.net, node.persistence, dimension, value, "set persistence");
+  return setPerDimension(node, NODE_REST, node.persistence, dimension, value, "set persistence");
 }
 
 }  // namespace quorva

@@ -163,7 +163,12 @@ std::vector<Bnode*> copyNodes(const std::vector<Bnode*>& nodes, Bnet& into, cons
                  : &into == (nodes.empty() ? nullptr : nodes.front()->net) ? SetMode::Existing
                                                                             : SetMode::NewToo;
   double dx = has(opts, "shift_x") ? 20 : 0, dy = has(opts, "shift_y") ? 20 : 0;
-  NetEdit edit(into, "copy nodes", EditKind::Structure);
+  // Copies are new nodes; parents in this net gain them as children.
+  UndoScope scope = UndoScope::lists();
+  for (const Bnode* from : nodes)
+    if (from)
+      for (const Link& l : from->parents) scope.with(l.parent, NODE_LINKS);
+  NetEdit edit(into, "copy nodes", EditKind::Structure, std::move(scope));
   size_t before = into.nodes.size();
   std::vector<Nodeset> setsBefore = into.nodesets;
   std::map<const Bnode*, Bnode*> copyOf;

@@ -2,10 +2,21 @@
 // made stale.
 #include "BN/Net/NetEdit.h"
 
+#include <algorithm>
+
 #include "BN/Net/Bnet.h"
 #include "BN/Net/UndoRecords.h"
 
 namespace quorva {
+
+UndoScope& UndoScope::with(Bnode* n, unsigned what) {
+  if (n) {
+    auto it = std::find_if(nodes.begin(), nodes.end(), [&](const auto& e) { return e.first == n; });
+    if (it == nodes.end()) nodes.emplace_back(n, what);
+    else it->second |= what;
+  }
+  return *this;
+}
 
 NetEdit::NetEdit(Bnet& net, const char* what, EditKind kind, UndoScope scope)
     : net_(net), what_(what), kind_(kind) {

@@ -2,6 +2,8 @@
 // compiled form, and the listeners all hang here.
 #pragma once
 #include <memory>
+#include <utility>
+#include <vector>
 
 namespace quorva {
 
@@ -16,19 +18,52 @@ enum class EditKind {
   Findings,   // findings: the findings code marks beliefs stale itself
 };
 
+// The parts of a node that an edit may change: its links (parents with their input names and
+// delays, and children), its tables (with whether they follow its equation), and the rest of it
+// (kind, type, states, levels, texts, finding, node sets, position, whether it is deleted).
+enum NodeParts : unsigned { NODE_LINKS = 1, NODE_TABLES = 2, NODE_REST = 4, NODE_ALL = 7 };
+
 // What an edit declares, when it opens, that it may change; the undo record saves just that.
 struct UndoScope {
-  enum Part { WholeNet, NodeTexts, NodeTables, CptRow, NodeFinding, AllFindings };
+  enum Part { WholeNet, NodeTexts, NodeTables, CptRow, NodeFinding, AllFindings, Parts };
   Part part = WholeNet;
   Bnode* node = nullptr;
   const int* parentStates = nullptr;  // for CptRow: one per parent, EVERY_STATE allowed
+  // For Parts: nodes with the parts of each that may change, and which of the net's own fields.
+  std::vector<std::pair<Bnode*, unsigned>> nodes;
+  bool netLists = false;  // the node order (nodes made or deleted), elimination order, node sets
+  bool netTexts = false;  // the name, title, comment, user fields and visual flag
 
   // Name, title, comment, equation, state names, titles and comments, user fields.
-  static UndoScope texts(Bnode& n) { return {NodeTexts, &n, nullptr}; }
-  static UndoScope tables(Bnode& n) { return {NodeTables, &n, nullptr}; }
-  static UndoScope cptRow(Bnode& n, const int* ps) { return {CptRow, &n, ps}; }
-  static UndoScope finding(Bnode& n) { return {NodeFinding, &n, nullptr}; }
-  static UndoScope findings() { return {AllFindings, nullptr, nullptr}; }
+  static UndoScope texts(Bnode& n) { return make(NodeTexts, &n); }
+  static UndoScope tables(Bnode& n) { return make(NodeTables, &n); }
+  static UndoScope cptRow(Bnode& n, const int* ps) { return make(CptRow, &n, ps); }
+  static UndoScope finding(Bnode& n) { return make(NodeFinding, &n); }
+  static UndoScope findings() { return make(AllFindings); }
+  static UndoScope parts() { return make(Parts); }
+  static UndoScope lists() { return parts().withLists(); }
+  static UndoScope netFields() {
+    UndoScope s = parts();
+    s.netTexts = true;
+    return s;
+  }
+  static UndoScope nodeParts(Bnode& n, unsigned what) { return parts().with(&n, what); }
+
+  // Adds a node's parts; a null node, or a node of another net, adds nothing.
+  UndoScope& with(Bnode* n, unsigned what);
+  UndoScope& withLists() {
+    netLists = true;
+    return *this;
+  }
+
+ private:
+  static UndoScope make(Part p, Bnode* n = nullptr, const int* ps = nullptr) {
+    UndoScope s;
+    s.part = p;
+    s.node = n;
+    s.parentStates = ps;
+    return s;
+  }
 };
 
 // Open an edit before the first change and commit it after the last.  An edit that is destroyed

@@ -23,7 +23,7 @@ Bnode& createNode(Bnet& net, const char* name, int numStates) {
   std::string checked = checkedName(net.env, name, "name");
   if (numStates < 0) argError(net.env, err::NegativeNumStates, numStates, net.name);
   if (net.nameTaken(checked)) engError(net.env, err::NameUsed, checked, net.name);
-  NetEdit edit(net, "new node", EditKind::Structure);
+  NetEdit edit(net, "new node", EditKind::Structure, UndoScope::lists());
   Bnode& node = net.addNode(checked, numStates);
   edit.commit();
   fireNetEvent(net, CREATE_EVENT_TYPE, &node);
@@ -34,7 +34,11 @@ void deleteNode(Bnode& node) {
   Bnet& net = *node.net;
   fireNodeEvent(node, REMOVE_EVENT_TYPE);
   if (node.deleted) return;  // a listener deleted it already
-  NetEdit edit(net, "delete node", EditKind::Structure);
+  // The node goes whole; its children lose a dimension, its parents a child.
+  UndoScope scope = UndoScope::lists().with(&node, NODE_ALL);
+  for (Bnode* c : node.children) scope.with(c, NODE_LINKS | NODE_TABLES);
+  for (const Link& l : node.parents) scope.with(l.parent, NODE_LINKS);
+  NetEdit edit(net, "delete node", EditKind::Structure, std::move(scope));
   // The children lose this dimension first, then the node lets go of its own parents.
   while (!node.children.empty()) {
     Bnode& child = *node.children.back();
@@ -65,14 +69,14 @@ void setNodeKind(Bnode& node, int kind) {
   if (kind == ADVERSARY) argError(env, err::KindAdversary, node.name);
   if (kind < NATURE || kind > UTILITY) argError(env, err::KindRange, node.name, kind, int{UTILITY});
   if (kind == node.kind) return;
-  NetEdit edit(*node.net, "set node kind", EditKind::Structure);
+  NetEdit edit(*node.net, "set node kind", EditKind::Structure, UndoScope::nodeParts(node, NODE_REST));
   node.kind = kind;
   edit.commit();
 }
 
 void setNetName(Bnet& net, const char* name) {
   std::string checked = checkedName(net.env, name, "name");
-  NetEdit edit(net, "rename net", EditKind::Text);
+  NetEdit edit(net, "rename net", EditKind::Text, UndoScope::netFields());
   net.name = checked;
   edit.commit();
 }

@@ -38,6 +38,13 @@ void remapFinding(Finding& f, const std::vector<int>& fromOld) {
   remap(f.likelihood, fromOld, 1.0f);
 }
 
+// A change of a node's states changes it and its children's tables.
+UndoScope statesScope(Bnode& node) {
+  UndoScope scope = UndoScope::nodeParts(node, NODE_REST | NODE_TABLES);
+  for (Bnode* c : node.children) scope.with(c, NODE_TABLES);
+  return scope;
+}
+
 void applyStateMap(Bnode& node, const std::vector<int>& fromOld, double fill) {
   tablesFollowStates(node, fromOld, fill);
   remap(node.stateTitles, fromOld, std::string());
@@ -138,7 +145,7 @@ void addStates(Bnode& node, int first, const char* namesText, int count, double 
     checkNames(env, names, "state_names");
   }
   if (count == 0) return;
-  NetEdit edit(*node.net, "add states", EditKind::Structure);
+  NetEdit edit(*node.net, "add states", EditKind::Structure, statesScope(node));
   std::vector<int> fromOld(static_cast<size_t>(n + count), -1);
   for (int i = 0; i < n; ++i) fromOld[static_cast<size_t>(i < first ? i : i + count)] = i;
   if (node.type == CONTINUOUS && !node.levels.empty())
@@ -152,7 +159,7 @@ void removeState(Bnode& node, int state) {
   checkStateIndex(node, state);
   int n = node.numStates;
   if (n == 1 && node.type == DISCRETE) argError(node.net->env, err::RemoveLastState, node.name);
-  NetEdit edit(*node.net, "remove state", EditKind::Structure);
+  NetEdit edit(*node.net, "remove state", EditKind::Structure, statesScope(node));
   std::vector<int> fromOld;
   for (int i = 0; i < n; ++i)
     if (i != state) fromOld.push_back(i);
@@ -181,7 +188,7 @@ void reorderStates(Bnode& node, const int* order) {
     if (seen[static_cast<size_t>(s)]) argError(env, err::ReorderRepeat, node.name, s);
     seen[static_cast<size_t>(s)] = true;
   }
-  NetEdit edit(*node.net, "reorder states", EditKind::Structure);
+  NetEdit edit(*node.net, "reorder states", EditKind::Structure, statesScope(node));
   applyStateMap(node, fromOld, 0.0);
   remap(node.stateNames, fromOld, std::string());
   edit.commit();
@@ -192,7 +199,7 @@ void setLevels(Bnode& node, int count, const double* levels) {
   if (count < 0) argError(env, err::LevelsNegative, node.name, count);
   if (node.type == DISCRETE) {
     if (count != node.numStates) argError(env, err::LevelsDiscreteCount, node.name, node.numStates, count);
-    NetEdit edit(*node.net, "set levels", EditKind::Structure);
+    NetEdit edit(*node.net, "set levels", EditKind::Structure, statesScope(node));
     node.levels = levels ? std::vector<double>(levels, levels + count) : std::vector<double>{};
     edit.commit();
     return;
@@ -204,7 +211,7 @@ void setLevels(Bnode& node, int count, const double* levels) {
       argError(env, err::LevelsNotIncreasing, node.name, static_cast<int>(i), thresholds[i],
                thresholds[i - 1]);
   int newCount = thresholds.empty() ? 0 : count;
-  NetEdit edit(*node.net, "set levels", EditKind::Structure);
+  NetEdit edit(*node.net, "set levels", EditKind::Structure, statesScope(node));
   if (newCount != node.numStates) {
     std::vector<int> fromOld(static_cast<size_t>(newCount), -1);
     std::iota(fromOld.begin(), fromOld.begin() + std::min(newCount, node.numStates), 0);

@@ -81,7 +81,7 @@ void addToNodeset(Bnode& n, const std::string& set) {
   if (isBuiltinNodeset(set)) engError(net.env, err::NodesetAddBuiltin, set);
   if (!net.findNodeset(set)) checkNewNodesetName(net, set);
   if (std::find(n.nodesets.begin(), n.nodesets.end(), set) != n.nodesets.end()) return;
-  NetEdit edit(net, "add to node set", EditKind::Text);
+  NetEdit edit(net, "add to node set", EditKind::Text, UndoScope::lists().with(&n, NODE_REST));
   if (!net.findNodeset(set)) net.nodesets.push_back({set});
   n.nodesets.push_back(set);
   edit.commit();
@@ -91,7 +91,7 @@ void removeFromNodeset(Bnode& n, const std::string& set) {
   Bnet& net = *n.net;
   if (isBuiltinNodeset(set)) engError(net.env, err::NodesetRemoveBuiltin, set);
   if (!net.findNodeset(set)) engError(net.env, err::NodesetMissing, net.name, set);
-  NetEdit edit(net, "remove from node set", EditKind::Text);
+  NetEdit edit(net, "remove from node set", EditKind::Text, UndoScope::nodeParts(n, NODE_REST));
   n.nodesets.erase(std::remove(n.nodesets.begin(), n.nodesets.end(), set), n.nodesets.end());
   edit.commit();
 }
@@ -121,7 +121,7 @@ void reorderNodesets(Bnet& net, const std::string& order) {
   }
   for (const Nodeset& s : net.nodesets)
     if (std::none_of(next.begin(), next.end(), [&](const Nodeset& x) { return x.name == s.name; })) next.push_back(s);
-  NetEdit edit(net, "reorder node sets", EditKind::Text);
+  NetEdit edit(net, "reorder node sets", EditKind::Text, UndoScope::lists());
   net.nodesets = std::move(next);
   edit.commit();
 }
@@ -131,14 +131,14 @@ int setNodesetColor(Bnet& net, const std::string& set, int color) {
   if (!s) {
     if (color < 0) return -1;  // only reading the colour of a set that does not exist
     checkNewNodesetName(net, set);
-    NetEdit edit(net, "new node set", EditKind::Text);
+    NetEdit edit(net, "new node set", EditKind::Text, UndoScope::lists());
     net.nodesets.push_back({set, color});
     edit.commit();
     return -1;
   }
   int before = s->color;
   if (color >= 0 && color != before) {
-    NetEdit edit(net, "node set colour", EditKind::Text);
+    NetEdit edit(net, "node set colour", EditKind::Text, UndoScope::lists());
     s->color = color;
     edit.commit();
   }

@@ -56,90 +56,116 @@ bool sameLinks(const std::vector<Link>& a, const std::vector<Link>& b) {
   });
 }
 
-// Everything of a node that edits change and files keep; swapped whole with the live node.
+// The parts of a node that an edit declared it may change; swapped whole with the live node.
 struct NodeImage {
   Bnode* node = nullptr;
+  unsigned parts = NODE_ALL;
+  // NODE_LINKS
+  std::vector<Link> parents;
+  std::vector<Bnode*> children;
+  // NODE_TABLES
+  NodeTables tables;
+  bool eqnDirty = false;
+  // NODE_REST
   uint8_t deleted = 1;
   std::string name, title, comment, equation;
-  bool eqnDirty = false;
   UserFields userFields;
   int kind = NATURE, type = DISCRETE, measure = 0, numStates = 0;
   std::vector<std::string> stateNames, stateTitles, stateComments;
   std::vector<double> levels;
-  std::vector<Link> parents;
-  std::vector<Bnode*> children;
-  NodeTables tables;
   Finding finding;
   double visX = 0, visY = 0;
   std::vector<std::string> nodesets, persistence;
 
-  static NodeImage of(const Bnode& n) {
+  // What a node made by the edit was before it: a deleted shell.
+  static NodeImage shell(Bnode& n) {
     NodeImage im;
-    im.node = const_cast<Bnode*>(&n);
-    im.deleted = n.deleted;
-    im.name = n.name;
-    im.title = n.title;
-    im.comment = n.comment;
-    im.equation = n.equation;
-    im.eqnDirty = n.eqnDirty;
-    im.userFields = n.userFields;
-    im.kind = n.kind;
-    im.type = n.type;
-    im.measure = n.measure;
-    im.numStates = n.numStates;
-    im.stateNames = n.stateNames;
-    im.stateTitles = n.stateTitles;
-    im.stateComments = n.stateComments;
-    im.levels = n.levels;
-    im.parents = n.parents;
-    im.children = n.children;
-    im.tables = n.tables;
-    im.finding = n.finding;
-    im.visX = n.visX;
-    im.visY = n.visY;
-    im.nodesets = n.nodesets;
-    im.persistence = n.persistence;
+    im.node = &n;
+    return im;
+  }
+
+  static NodeImage of(Bnode& n, unsigned parts) {
+    NodeImage im;
+    im.node = &n;
+    im.parts = parts;
+    if (parts & NODE_LINKS) {
+      im.parents = n.parents;
+      im.children = n.children;
+    }
+    if (parts & NODE_TABLES) {
+      im.tables = n.tables;
+      im.eqnDirty = n.eqnDirty;
+    }
+    if (parts & NODE_REST) {
+      im.deleted = n.deleted;
+      im.name = n.name;
+      im.title = n.title;
+      im.comment = n.comment;
+      im.equation = n.equation;
+      im.userFields = n.userFields;
+      im.kind = n.kind;
+      im.type = n.type;
+      im.measure = n.measure;
+      im.numStates = n.numStates;
+      im.stateNames = n.stateNames;
+      im.stateTitles = n.stateTitles;
+      im.stateComments = n.stateComments;
+      im.levels = n.levels;
+      im.finding = n.finding;
+      im.visX = n.visX;
+      im.visY = n.visY;
+      im.nodesets = n.nodesets;
+      im.persistence = n.persistence;
+    }
     return im;
   }
 
   void swapWith(Bnode& n) {
     using std::swap;
-    swap(deleted, n.deleted);
-    swap(name, n.name);
-    swap(title, n.title);
-    swap(comment, n.comment);
-    swap(equation, n.equation);
-    swap(eqnDirty, n.eqnDirty);
-    swap(userFields, n.userFields);
-    swap(kind, n.kind);
-    swap(type, n.type);
-    swap(measure, n.measure);
-    swap(numStates, n.numStates);
-    swap(stateNames, n.stateNames);
-    swap(stateTitles, n.stateTitles);
-    swap(stateComments, n.stateComments);
-    swap(levels, n.levels);
-    swap(parents, n.parents);
-    swap(children, n.children);
-    tables.cpt.swap(n.tables.cpt);
-    tables.func.swap(n.tables.func);
-    tables.exper.swap(n.tables.exper);
-    swap(tables.funcReal, n.tables.funcReal);
-    swap(finding, n.finding);
-    swap(visX, n.visX);
-    swap(visY, n.visY);
-    swap(nodesets, n.nodesets);
-    swap(persistence, n.persistence);
+    if (parts & NODE_LINKS) {
+      swap(parents, n.parents);
+      swap(children, n.children);
+    }
+    if (parts & NODE_TABLES) {
+      tables.cpt.swap(n.tables.cpt);
+      tables.func.swap(n.tables.func);
+      tables.exper.swap(n.tables.exper);
+      swap(tables.funcReal, n.tables.funcReal);
+      swap(eqnDirty, n.eqnDirty);
+    }
+    if (parts & NODE_REST) {
+      swap(deleted, n.deleted);
+      swap(name, n.name);
+      swap(title, n.title);
+      swap(comment, n.comment);
+      swap(equation, n.equation);
+      swap(userFields, n.userFields);
+      swap(kind, n.kind);
+      swap(type, n.type);
+      swap(measure, n.measure);
+      swap(numStates, n.numStates);
+      swap(stateNames, n.stateNames);
+      swap(stateTitles, n.stateTitles);
+      swap(stateComments, n.stateComments);
+      swap(levels, n.levels);
+      swap(finding, n.finding);
+      swap(visX, n.visX);
+      swap(visY, n.visY);
+      swap(nodesets, n.nodesets);
+      swap(persistence, n.persistence);
+    }
   }
 
   bool sameAs(const Bnode& n) const {
+    if ((parts & NODE_LINKS) && !(sameLinks(parents, n.parents) && children == n.children)) return false;
+    if ((parts & NODE_TABLES) && !(eqnDirty == n.eqnDirty && sameTables(tables, n.tables))) return false;
+    if (!(parts & NODE_REST)) return true;
     return deleted == n.deleted && name == n.name && title == n.title && comment == n.comment &&
-           equation == n.equation && eqnDirty == n.eqnDirty && sameFields(userFields, n.userFields) &&
-           kind == n.kind && type == n.type && measure == n.measure && numStates == n.numStates &&
+           equation == n.equation && sameFields(userFields, n.userFields) && kind == n.kind &&
+           type == n.type && measure == n.measure && numStates == n.numStates &&
            stateNames == n.stateNames && stateTitles == n.stateTitles && stateComments == n.stateComments &&
-           levels == n.levels && sameLinks(parents, n.parents) && children == n.children &&
-           sameTables(tables, n.tables) && sameFinding(finding, n.finding) && visX == n.visX &&
-           visY == n.visY && nodesets == n.nodesets && persistence == n.persistence;
+           levels == n.levels && sameFinding(finding, n.finding) && visX == n.visX && visY == n.visY &&
+           nodesets == n.nodesets && persistence == n.persistence;
   }
 
   size_t size() const {
@@ -154,67 +180,108 @@ struct NodeImage {
   }
 };
 
-// The whole net: its own fields, its node order, and every node that was or becomes live.  Auto
-// updating is a setting the caller switches as it works, not an edit, and is left as it is.
-class NetRecord : public UndoRecord {
+// The net's own lists and texts.
+struct NetImage {
+  bool lists = false, texts = false;
+  std::vector<Bnode*> nodes, elimOrder;
+  std::vector<Nodeset> nodesets;
+  std::string name, title, comment;
+  UserFields userFields;
+  bool hasVisual = false;
+
+  static NetImage of(const Bnet& net, bool lists, bool texts) {
+    NetImage im;
+    im.lists = lists;
+    im.texts = texts;
+    if (lists) {
+      im.nodes = net.nodes;
+      im.elimOrder = net.elimOrder;
+      im.nodesets = net.nodesets;
+    }
+    if (texts) {
+      im.name = net.name;
+      im.title = net.title;
+      im.comment = net.comment;
+      im.userFields = net.userFields;
+      im.hasVisual = net.hasVisual;
+    }
+    return im;
+  }
+
+  void swapWith(Bnet& net) {
+    if (lists) {
+      std::swap(nodes, net.nodes);
+      std::swap(elimOrder, net.elimOrder);
+      std::swap(nodesets, net.nodesets);
+    }
+    if (texts) {
+      std::swap(name, net.name);
+      std::swap(title, net.title);
+      std::swap(comment, net.comment);
+      std::swap(userFields, net.userFields);
+      std::swap(hasVisual, net.hasVisual);
+    }
+  }
+
+  bool sameAs(const Bnet& net) const {
+    if (lists) {
+      if (nodes != net.nodes || elimOrder != net.elimOrder || nodesets.size() != net.nodesets.size()) return false;
+      for (size_t i = 0; i < nodesets.size(); ++i)
+        if (nodesets[i].name != net.nodesets[i].name || nodesets[i].color != net.nodesets[i].color) return false;
+    }
+    return !texts || (name == net.name && title == net.title && comment == net.comment &&
+                      sameFields(userFields, net.userFields) && hasVisual == net.hasVisual);
+  }
+
+  size_t size() const {
+    size_t n = (nodes.capacity() + elimOrder.capacity()) * sizeof(Bnode*) + textBytes(name) + textBytes(title) +
+               textBytes(comment);
+    for (const Nodeset& s : nodesets) n += sizeof(Nodeset) + textBytes(s.name);
+    for (size_t i = 0; i < userFields.size(); ++i)
+      n += textBytes(userFields.nth(i)->first) + textBytes(userFields.nth(i)->second);
+    return n;
+  }
+};
+
+// Some parts of some nodes and of the net.  Auto updating is a setting the caller switches as it
+// works, not an edit, and is left as it is.
+class PartsRecord : public UndoRecord {
  public:
-  explicit NetRecord(Bnet& net) {
-    images_.reserve(net.nodes.size());
-    for (Bnode* n : net.nodes) images_.push_back(NodeImage::of(*n));
-    nodes_ = net.nodes;
-    name_ = net.name;
-    title_ = net.title;
-    comment_ = net.comment;
-    userFields_ = net.userFields;
-    hasVisual_ = net.hasVisual;
-    elimOrder_ = net.elimOrder;
-    nodesets_ = net.nodesets;
+  PartsRecord(Bnet& net, const std::vector<std::pair<Bnode*, unsigned>>& nodes, bool lists, bool texts)
+      : net_(NetImage::of(net, lists, texts)) {
+    images_.reserve(nodes.size());
+    for (const auto& [n, parts] : nodes)
+      if (n->net == &net) images_.push_back(NodeImage::of(*n, parts));
     recount();
   }
 
   void apply(Bnet& net) override {
-    // Nodes live now that the image does not hold were made after it: they go back to shells.
-    std::unordered_set<const Bnode*> held;
-    for (const NodeImage& im : images_) held.insert(im.node);
-    for (Bnode* n : net.nodes)
-      if (!held.count(n)) images_.emplace_back().node = n;
+    if (net_.lists) {
+      // Live nodes that the record holds in no way were made by the edit: they go back to shells.
+      std::unordered_set<const Bnode*> held(net_.nodes.begin(), net_.nodes.end());
+      for (const NodeImage& im : images_) held.insert(im.node);
+      for (Bnode* n : net.nodes)
+        if (!held.count(n)) images_.push_back(NodeImage::shell(*n));
+    }
     for (NodeImage& im : images_) im.swapWith(*im.node);
-    std::swap(nodes_, net.nodes);
-    std::swap(name_, net.name);
-    std::swap(title_, net.title);
-    std::swap(comment_, net.comment);
-    std::swap(userFields_, net.userFields);
-    std::swap(hasVisual_, net.hasVisual);
-    std::swap(elimOrder_, net.elimOrder);
-    std::swap(nodesets_, net.nodesets);
+    net_.swapWith(net);
     net.reindex();
     recount();
   }
 
   size_t size() const override { return bytes_; }
   bool unchanged(const Bnet& net) const override {
-    bool same = nodes_ == net.nodes && name_ == net.name && title_ == net.title && comment_ == net.comment &&
-                sameFields(userFields_, net.userFields) && hasVisual_ == net.hasVisual && elimOrder_ == net.elimOrder &&
-                nodesets_.size() == net.nodesets.size();
-    for (size_t i = 0; same && i < nodesets_.size(); ++i)
-      same = nodesets_[i].name == net.nodesets[i].name && nodesets_[i].color == net.nodesets[i].color;
-    return same && std::all_of(images_.begin(), images_.end(), [](const NodeImage& im) { return im.sameAs(*im.node); });
+    return net_.sameAs(net) && std::all_of(images_.begin(), images_.end(), [](const NodeImage& im) { return im.sameAs(*im.node); });
   }
 
  private:
   void recount() {
-    bytes_ = sizeof(NetRecord) + nodes_.capacity() * sizeof(Bnode*) + elimOrder_.capacity() * sizeof(Bnode*) +
-             textBytes(title_) + textBytes(comment_);
+    bytes_ = sizeof(PartsRecord) + net_.size();
     for (const NodeImage& im : images_) bytes_ += im.size();
-    for (const Nodeset& s : nodesets_) bytes_ += sizeof(Nodeset) + textBytes(s.name);
   }
 
+  NetImage net_;
   std::vector<NodeImage> images_;
-  std::vector<Bnode*> nodes_, elimOrder_;
-  std::string name_, title_, comment_;
-  UserFields userFields_;
-  bool hasVisual_ = false;
-  std::vector<Nodeset> nodesets_;
   size_t bytes_ = 0;
 };
 
@@ -359,10 +426,14 @@ std::unique_ptr<UndoRecord> saveBefore(Bnet& net, const UndoScope& scope) {
       return std::make_unique<FindingsRecord>(std::vector<Bnode*>{scope.node});
     case UndoScope::AllFindings:
       return std::make_unique<FindingsRecord>(net.nodes);
+    case UndoScope::Parts:
+      return std::make_unique<PartsRecord>(net, scope.nodes, scope.netLists, scope.netTexts);
     case UndoScope::WholeNet:
       break;
   }
-  return std::make_unique<NetRecord>(net);
+  std::vector<std::pair<Bnode*, unsigned>> all;
+  for (Bnode* n : net.nodes) all.emplace_back(n, NODE_ALL);
+  return std::make_unique<PartsRecord>(net, all, true, true);
 }
 
 }  // namespace quorva

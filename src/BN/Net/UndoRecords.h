@@ -1,5 +1,5 @@
-// The kinds of undo record, each saving one part of a net: the whole net (for structural edits),
-// one node's tables, some rows of one CPT, one node's finding, or every node's finding.
+// The kinds of undo record, each saving one part of a net: some parts of some nodes and of the
+// net's own fields (for structural edits), one node's texts or tables, one CPT row, findings.
 #pragma once
 #include <memory>
 

@@ -1,5 +1,6 @@
 // Undo and redo: the limits and their refusals, trimming, and long random edit sequences on real
 // nets undone and redone back to the very text the net had before each edit.
+#include <algorithm>
 #include <functional>
 #include <random>
 #include <string>
@@ -20,8 +21,8 @@ class UndoTest : public NetTest {
     return net;
   }
   static quorva::UndoHistory& history(net_bn* net) { return quorva::asNet(net)->undo; }
-  // The net's file text with each node's finding code, and whether its name finds it: what an
-  // undo must give back exactly.
+  // The net's file text with each node's finding code, whether its name finds it, and the node
+  // sets' colours: what an undo must give back exactly.
   std::string text(net_bn* net) {
     std::string out = netText(net, env, "undo");
     size_t created = out.find("// File created by ");  // carries the time of writing
@@ -31,6 +32,23 @@ class UndoTest : public NetTest {
       node_bn* n = GetNthNode_bn(nodes, i);
       bool found = GetNodeNamed_bn(GetNodeName_bn(n), net) == n;
       out += std::to_string(GetNodeFinding_bn(n)) + (found ? "," : " not found by name,");
+    }
+    for (const quorva::Nodeset& set : quorva::asNet(net)->nodesets) out += set.name + " colour " + std::to_string(set.color) + ",";
+    return out + linkFaults(*quorva::asNet(net));
+  }
+  // Links that the two ends do not both hold, and deleted nodes still listed: what the text
+  // would not show.
+  static std::string linkFaults(const quorva::Bnet& net) {
+    std::string out;
+    for (const quorva::Bnode* n : net.nodes) {
+      if (n->deleted) out += " deleted " + n->name + " listed;";
+      for (const quorva::Link& l : n->parents)
+        if (std::count(l.parent->children.begin(), l.parent->children.end(), n) !=
+            std::count_if(n->parents.begin(), n->parents.end(), [&](const quorva::Link& m) { return m.parent == l.parent; }))
+          out += " " + l.parent->name + " does not list child " + n->name + ";";
+      for (const quorva::Bnode* c : n->children)
+        if (std::none_of(c->parents.begin(), c->parents.end(), [&](const quorva::Link& m) { return m.parent == n; }))
+          out += " " + c->name + " does not list parent " + n->name + ";";
     }
     return out;
   }
@@ -111,11 +129,21 @@ TEST_F(UndoTest, MemoryLimitKeepsOnlyTheNewestRecordsThatFit) {
   EXPECT_TRUE(UndoNetLastOper_vq(net, -1));
   EXPECT_FALSE(UndoNetLastOper_vq(net, -1));
   EXPECT_FLOAT_EQ(GetNodeProbs_bn(n, ps)[0], rows[0][0]);
-  // A structural edit saves the whole net: much more than a row.
-  SetNetNumUndos_bn(net, -1, 1e9, nullptr);
-  size_t before = history(net).bytes();
-  DeleteNode_bn(GetNodeNamed_bn("CO", net));
-  EXPECT_GT(history(net).bytes() - before, 50 * one);
+  // A structural edit saves what it touches: deleting a link saves the child's links and table
+  // and the parent's children, the same bytes however many other nodes the net holds.
+  node_bn* hr = GetNodeNamed_bn("HRBP", net);
+  auto linkRecord = [&] {
+    SetNetNumUndos_bn(net, 0, 0, nullptr);  // an empty history
+    SetNetNumUndos_bn(net, -1, 1e9, nullptr);
+    DeleteLink_bn(0, hr);
+    size_t size = history(net).bytes();
+    EXPECT_TRUE(UndoNetLastOper_vq(net, -1));
+    return size;
+  };
+  size_t record = linkRecord();
+  EXPECT_GT(record, 9 * sizeof(float));  // HRBP's table: 3 states by 3 rows
+  for (int i = 0; i < 300; ++i) NewNode_bn(("Extra" + std::to_string(i)).c_str(), 2, net);
+  EXPECT_EQ(linkRecord(), record);
 }
 
 // One random edit through the API; some are refused (a cycle, a contradicting finding).
@@ -131,7 +159,7 @@ void randomEdit(net_bn* net, std::mt19937& rng, int step) {
   std::vector<state_bn> ps;
   for (int p = 0; p < numParents; ++p) ps.push_back(pick(GetNodeNumberStates_bn(GetNthNode_bn(parents, p))));
   std::vector<prob_bn> row(static_cast<size_t>(states), 0.0f);
-  switch (pick(26)) {
+  switch (pick(31)) {
     case 0:
     case 1:
     case 2:
@@ -180,6 +208,15 @@ void randomEdit(net_bn* net, std::mt19937& rng, int step) {
     case 22: SetNodeFuncState_bn(n, ps.data(), pick(states)); break;
     case 24: SetNodeStateTitle_bn(n, pick(states), name.c_str()); break;
     case 25: SetNodeUserField_bn(n, "note", name.c_str(), -1, 0); break;
+    case 26:
+      if (numParents > 0) SwitchNodeParent_bn(pick(numParents), n, pick(4) ? GetNthNode_bn(nodes, pick(count)) : nullptr);
+      break;
+    case 27: SetNetTitle_bn(net, name.c_str()); break;
+    case 28:
+      if (numParents > 0) SetNodeInputName_bn(n, pick(numParents), name.c_str());
+      break;
+    case 29: SetNodesetColor_bn(pick(2) ? "S1" : "S3", step, net, nullptr); break;
+    case 30: ReorderNodesets_bn(net, "S2,S3", nullptr); break;
     case 23: {
       nodelist_bn* one = NewNodeList2_bn(0, net);
       AddNodeToList_bn(n, one, -1);
