@@ -6,6 +6,7 @@
 #include "BN/Learning/LearnErrors.h"
 #include "BN/Learning/Learner.h"
 #include "BN/Learning/NetTester.h"
+#include "BN/Net/NetEdit.h"
 #include "Quorva/ApiErrors.h"
 #include "Quorva/ApiFrame.h"
 #include "VarVal/CaseErrors.h"
@@ -32,6 +33,17 @@ std::vector<Bnode*> learnNodes(ApiFrame& f, const nodelist_bn* nodes) {
   return out;
 }
 
+// Learning into several nodes is one edit, undone as one: the nodes' tables.
+template <class Learn>
+void learnAsOneEdit(const std::vector<Bnode*>& nodes, const char* what, Learn learn) {
+  if (nodes.empty()) return learn();
+  UndoScope scope = UndoScope::parts();
+  for (Bnode* n : nodes) scope.with(n, NODE_TABLES);
+  NetEdit edit(*nodes.front()->net, what, EditKind::Tables, std::move(scope));
+  learn();
+  edit.commit();
+}
+
 void checkUpdating(ApiFrame& f, int updating) {
   if (updating != 0) argError(&f.env(), err::UpdatingArg, static_cast<double>(updating));
 }
@@ -44,7 +56,7 @@ void ReviseCPTsByFindings_bn(const nodelist_bn* nodes, int updating, double degr
   apiRun(__func__, envOf(nodes), [&](ApiFrame& f) {
     std::vector<Bnode*> listed = learnNodes(f, nodes);
     checkUpdating(f, updating);
-    reviseByFindings(listed, degree);
+    learnAsOneEdit(listed, "revise CPTs", [&] { reviseByFindings(listed, degree); });
   });
 }
 
@@ -53,7 +65,7 @@ void ReviseCPTsByCaseFile_bn(stream_vq* file, const nodelist_bn* nodes, int upda
     FileSpec& stream = f.stream(file);
     std::vector<Bnode*> listed = learnNodes(f, nodes);
     checkUpdating(f, updating);
-    reviseByCaseFiles({{&stream, degree}}, listed, caseFormat(f.env()));
+    learnAsOneEdit(listed, "revise CPTs", [&] { reviseByCaseFiles({{&stream, degree}}, listed, caseFormat(f.env())); });
   });
 }
 
@@ -162,7 +174,7 @@ void LearnCPTs_bn(learner_bn* learner, const nodelist_bn* nodes, const caseset_c
     std::vector<Bnode*> listed = learnNodes(f, nodes);
     if (!(degree > 0)) argError(&f.env(), err::LearnDegreeArg, degree);
     std::vector<WeightedFile> files = casesetFiles(f, cases, degree);
-    l.learn(listed, files, caseFormat(f.env()));
+    learnAsOneEdit(listed, "learn CPTs", [&] { l.learn(listed, files, caseFormat(f.env())); });
   });
 }
 

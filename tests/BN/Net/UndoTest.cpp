@@ -330,4 +330,24 @@ TEST_F(UndoTest, UndoTextNamesTheOperation) {
   EXPECT_NE(GetNodeNamed_bn("A", net), nullptr);
 }
 
+// Learning into several nodes is one operation: one undo gives back every node's table.
+TEST_F(UndoTest, LearningIntoSeveralNodesIsUndoneAsOne) {
+  net_bn* net = read("asia.bif");
+  ASSERT_NE(net, nullptr);
+  const nodelist_bn* nodes = GetNetNodes_bn(net);
+  for (int i = 0; i < LengthNodeList_bn(nodes); ++i) {
+    DeleteNodeTables_bn(GetNthNode_bn(nodes, i));  // learnt from scratch
+    EnterFinding_bn(GetNthNode_bn(nodes, i), 0);
+  }
+  std::string withFindings = text(net);
+  SetNetNumUndos_bn(net, 10, -1, nullptr);
+  ReviseCPTsByFindings_bn(nodes, 0, 1.0);
+  ASSERT_EQ(lastError(), nullptr) << lastMessage();
+  EXPECT_EQ(history(net).undoCount(), 1u);
+  ASSERT_TRUE(UndoNetLastOper_vq(net, -1));
+  EXPECT_EQ(text(net), withFindings);
+  ASSERT_TRUE(RedoNetOper_vq(net, -1));
+  EXPECT_NE(text(net), withFindings);
+}
+
 }  // namespace
