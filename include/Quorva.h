@@ -1011,9 +1011,12 @@ void DeleteNetTester_bn(tester_bn* test);
 
 /* ---- Undo and redo of net edits ----
  * Each net keeps its own history of edits: adding, deleting and copying nodes, links, states,
- * kinds, names and texts, node tables, and findings.  A new net keeps no history (undo is off)
- * until SetNetNumUndos_bn gives it a limit.  Undoing and redoing record nothing themselves; a new
- * edit after an undo empties the redo history. */
+ * kinds, names and texts, node sets, the elimination order, node tables (learning into several
+ * nodes is one edit), and findings.  Each record keeps only what its edit changes (a CPT row, a
+ * node's tables, the links of the nodes a link joins), never a copy of the whole net.  A new net
+ * keeps no history (undo is off) until SetNetNumUndos_bn gives it a limit.  Undoing and redoing
+ * record nothing themselves; a new edit after an undo empties the redo history.  Every edit can
+ * be recorded, so no edit ever needs to discard the history. */
 
 /* Sets the most edits kept (`count_limit`) and the most bytes their records may take
  * (`memory_limit`, a whole number); -1 keeps a limit as it is.  A zero limit does not bind while
