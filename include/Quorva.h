@@ -1033,6 +1033,48 @@ bool_vq UndoNetLastOper_vq(net_bn* net, double to_when);
 /* Redoes the edit undone last; FALSE when there is none.  `to_when` must be -1 (5253). */
 bool_vq RedoNetOper_vq(net_bn* net, double to_when);
 
+/* ---- Questions beyond one node's beliefs ----
+ * Exact answers about several nodes at once, questions about the graph, and interventions.  The
+ * queries work on the net as it is, compiled or not: only the nodes a query needs take part
+ * (barren nodes and nodes d-separated from the query given the findings are pruned), and the rest
+ * is variable elimination in a greedy smallest-table-first order; a compiled net whose cliques
+ * hold all the query nodes in one is answered from that clique after one propagation.  Nets with
+ * decision nodes are refused (5901), as are utility and constant query nodes and nodes without
+ * states (5902), calibration findings (5903), a node listed twice (5904), findings that cannot
+ * hold together (3045), and a query that would need a table of more than 50,000,000 entries
+ * (5900). */
+
+/* The joint beliefs of the listed nodes given the findings: one entry per combination of their
+ * states, the last node's state varying fastest, summing to 1.  Returns the number of entries (the
+ * product of the nodes' state counts; 1 for an empty list) and writes them into `beliefs` when it
+ * is not NULL and `num_entries` is at least that many.  -1 on failure. */
+int GetJointBeliefs_bn(const nodelist_bn* nodes, double* beliefs, int num_entries);
+
+/* The most probable joint state of the listed nodes given the findings, the other nodes summed
+ * out (with every node listed, the most probable configuration of the net), written into
+ * `config` (one state per list entry).  Returns its probability given the findings; -1 on failure. */
+double MostProbableJointConfig_bn(const nodelist_bn* nodes, state_bn* config);
+
+/* Whether every node of `x` is d-separated from every node of `y` given the nodes of `given`
+ * (NULL for none), from the links alone.  A node given is separated from everything; a node in
+ * both x and y is not separated from itself. */
+bool_vq IsDSeparated_bn(const nodelist_bn* x, const nodelist_bn* y, const nodelist_bn* given);
+
+/* A new list (the caller's, to delete) of the node's Markov blanket: its parents, its children
+ * and its children's other parents, in the net's order.  NULL on failure. */
+nodelist_bn* GetMarkovBlanket_bn(const node_bn* node);
+
+/* A new list (the caller's) of the nodes whose tables or findings the beliefs of the listed nodes
+ * need, given the findings now entered: the others are barren or d-separated from them.  In the
+ * net's order.  NULL on failure. */
+nodelist_bn* GetRelevantNodes_bn(const nodelist_bn* nodes);
+
+/* Intervenes on the node, setting it to `state` from outside the model (do(node = state)): its
+ * links in are removed and its table becomes the certainty of `state`, so its causes no longer
+ * explain it and its effects follow it.  One edit, undone as one.  Refused (5905) for decision,
+ * utility and constant nodes and nodes without states. */
+void InterveneNode_bn(node_bn* node, state_bn state);
+
 #ifdef __cplusplus
 }
 #endif

@@ -92,3 +92,26 @@ std::vector<std::vector<double>> ReferenceJoint::maxMarginals(const std::vector<
   } while (advance(config, states_));
   return best;
 }
+
+std::vector<double> ReferenceJoint::subsetJoint(const std::vector<std::vector<double>>& likelihoods,
+                                                const std::vector<size_t>& places) const {
+  size_t cells = 1;
+  for (size_t p : places) cells *= static_cast<size_t>(states_[p]);
+  std::vector<double> out(cells, 0.0);
+  double total = 0;
+  std::vector<int> config(states_.size(), 0);
+  size_t at = 0;
+  do {
+    double w = joint_[at++];
+    for (size_t v = 0; v < config.size() && w != 0; ++v)
+      if (!likelihoods[v].empty()) w *= likelihoods[v][static_cast<size_t>(config[v])];
+    if (w == 0) continue;
+    size_t cell = 0;
+    for (size_t p : places) cell = cell * static_cast<size_t>(states_[p]) + static_cast<size_t>(config[p]);
+    out[cell] += w;
+    total += w;
+  } while (advance(config, states_));
+  if (!(total > 0)) return {};
+  for (double& x : out) x /= total;
+  return out;
+}

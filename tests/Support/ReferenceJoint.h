@@ -21,6 +21,11 @@ class ReferenceJoint {
   // Per node and state, the largest weight of a configuration with the node in that state.
   std::vector<std::vector<double>> maxMarginals(const std::vector<std::vector<double>>& likelihoods) const;
 
+  // The joint of the nodes at `places` (net order places) with the findings, normalised, the last
+  // place varying fastest; empty when the findings have probability 0.
+  std::vector<double> subsetJoint(const std::vector<std::vector<double>>& likelihoods,
+                                  const std::vector<std::size_t>& places) const;
+
   std::size_t size() const { return joint_.size(); }
 
  private:
