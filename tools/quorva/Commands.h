@@ -18,6 +18,8 @@ void addBenchCommand(CLI::App& app, Runner& chosen);
 void addTablesCommand(CLI::App& app, Runner& chosen);
 void addSensitivityCommand(CLI::App& app, Runner& chosen);
 void addEquationCommand(CLI::App& app, Runner& chosen);
+// mpe, joint and graph: questions beyond one node's beliefs.
+void addQueryCommands(CLI::App& app, Runner& chosen);
 void addLearnCommand(CLI::App& app, Runner& chosen);
 void addTestCommand(CLI::App& app, Runner& chosen);
 

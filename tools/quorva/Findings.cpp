@@ -71,4 +71,39 @@ void enterFindings(Env& env, net_bn* net, const std::vector<FindingArg>& finding
   }
 }
 
+namespace {
+void addFindingOption(CLI::App* command, const char* name, std::vector<std::string>& into, FindingArg::Kind kind,
+                      const char* typeName, const char* help) {
+  command->add_option(name, into, help)
+      ->type_name(typeName)
+      ->expected(1)
+      ->allow_extra_args(false)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+      ->check(CLI::Validator([kind](std::string& text) { return parseFindingArg(kind, text, nullptr); }, ""));
+}
+}  // namespace
+
+void FindingOptions::addTo(CLI::App* command) {
+  addFindingOption(command, "-f,--finding", states, FindingArg::State, "NODE=STATE",
+                   "A state finding: the node is in that state (a state name, or #index counting from 0)");
+  addFindingOption(command, "-l,--likelihood", likelihoods, FindingArg::Likelihood, "NODE=p1,p2,...",
+                   "A likelihood finding: one number from 0 to 1 per state");
+  addFindingOption(command, "-v,--value", values, FindingArg::Value, "NODE=REAL", "A real-value finding");
+}
+
+std::vector<FindingArg> FindingOptions::args() const {
+  std::vector<FindingArg> all;
+  auto add = [&all](const std::vector<std::string>& texts, FindingArg::Kind kind) {
+    for (const std::string& text : texts) {
+      FindingArg f;
+      parseFindingArg(kind, text, &f);
+      all.push_back(std::move(f));
+    }
+  };
+  add(states, FindingArg::State);
+  add(likelihoods, FindingArg::Likelihood);
+  add(values, FindingArg::Value);
+  return all;
+}
+
 }  // namespace quorva::cli

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include <CLI/CLI.hpp>
+
 #include "Engine.h"
 
 namespace quorva::cli {
@@ -20,6 +22,13 @@ struct FindingArg {
 // Parses "NODE=TEXT" of the kind; "" when it is well formed, else what is wrong with it (the
 // command-line parser reports it as a usage error).
 std::string parseFindingArg(FindingArg::Kind kind, const std::string& text, FindingArg* out);
+
+// The -f, -l and -v options of a command, as typed (each checked as the command line is parsed).
+struct FindingOptions {
+  std::vector<std::string> states, likelihoods, values;
+  void addTo(CLI::App* command);
+  std::vector<FindingArg> args() const;
+};
 
 // Enters every finding in the net.  An unknown node or state, a likelihood of the wrong length,
 // or a finding the engine refuses, is reported and fails the command.

@@ -78,9 +78,10 @@ int main(int argc, char** argv) {
   addTablesCommand(app, chosen);
   addSensitivityCommand(app, chosen);
   addEquationCommand(app, chosen);
+  addQueryCommands(app, chosen);
   addLearnCommand(app, chosen);
   addTestCommand(app, chosen);
-  static const char* const COMMANDS = "beliefs, cases, compile, convert, check, bench, tables, sensitivity, equation, learn, test";
+  static const char* const COMMANDS = "beliefs, cases, compile, convert, check, bench, tables, sensitivity, equation, learn, test, mpe, joint, graph";
   if (argc < 2) {
     std::fprintf(stderr, "quorva: a command is required (one of %s); quorva --help tells more\n", COMMANDS);
     return 2;

@@ -1,0 +1,71 @@
+// quorva mpe, joint and graph on asia: the answers agree with each other and with beliefs, and
+// wrong command lines fail as the other commands do.
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "ToolRun.h"
+
+namespace {
+
+const std::string ASIA = std::string(QUORVA_SOURCE_DIR) + "/examples/asia.dne";
+
+// The joint's rows summed over lung_cancer are tuberculosis's beliefs; the mode of the pair is its
+// largest row; the mode of every node (junction tree) and of all nodes listed (elimination) agree.
+TEST(QueryCommands, joint_mode_and_beliefs_agree) {
+  ToolRun joint = runQuorva({"joint", ASIA, "--nodes", "tuberculosis,lung_cancer", "-f", "positive_XraY=d1", "--json"});
+  ASSERT_EQ(joint.status, 0) << joint.err;
+  nlohmann::json rows = nlohmann::json::parse(joint.out)["joint"];
+  ASSERT_EQ(rows.size(), 4u);
+  ToolRun beliefs = runQuorva({"beliefs", ASIA, "-f", "positive_XraY=d1", "--nodes", "tuberculosis", "--json"});
+  ASSERT_EQ(beliefs.status, 0) << beliefs.err;
+  double tb = nlohmann::json::parse(beliefs.out)["nodes"][0]["beliefs"][0];
+  EXPECT_NEAR(rows[0]["p"].get<double>() + rows[1]["p"].get<double>(), tb, 1e-6);
+  nlohmann::json best = rows[0];
+  for (const auto& r : rows)
+    if (r["p"].get<double>() > best["p"].get<double>()) best = r;
+  ToolRun mpe = runQuorva({"mpe", ASIA, "--nodes", "tuberculosis,lung_cancer", "-f", "positive_XraY=d1", "--json"});
+  ASSERT_EQ(mpe.status, 0) << mpe.err;
+  nlohmann::json m = nlohmann::json::parse(mpe.out);
+  EXPECT_EQ(m["states"]["tuberculosis"], best["tuberculosis"]);
+  EXPECT_EQ(m["states"]["lung_cancer"], best["lung_cancer"]);
+  EXPECT_NEAR(m["probability"].get<double>(), best["p"].get<double>(), 1e-9);
+
+  const std::string all = "visit_to_Asia,tuberculosis,tuberculos_or_cancer,positive_XraY,lung_cancer,smoking,bronchitis,dyspnoea";
+  ToolRun tree = runQuorva({"mpe", ASIA, "-f", "smoking=f1", "--json"});
+  ToolRun listed = runQuorva({"mpe", ASIA, "-f", "smoking=f1", "--nodes", all, "--json"});
+  ASSERT_EQ(tree.status, 0) << tree.err;
+  ASSERT_EQ(listed.status, 0) << listed.err;
+  nlohmann::json t = nlohmann::json::parse(tree.out), l = nlohmann::json::parse(listed.out);
+  EXPECT_EQ(t["states"], l["states"]);
+  EXPECT_NEAR(t["probability"].get<double>(), l["probability"].get<double>(), 1e-6);
+}
+
+TEST(QueryCommands, graph_answers_and_wrong_command_lines) {
+  ToolRun r = runQuorva({"graph", ASIA, "--blanket", "tuberculosis"});
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "Markov blanket of tuberculosis: visit_to_Asia, tuberculos_or_cancer, lung_cancer\n");
+  r = runQuorva({"graph", ASIA, "--dsep", "visit_to_Asia", "--from", "smoking"});
+  EXPECT_EQ(r.out, "visit_to_Asia is d-separated from smoking given (none)\n");
+  r = runQuorva({"graph", ASIA, "--dsep", "visit_to_Asia", "--from", "smoking", "--given", "dyspnoea"});
+  EXPECT_EQ(r.out, "visit_to_Asia is not d-separated from smoking given dyspnoea\n");
+  r = runQuorva({"graph", ASIA, "--relevant", "lung_cancer"});
+  EXPECT_EQ(r.out, "Nodes the beliefs of lung_cancer need given 0 findings (2 nodes of 8): lung_cancer, smoking\n");
+  struct Case {
+    std::vector<std::string> args;
+    int status;
+    const char* err;
+  } cases[] = {
+      {{"graph", ASIA}, 2, "quorva: give one of --blanket, --dsep or --relevant\n"},
+      {{"graph", ASIA, "--dsep", "smoking"}, 2, "quorva: --dsep needs --from\n"},
+      {{"mpe", ASIA, "--nodes", "lung"}, 1, "quorva: net 'Asia' has no node named 'lung'\n"},
+      {{"joint", ASIA}, 2, "--nodes is required\n"},
+      {{"mpe", ASIA, "-f", "smoking=yes"}, 1, "quorva: no state 'yes' in node 'smoking'"},
+  };
+  for (const Case& c : cases) {
+    r = runQuorva(c.args);
+    EXPECT_EQ(r.status, c.status) << c.args[0] << " " << r.err;
+    EXPECT_EQ(r.err.rfind(c.err, 0), 0u) << r.err;
+  }
+}
+
+}  // namespace
