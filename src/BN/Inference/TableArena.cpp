@@ -20,8 +20,9 @@ TableArena::~TableArena() { release(); }
 
 namespace {
 
-constexpr size_t PAGE = 4096;
-constexpr size_t CHUNK = size_t{4} << 20;  // bytes mapped at once
+constexpr uintptr_t PAGE = 4096;
+constexpr uintptr_t HUGE_PAGE = uintptr_t{2} << 20;
+constexpr size_t CHUNK = size_t{4} << 20;  // bytes mapped at once: whole large pages
 
 }  // namespace
 
@@ -34,9 +35,10 @@ bool TableArena::takeChunk(bool fromLow, size_t& chunk) {
 
 void TableArena::mapChunk(size_t chunk) const {
 #if defined(__linux__) && defined(MADV_POPULATE_WRITE)
-  size_t from = chunk * CHUNK, to = std::min(pagesBytes_, from + CHUNK);
+  char* from = std::max(pagesFrom_, grid_ + chunk * CHUNK);
+  char* to = std::min(pagesTo_, grid_ + (chunk + 1) * CHUNK);
   // Refused (an older system), the pages are mapped as they are first written instead.
-  madvise(pagesFrom_ + from, to - from, MADV_POPULATE_WRITE);
+  if (to > from) madvise(from, static_cast<size_t>(to - from), MADV_POPULATE_WRITE);
 #else
   (void)chunk;
 #endif
@@ -44,8 +46,8 @@ void TableArena::mapChunk(size_t chunk) const {
 
 void TableArena::prepare(const float* end) {
   const char* upTo = reinterpret_cast<const char*>(end);
-  if (upTo <= pagesFrom_) return;
-  size_t need = (static_cast<size_t>(upTo - pagesFrom_) + CHUNK - 1) / CHUNK;  // chunks below upTo
+  if (upTo <= grid_) return;
+  size_t need = (static_cast<size_t>(upTo - grid_) + CHUNK - 1) / CHUNK;  // chunks below upTo
   for (size_t chunk = 0;;) {
     {
       std::lock_guard<std::mutex> hold(chunks_);
@@ -69,8 +71,8 @@ void TableArena::release() {
   if (block_) env_->memory.release(block_, bytes_);
   block_ = nullptr;
   first_ = nullptr;
-  pagesFrom_ = nullptr;
-  bytes_ = used_ = pagesBytes_ = 0;
+  grid_ = pagesFrom_ = pagesTo_ = nullptr;
+  bytes_ = used_ = 0;
 }
 
 void TableArena::allocate(EnvCore* env, size_t floats, const char* purpose) {
@@ -87,15 +89,22 @@ void TableArena::allocate(EnvCore* env, size_t floats, const char* purpose) {
   bytes_ = bytes;
   auto at = reinterpret_cast<uintptr_t>(block_);
   first_ = reinterpret_cast<float*>((at + LINE * sizeof(float) - 1) / (LINE * sizeof(float)) * (LINE * sizeof(float)));
+#if defined(__linux__) && defined(MADV_HUGEPAGE)
+  // Large pages for the whole 2 MB stretches of the block (a hint: refused, it changes nothing).
+  uintptr_t from = (at + HUGE_PAGE - 1) / HUGE_PAGE * HUGE_PAGE, to = (at + bytes) / HUGE_PAGE * HUGE_PAGE;
+  if (to > from) madvise(reinterpret_cast<void*>(from), to - from, MADV_HUGEPAGE);
+#endif
 #if defined(__linux__) && defined(MADV_POPULATE_WRITE)
   if (bytes < 4 * CHUNK) return;  // a small block is mapped as it is written
+  // Chunks on the large-page grid, the first and last cut to the block's whole pages.
   uintptr_t low = (at + PAGE - 1) / PAGE * PAGE, high = (at + bytes) / PAGE * PAGE;
+  grid_ = reinterpret_cast<char*>(low / HUGE_PAGE * HUGE_PAGE);
   pagesFrom_ = reinterpret_cast<char*>(low);
-  pagesBytes_ = high - low;
+  pagesTo_ = reinterpret_cast<char*>(high);
   {
     std::lock_guard<std::mutex> hold(chunks_);
     low_ = 0;
-    high_ = (pagesBytes_ + CHUNK - 1) / CHUNK;
+    high_ = (static_cast<size_t>(pagesTo_ - grid_) + CHUNK - 1) / CHUNK;
   }
   try {
     mapper_ = std::thread([this] {
