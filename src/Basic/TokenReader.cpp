@@ -288,14 +288,35 @@ std::string TokenReader::readWord(std::string_view extra) {
 }
 
 std::string TokenReader::readBareWord(std::string_view stops) {
+  std::string out;
+  readBareWord(stops, out);
+  return out;
+}
+
+void TokenReader::readBareWord(std::string_view stops, std::string& out) {
   skipSpace();
   startToken();
-  std::string out;
-  for (int c = peek(); c != END && c > ' ' && stops.find(static_cast<char>(c)) == std::string_view::npos; c = peek()) {
-    if (c == '/' && (peek(1) == '/' || peek(1) == '*' || peek(1) == '#')) break;  // a comment opens
+  out.clear();
+  for (;;) {
+    // The run of the bytes at hand that can neither end the word nor open a comment, in one step
+    // (none of them ends a line).
+    const char* from = data_ + pos_;
+    size_t n = end_ - pos_, i = 0;
+    while (i < n) {
+      unsigned char c = static_cast<unsigned char>(from[i]);
+      if (c <= ' ' || c == '/' || stops.find(static_cast<char>(c)) != std::string_view::npos) break;
+      ++i;
+    }
+    out.append(from, i);
+    takeInLine(i);
+    if (i == n) {
+      if (!fill(1)) return;
+      continue;
+    }
+    if (from[i] != '/' || stops.find('/') != std::string_view::npos) return;
+    if (peek(1) == '/' || peek(1) == '*' || peek(1) == '#') return;  // a comment opens
     out += static_cast<char>(readChar());
   }
-  return out;
 }
 
 bool TokenReader::startsNumber() {
@@ -346,7 +367,10 @@ size_t TokenReader::numberLength(bool& fraction, bool& exponent) {
 bool TokenReader::readNumber(Number& out) {
   int c = skipSpace();
   startToken();
-  out = Number{};
+  out.value = 0;  // cleared field by field, so that the strings keep their room
+  out.integral = false;
+  out.text.clear();
+  out.escape.clear();
   if (c == '@' && (isLetter(peek(1)) || peek(1) == '_')) {
     readChar();
     out.escape = readWord();

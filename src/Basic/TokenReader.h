@@ -180,6 +180,8 @@ class TokenReader {
   // A run of any bytes but white space, control characters, the characters of `stops` and the
   // openings of comments ("1_00___2_%", "a-b/c+d" with stops "{}"), or "" when none stands next.
   std::string readBareWord(std::string_view stops);
+  // The same into `out`, which keeps its room.
+  void readBareWord(std::string_view stops, std::string& out);
   // A number: [+|-] digits [. digits] [e|E [+|-] digits], or one beginning with the point; or
   // [+|-] "INFINITY"/"Infinity"/"Inf" (any case); or "@" and a name (value NaN, `escape` set).
   // False, nothing taken, when none stands next.  Out-of-range values become infinity or 0.
