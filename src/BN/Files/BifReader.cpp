@@ -28,11 +28,15 @@ namespace {
 
 struct Variable {
   Bnode* node = nullptr;
-  std::unordered_map<std::string, int> states;  // state text as written -> state index
+  std::unordered_map<std::string, int> states;  // state text as written -> state index (only
+                                                // for more than FEW_STATES states)
   std::vector<std::string> stateTexts;
   bool hasBlock = false;  // a probability block has been read for it
   size_t order = 0;       // its place among the variables
 };
+
+// Up to this many states a state is found by looking through the texts, without hashing.
+constexpr size_t FEW_STATES = 8;
 
 struct ProbBlock {
   Variable* child = nullptr;
@@ -108,9 +112,10 @@ class BifReader {
   // "property ... ;": skipped.
   void skipProperty() {
     for (;;) {
-      Token t = rd_.readToken();
-      if (t.kind == TokenKind::End) rd_.fail(err::BifExpected, "';' to end the property");
-      if (t.kind == TokenKind::Punct && t.text == ";") return;
+      int punct = 0;
+      TokenKind kind = rd_.skipToken(punct);
+      if (kind == TokenKind::End) rd_.fail(err::BifExpected, "';' to end the property");
+      if (kind == TokenKind::Punct && punct == ';') return;
     }
   }
 
@@ -195,9 +200,13 @@ class BifReader {
       rd_.skipSpace();
       TextPosition at = rd_.here();
       std::string s = readName("a state name");
-      if (!var.states.emplace(s, static_cast<int>(var.stateTexts.size())).second)
-        rd_.failAt(at, err::BifStateTwice, s, text);
+      if (stateIndex(var, s) >= 0) rd_.failAt(at, err::BifStateTwice, s, text);
       var.stateTexts.push_back(s);
+      if (var.stateTexts.size() > FEW_STATES) {
+        if (var.states.empty())
+          for (size_t i = 0; i + 1 < var.stateTexts.size(); ++i) var.states.emplace(var.stateTexts[i], static_cast<int>(i));
+        var.states.emplace(s, static_cast<int>(var.stateTexts.size() - 1));
+      }
     } while (rd_.readPunct(','));
     expect('}');
     if (static_cast<double>(var.stateTexts.size()) != n.value)
@@ -232,7 +241,7 @@ class BifReader {
 
   // The index of the state written `text` of `v`.
   static int stateIndex(const Variable& v, const std::string& text) {
-    if (v.stateTexts.size() <= 8) {  // few states: looked through, no hashing
+    if (v.stateTexts.size() <= FEW_STATES) {
       for (size_t i = 0; i < v.stateTexts.size(); ++i)
         if (v.stateTexts[i] == text) return static_cast<int>(i);
       return -1;
