@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <limits>
 
@@ -42,6 +43,33 @@ double outOfRange(const std::string& text) {
   long magnitude = first == std::string::npos ? -1 : static_cast<long>(point) - static_cast<long>(first);
   double v = exponent + magnitude > 0 ? std::numeric_limits<double>::infinity() : 0.0;
   return negative ? -v : v;
+}
+
+// The value of [+|-] digits [. digits] when it is found exactly by one division: at most 15
+// significant digits (so the digits make an exact integer below 2^53) and at most 22 after the
+// point (so the power of ten is exact); one correctly rounded division then gives the same double
+// as a full conversion.  False, `value` unset, otherwise.
+bool exactDecimal(const std::string& text, double& value) {
+  static constexpr double TENS[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
+                                    1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+  size_t i = text[0] == '+' || text[0] == '-' ? 1 : 0;
+  uint64_t digits = 0;
+  int significant = 0, after = 0;
+  bool point = false;
+  for (; i < text.size(); ++i) {
+    char c = text[i];
+    if (c == '.') {
+      point = true;
+      continue;
+    }
+    digits = digits * 10 + static_cast<uint64_t>(c - '0');
+    significant += digits != 0;
+    after += point;
+    if (significant > 15 || after > 22) return false;
+  }
+  value = static_cast<double>(digits) / TENS[after];
+  if (text[0] == '-') value = -value;
+  return true;
 }
 
 }  // namespace
@@ -126,7 +154,7 @@ std::string TokenReader::readRawUntil(std::string_view stops) {
 
 // ---------------------------------------------------------------- comments
 
-int TokenReader::skipSpace() {
+int TokenReader::skipSpaceSlow() {
   const unsigned char intro = static_cast<unsigned char>(syntax_.lineComment[0]);
   for (;;) {
     if (pos_ >= end_ && !fill(1)) return END;
@@ -280,22 +308,57 @@ std::string TokenReader::readWord(std::string_view extra) {
   skipSpace();
   startToken();
   std::string out;
-  for (int c = peek(); c != END; c = peek()) {
-    if (!isWordChar(c) && extra.find(static_cast<char>(c)) == std::string_view::npos) break;
+  for (;;) {
+    // The run of word characters at hand in one step (none of them ends a line).
+    const char* from = data_ + pos_;
+    size_t n = end_ - pos_, i = 0;
+    while (i < n && (isWordChar(static_cast<unsigned char>(from[i])) ||
+                     extra.find(from[i]) != std::string_view::npos))
+      ++i;
+    out.append(from, i);
+    if (i < n) {
+      takeInLine(i);
+      return out;
+    }
+    // The run reached the end of the bytes at hand: one character at a time across the refill.
+    takeInLine(i);
+    if (!fill(1)) return out;
+    int c = static_cast<unsigned char>(data_[pos_]);
+    if (!isWordChar(c) && extra.find(static_cast<char>(c)) == std::string_view::npos) return out;
     out += static_cast<char>(readChar());
   }
-  return out;
 }
 
 std::string TokenReader::readBareWord(std::string_view stops) {
+  std::string out;
+  readBareWord(stops, out);
+  return out;
+}
+
+void TokenReader::readBareWord(std::string_view stops, std::string& out) {
   skipSpace();
   startToken();
-  std::string out;
-  for (int c = peek(); c != END && c > ' ' && stops.find(static_cast<char>(c)) == std::string_view::npos; c = peek()) {
-    if (c == '/' && (peek(1) == '/' || peek(1) == '*' || peek(1) == '#')) break;  // a comment opens
+  out.clear();
+  for (;;) {
+    // The run of the bytes at hand that can neither end the word nor open a comment, in one step
+    // (none of them ends a line).
+    const char* from = data_ + pos_;
+    size_t n = end_ - pos_, i = 0;
+    while (i < n) {
+      unsigned char c = static_cast<unsigned char>(from[i]);
+      if (c <= ' ' || c == '/' || stops.find(static_cast<char>(c)) != std::string_view::npos) break;
+      ++i;
+    }
+    out.append(from, i);
+    takeInLine(i);
+    if (i == n) {
+      if (!fill(1)) return;
+      continue;
+    }
+    if (from[i] != '/' || stops.find('/') != std::string_view::npos) return;
+    if (peek(1) == '/' || peek(1) == '*' || peek(1) == '#') return;  // a comment opens
     out += static_cast<char>(readChar());
   }
-  return out;
 }
 
 bool TokenReader::startsNumber() {
@@ -346,7 +409,10 @@ size_t TokenReader::numberLength(bool& fraction, bool& exponent) {
 bool TokenReader::readNumber(Number& out) {
   int c = skipSpace();
   startToken();
-  out = Number{};
+  out.value = 0;  // cleared field by field, so that the strings keep their room
+  out.integral = false;
+  out.text.clear();
+  out.escape.clear();
   if (c == '@' && (isLetter(peek(1)) || peek(1) == '_')) {
     readChar();
     out.escape = readWord();
@@ -376,6 +442,7 @@ bool TokenReader::readNumber(Number& out) {
     }
   }
   out.integral = !fraction && !exponent;
+  if (!exponent && exactDecimal(t, out.value)) return true;
   const char* first = t.c_str() + (t[0] == '+' ? 1 : 0);
   auto [ptr, ec] = std::from_chars(first, t.c_str() + t.size(), out.value);
   if (ec == std::errc::result_out_of_range) out.value = outOfRange(t);
@@ -392,7 +459,8 @@ int TokenReader::readPunct() {
 bool TokenReader::readPunct(char c) {
   if (skipSpace() != static_cast<unsigned char>(c)) return false;
   startToken();
-  readChar();
+  if (c == '\n' || c == '\r' || c == '\f') readChar();
+  else takeInLine(1);
   return true;
 }
 

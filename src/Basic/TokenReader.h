@@ -169,17 +169,27 @@ class TokenReader {
 
   // ---- white space and comments ----
   // Skips white space and comments; returns the next character (not taken) or END.
-  int skipSpace();
+  int skipSpace() {
+    // Nothing to skip: the next byte is neither white space nor the start of a comment.
+    if (pos_ < end_) {
+      int c = static_cast<unsigned char>(data_[pos_]);
+      if (c > ' ' && c != '/' && c != '<' && c != static_cast<unsigned char>(syntax_.lineComment[0])) return c;
+    }
+    return skipSpaceSlow();
+  }
 
   // ---- tokens (each skips white space and comments first, and sets tokenStart) ----
   // An identifier, or "" (nothing taken) when none stands next.
   std::string readIdentifier();
   // A run of letters, digits, '_' and the characters of `extra` (it may begin with a digit: BIF
-  // names such as "Pig-Network" with extra "-"), or "" when none stands next.
+  // names such as "Pig-Network" with extra "-"; `extra` holds no line end), or "" when none
+  // stands next.
   std::string readWord(std::string_view extra = {});
   // A run of any bytes but white space, control characters, the characters of `stops` and the
   // openings of comments ("1_00___2_%", "a-b/c+d" with stops "{}"), or "" when none stands next.
   std::string readBareWord(std::string_view stops);
+  // The same into `out`, which keeps its room.
+  void readBareWord(std::string_view stops, std::string& out);
   // A number: [+|-] digits [. digits] [e|E [+|-] digits], or one beginning with the point; or
   // [+|-] "INFINITY"/"Infinity"/"Inf" (any case); or "@" and a name (value NaN, `escape` set).
   // False, nothing taken, when none stands next.  Out-of-range values become infinity or 0.
@@ -262,6 +272,7 @@ class TokenReader {
  private:
   ErrorRecord* raise(int severity, TextPosition at, int number, std::string text);
   bool fill(size_t need);
+  int skipSpaceSlow();
   void startToken() { tokenStart_ = here(); }
   void enterComment(ErrDef tooDeep);
   bool skipComment();

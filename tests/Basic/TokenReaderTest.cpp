@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -320,3 +321,80 @@ TEST_F(TokenReaderTest, QuotedStringsReadBackEveryByte) {
 }
 
 }  // namespace
+
+namespace {
+
+// Reads the whole text as bare words (stops "{},;"), words (extra "-") and punctuation in turn,
+// each with its start and the place after it.
+std::vector<std::string> wordsOf(TokenReader& r) {
+  std::vector<std::string> out;
+  std::string bare;
+  for (int turn = 0; r.skipSpace() != TokenReader::END; ++turn) {
+    std::string got;
+    if (turn % 2 == 0) {
+      r.readBareWord("{},;", bare);
+      got = "b:" + bare;
+    } else {
+      got = "w:" + r.readWord("-");
+    }
+    if (got.size() == 2) got = "p:" + std::string(1, static_cast<char>(r.readChar()));
+    out.push_back(got + "@" + std::to_string(r.tokenStart().line) + "." + std::to_string(r.tokenStart().column) +
+                  ">" + std::to_string(r.here().line) + "." + std::to_string(r.here().column));
+  }
+  return out;
+}
+
+}  // namespace
+
+// Words, bare words and the white space between them are taken a run of the block at a time:
+// wherever a block ends (inside a word, on a "/" that may open a comment, inside a run of spaces
+// and line ends), the words, their starts and the places after them are those read in place.
+TEST_F(TokenReaderTest, WordsCutByEveryBlockEndReadAsInPlace) {
+  std::string text;
+  for (int i = 0; i < 12; ++i)
+    text += "Pig-Net" + std::to_string(i) + " a/b//c\n{x_" + std::string(static_cast<size_t>(i) * 7, 'y') +
+            "}\t\t,   \r\n a/*c*/d/#e#/;\f" + std::string(static_cast<size_t>(i), ' ') + "caf\xC3\xA9-" +
+            std::to_string(i) + "\n\n";
+  std::vector<std::string> whole = wordsOf(reader(text));
+  ASSERT_GE(whole.size(), 12u * 8u);
+  EXPECT_EQ(whole[0], "b:Pig-Net0@1.1>1.9");
+  EXPECT_EQ(whole[1], "w:a@1.10>1.11");
+  for (size_t block = 1; block <= 70; ++block) {
+    SCOPED_TRACE(block);
+    EXPECT_EQ(wordsOf(reader(text, {}, block)), whole);
+  }
+}
+
+// Plain decimals are converted by one division when that is exact; every value must equal the
+// full conversion's, on both sides of the bounds (15 significant digits, 22 after the point).
+TEST_F(TokenReaderTest, PlainDecimalsEqualTheFullConversion) {
+  std::string text;
+  std::vector<std::string> texts;
+  unsigned seed = 12345;
+  auto digit = [&seed] {
+    seed = seed * 1103515245u + 12345u;
+    return static_cast<char>('0' + (seed >> 16) % 10);
+  };
+  for (int before = 0; before <= 17; ++before)
+    for (int after : {0, 1, 2, 7, 14, 15, 16, 21, 22, 23, 30}) {
+      std::string t = before % 3 == 0 ? "-" : before % 3 == 1 ? "+" : "";
+      for (int i = 0; i < before; ++i) t += digit();
+      if (before == 0) t += "0";
+      if (after > 0) t += ".";
+      for (int i = 0; i < after; ++i) t += i < after / 2 && before == 0 ? '0' : digit();
+      texts.push_back(t);
+      text += t + (texts.size() % 2 ? ", " : "\n");
+    }
+  for (size_t block : {TokenReader::DEFAULT_BLOCK, size_t{33}}) {
+    TokenReader& r = reader(text, {}, block);
+    for (const std::string& t : texts) {
+      Number n;
+      ASSERT_TRUE(r.readNumber(n)) << t;
+      EXPECT_EQ(n.text, t);
+      double want = std::strtod(t.c_str(), nullptr);
+      EXPECT_EQ(n.value, want) << t;
+      EXPECT_EQ(std::signbit(n.value), std::signbit(want)) << t;
+      r.readPunct(',');
+    }
+  }
+}

@@ -28,11 +28,15 @@ namespace {
 
 struct Variable {
   Bnode* node = nullptr;
-  std::unordered_map<std::string, int> states;  // state text as written -> state index
+  std::unordered_map<std::string, int> states;  // state text as written -> state index (only
+                                                // for more than FEW_STATES states)
   std::vector<std::string> stateTexts;
   bool hasBlock = false;  // a probability block has been read for it
   size_t order = 0;       // its place among the variables
 };
+
+// Up to this many states a state is found by looking through the texts, without hashing.
+constexpr size_t FEW_STATES = 8;
 
 struct ProbBlock {
   Variable* child = nullptr;
@@ -91,19 +95,27 @@ class BifReader {
   }
 
   std::string readName(const char* what) {
-    rd_.skipSpace();
-    if (rd_.peek() == '"') return rd_.readQuoted();
-    std::string word = rd_.readBareWord(BIF_WORD_STOPS);
-    if (word.empty()) rd_.fail(err::BifExpectedGot, what, nextText(word));
+    std::string word;
+    readName(what, word);
     return word;
+  }
+  // The same into `word`, which keeps its room.
+  void readName(const char* what, std::string& word) {
+    if (rd_.skipSpace() == '"') {
+      word = rd_.readQuoted();
+      return;
+    }
+    rd_.readBareWord(BIF_WORD_STOPS, word);
+    if (word.empty()) rd_.fail(err::BifExpectedGot, what, nextText(word));
   }
 
   // "property ... ;": skipped.
   void skipProperty() {
     for (;;) {
-      Token t = rd_.readToken();
-      if (t.kind == TokenKind::End) rd_.fail(err::BifExpected, "';' to end the property");
-      if (t.kind == TokenKind::Punct && t.text == ";") return;
+      int punct = 0;
+      TokenKind kind = rd_.skipToken(punct);
+      if (kind == TokenKind::End) rd_.fail(err::BifExpected, "';' to end the property");
+      if (kind == TokenKind::Punct && punct == ';') return;
     }
   }
 
@@ -188,9 +200,13 @@ class BifReader {
       rd_.skipSpace();
       TextPosition at = rd_.here();
       std::string s = readName("a state name");
-      if (!var.states.emplace(s, static_cast<int>(var.stateTexts.size())).second)
-        rd_.failAt(at, err::BifStateTwice, s, text);
+      if (stateIndex(var, s) >= 0) rd_.failAt(at, err::BifStateTwice, s, text);
       var.stateTexts.push_back(s);
+      if (var.stateTexts.size() > FEW_STATES) {
+        if (var.states.empty())
+          for (size_t i = 0; i + 1 < var.stateTexts.size(); ++i) var.states.emplace(var.stateTexts[i], static_cast<int>(i));
+        var.states.emplace(s, static_cast<int>(var.stateTexts.size() - 1));
+      }
     } while (rd_.readPunct(','));
     expect('}');
     if (static_cast<double>(var.stateTexts.size()) != n.value)
@@ -205,19 +221,33 @@ class BifReader {
     return *it->second;
   }
 
-  // Numbers up to ';', separated by commas or white space.
-  std::vector<double> readNumbers() {
-    std::vector<double> out;
-    while (!rd_.readPunct(';')) {
-      if (!out.empty() && rd_.readPunct(',')) continue;
-      Number n;
-      rd_.skipSpace();
+  // Numbers up to ';', separated by commas or white space, into `out`.
+  void readNumbers(std::vector<double>& out) {
+    out.clear();
+    for (;;) {
+      int c = rd_.skipSpace();
+      if (c == ';' || (c == ',' && !out.empty())) {
+        rd_.readPunct(static_cast<char>(c));
+        if (c == ';') return;
+        continue;
+      }
       TextPosition at = rd_.here();
-      if (!rd_.readNumber(n)) rd_.failAt(at, err::BifExpectedGot, "a number or ';'", nextText(rd_.readBareWord(BIF_WORD_STOPS)));
-      if (!(n.value >= 0 && n.value <= 3.4e38)) rd_.failAt(at, err::BifBadProbability, n.text);
-      out.push_back(n.value);
+      if (!rd_.readNumber(number_))
+        rd_.failAt(at, err::BifExpectedGot, "a number or ';'", nextText(rd_.readBareWord(BIF_WORD_STOPS)));
+      if (!(number_.value >= 0 && number_.value <= 3.4e38)) rd_.failAt(at, err::BifBadProbability, number_.text);
+      out.push_back(number_.value);
     }
-    return out;
+  }
+
+  // The index of the state written `text` of `v`.
+  static int stateIndex(const Variable& v, const std::string& text) {
+    if (v.stateTexts.size() <= FEW_STATES) {
+      for (size_t i = 0; i < v.stateTexts.size(); ++i)
+        if (v.stateTexts[i] == text) return static_cast<int>(i);
+      return -1;
+    }
+    auto it = v.states.find(text);
+    return it == v.states.end() ? -1 : it->second;
   }
 
   void readProbability() {
@@ -251,6 +281,8 @@ class BifReader {
     if (rowsD * static_cast<double>(nc) > MAX_CPT_ENTRIES)
       rd_.failAt(at, err::BifTableTooBig, childText, rowsD * static_cast<double>(nc));
     const size_t rows = static_cast<size_t>(rowsD);
+    std::vector<double>& nums = nums_;
+    std::vector<std::string>& texts = texts_;  // the parent states of a row, as written
     std::vector<double> given, defaultRow;
     std::vector<size_t> givenRow;
     std::vector<bool> seen(rows, false);
@@ -261,28 +293,31 @@ class BifReader {
       TextPosition lineAt = rd_.here();
       any = true;
       if (rd_.readPunct('(')) {
-        std::vector<std::string> texts;
-        size_t row = 0;
+        size_t row = 0, count = 0;
         if (!rd_.readPunct(')')) {
           do {
             rd_.skipSpace();
             TextPosition sat = rd_.here();
-            texts.push_back(readName("a parent state"));
-            if (texts.size() > b.parents.size())
-              rd_.failAt(lineAt, err::BifRowParentCount, static_cast<int>(texts.size()), childText,
+            if (count == texts.size()) texts.emplace_back();
+            std::string& text = texts[count++];
+            readName("a parent state", text);
+            if (count > b.parents.size())
+              rd_.failAt(lineAt, err::BifRowParentCount, static_cast<int>(count), childText,
                          static_cast<int>(b.parents.size()));
-            const Variable& p = *b.parents[texts.size() - 1];
-            auto it = p.states.find(texts.back());
-            if (it == p.states.end()) rd_.failAt(sat, err::BifUnknownState, texts.back(), p.node->name);
-            row = row * p.stateTexts.size() + static_cast<size_t>(it->second);
+            const Variable& p = *b.parents[count - 1];
+            int state = stateIndex(p, text);
+            if (state < 0) rd_.failAt(sat, err::BifUnknownState, text, p.node->name);
+            row = row * p.stateTexts.size() + static_cast<size_t>(state);
           } while (rd_.readPunct(','));
           expect(')');
         }
-        if (texts.size() != b.parents.size())
-          rd_.failAt(lineAt, err::BifRowParentCount, static_cast<int>(texts.size()), childText,
+        if (count != b.parents.size())
+          rd_.failAt(lineAt, err::BifRowParentCount, static_cast<int>(count), childText,
                      static_cast<int>(b.parents.size()));
-        if (seen[row]) rd_.failAt(lineAt, err::BifRowTwice, joined(texts), childText);
-        std::vector<double> nums = readNumbers();
+        if (seen[row])
+          rd_.failAt(lineAt, err::BifRowTwice, joined({texts.begin(), texts.begin() + static_cast<long>(count)}),
+                     childText);
+        readNumbers(nums);
         if (nums.size() != nc)
           rd_.failAt(lineAt, err::BifRowCount, static_cast<int>(nums.size()), childText, static_cast<int>(nc));
         seen[row] = true;
@@ -296,7 +331,7 @@ class BifReader {
         skipProperty();
       } else if (word == "table") {
         if (seenCount > 0) rd_.failAt(lineAt, err::BifRowTwice, std::string("all"), childText);
-        std::vector<double> nums = readNumbers();
+        readNumbers(nums);
         if (static_cast<double>(nums.size()) != rowsD * static_cast<double>(nc))
           rd_.failAt(lineAt, err::BifTableCount, static_cast<int>(nums.size()), childText,
                      rowsD * static_cast<double>(nc));
@@ -309,7 +344,7 @@ class BifReader {
         seenCount = rows;
       } else if (word == "default") {
         if (!defaultRow.empty()) rd_.failAt(lineAt, err::BifExpected, "only one default line");
-        defaultRow = readNumbers();
+        readNumbers(defaultRow);
         if (defaultRow.size() != nc)
           rd_.failAt(lineAt, err::BifRowCount, static_cast<int>(defaultRow.size()), childText, static_cast<int>(nc));
       } else {
@@ -343,6 +378,10 @@ class BifReader {
   bool sawNetwork_ = false;
   std::unordered_map<std::string, std::unique_ptr<Variable>> vars_;  // by the name as written
   std::vector<ProbBlock> blocks_;
+  // Kept between rows for their room.
+  Number number_;
+  std::vector<double> nums_;
+  std::vector<std::string> texts_;
 };
 
 }  // namespace

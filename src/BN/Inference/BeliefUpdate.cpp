@@ -192,6 +192,7 @@ void initPotentials(Bnet& net, JunctionTree& jt, Meter* meter, bool withFindings
   const Bnode* partial = nullptr;
   for (size_t i = 0; i < jt.cliques.size(); ++i) {
     Clique& c = jt.cliques[i];
+    jt.arena.prepare(c.pot.data() + c.pot.size());
     bool written = false;
     double scale = 1.0;
     for (Bnode* n : homed[i]) {
@@ -226,6 +227,7 @@ void initPotentials(Bnet& net, JunctionTree& jt, Meter* meter, bool withFindings
     if (meter) meter->step(c.size);
   }
   for (Separator& s : jt.seps) s.ones = true;
+  jt.arena.prepare(jt.arena.end());  // the separators' pages, before the messages write them
   if (missing) engNotice(net.env, err::NoTables, missing->name);
   if (partial) engNotice(net.env, err::IncompleteTables, partial->name);
   net.enteredAs.assign(net.nodes.size(), Finding());

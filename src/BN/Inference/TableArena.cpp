@@ -1,6 +1,7 @@
 // The junction tree's table block.
 #include "BN/Inference/TableArena.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <system_error>
 
@@ -17,8 +18,51 @@ namespace quorva {
 
 TableArena::~TableArena() { release(); }
 
+namespace {
+
+constexpr uintptr_t PAGE = 4096;
+constexpr uintptr_t HUGE_PAGE = uintptr_t{2} << 20;
+constexpr size_t CHUNK = size_t{4} << 20;  // bytes mapped at once: whole large pages
+
+}  // namespace
+
+bool TableArena::takeChunk(bool fromLow, size_t& chunk) {
+  std::lock_guard<std::mutex> hold(chunks_);
+  if (low_ >= high_) return false;
+  chunk = fromLow ? low_++ : --high_;
+  return true;
+}
+
+void TableArena::mapChunk(size_t chunk) const {
+#if defined(__linux__) && defined(MADV_POPULATE_WRITE)
+  char* from = std::max(pagesFrom_, grid_ + chunk * CHUNK);
+  char* to = std::min(pagesTo_, grid_ + (chunk + 1) * CHUNK);
+  // Refused (an older system), the pages are mapped as they are first written instead.
+  if (to > from) madvise(from, static_cast<size_t>(to - from), MADV_POPULATE_WRITE);
+#else
+  (void)chunk;
+#endif
+}
+
+void TableArena::prepare(const float* end) {
+  const char* upTo = reinterpret_cast<const char*>(end);
+  if (upTo <= grid_) return;
+  size_t need = (static_cast<size_t>(upTo - grid_) + CHUNK - 1) / CHUNK;  // chunks below upTo
+  for (size_t chunk = 0;;) {
+    {
+      std::lock_guard<std::mutex> hold(chunks_);
+      if (low_ >= need || low_ >= high_) return;
+      chunk = low_++;
+    }
+    mapChunk(chunk);
+  }
+}
+
 void TableArena::settle() {
-  stop_.store(true, std::memory_order_relaxed);
+  {
+    std::lock_guard<std::mutex> hold(chunks_);
+    low_ = high_ = 0;
+  }
   if (mapper_.joinable()) mapper_.join();
 }
 
@@ -27,6 +71,7 @@ void TableArena::release() {
   if (block_) env_->memory.release(block_, bytes_);
   block_ = nullptr;
   first_ = nullptr;
+  grid_ = pagesFrom_ = pagesTo_ = nullptr;
   bytes_ = used_ = 0;
 }
 
@@ -46,26 +91,27 @@ void TableArena::allocate(EnvCore* env, size_t floats, const char* purpose) {
   first_ = reinterpret_cast<float*>((at + LINE * sizeof(float) - 1) / (LINE * sizeof(float)) * (LINE * sizeof(float)));
 #if defined(__linux__) && defined(MADV_HUGEPAGE)
   // Large pages for the whole 2 MB stretches of the block (a hint: refused, it changes nothing).
-  constexpr uintptr_t HUGE_PAGE = uintptr_t{2} << 20;
   uintptr_t from = (at + HUGE_PAGE - 1) / HUGE_PAGE * HUGE_PAGE, to = (at + bytes) / HUGE_PAGE * HUGE_PAGE;
   if (to > from) madvise(reinterpret_cast<void*>(from), to - from, MADV_HUGEPAGE);
 #endif
 #if defined(__linux__) && defined(MADV_POPULATE_WRITE)
-  constexpr size_t CHUNK = size_t{8} << 20;
-  if (bytes >= 4 * CHUNK) {
-    uintptr_t low = (at + 4095) / 4096 * 4096, high = (at + bytes) / 4096 * 4096;
-    stop_.store(false, std::memory_order_relaxed);
-    try {
-      mapper_ = std::thread([this, low, high] {
-        for (uintptr_t end = high; end > low && !stop_.load(std::memory_order_relaxed);) {
-          uintptr_t start = end - low > CHUNK ? end - CHUNK : low;
-          if (madvise(reinterpret_cast<void*>(start), end - start, MADV_POPULATE_WRITE) != 0) return;
-          end = start;
-        }
-      });
-    } catch (const std::system_error&) {
-      // No thread: the update maps the pages itself as it goes.
-    }
+  if (bytes < 4 * CHUNK) return;  // a small block is mapped as it is written
+  // Chunks on the large-page grid, the first and last cut to the block's whole pages.
+  uintptr_t low = (at + PAGE - 1) / PAGE * PAGE, high = (at + bytes) / PAGE * PAGE;
+  grid_ = reinterpret_cast<char*>(low / HUGE_PAGE * HUGE_PAGE);
+  pagesFrom_ = reinterpret_cast<char*>(low);
+  pagesTo_ = reinterpret_cast<char*>(high);
+  {
+    std::lock_guard<std::mutex> hold(chunks_);
+    low_ = 0;
+    high_ = (static_cast<size_t>(pagesTo_ - grid_) + CHUNK - 1) / CHUNK;
+  }
+  try {
+    mapper_ = std::thread([this] {
+      for (size_t chunk = 0; takeChunk(false, chunk);) mapChunk(chunk);
+    });
+  } catch (const std::system_error&) {
+    // No thread: the update maps every chunk itself as it goes.
   }
 #endif
 }

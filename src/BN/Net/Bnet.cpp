@@ -54,8 +54,9 @@ Bnode* Bnet::find(const std::string& nodeName) const {
 }
 
 Bnode& Bnet::addNode(std::string nodeName, int numStates) {
-  storage_.reserve(storage_.size() + 1);
-  nodes.reserve(nodes.size() + 1);
+  // Room first, so that nothing below can fail part way; grown by doubling, not one by one.
+  if (storage_.size() == storage_.capacity()) storage_.reserve(2 * storage_.size() + 8);
+  if (nodes.size() == nodes.capacity()) nodes.reserve(2 * nodes.size() + 8);
   auto node = std::make_unique<Bnode>(this, std::move(nodeName), numStates);
   Bnode& ref = *node;
   byName_.emplace(ref.name, &ref);
