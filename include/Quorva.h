@@ -1042,7 +1042,8 @@ bool_vq RedoNetOper_vq(net_bn* net, double to_when);
  * gives the optimal policies.  The findings entered are taken as known to every decision; a
  * decision with an action (EnterAction_bn, EnterActionValue_bn, EnterActionRandomized_bn) or a
  * finding follows it and is not optimised.  Options of equal expected utility go to the lowest
- * numbered; configurations the findings rule out choose the first option.
+ * numbered.  A finding at a node a decision knows leaves its policy as it is (every row keeps the
+ * choice it has without that finding); findings at nodes it does not know change it.
  *
  * Each decision's policy is written into its function table, over its own parents (read it with
  * GetNodeFuncState_bn; the node is then in the node set ":DecisionSolved").  When what a decision

@@ -197,7 +197,7 @@ DecisionModel buildDecisionModel(const Bnet& net, bool noForgetting) {
       m.chance.push_back(std::move(f));
     } else if (n->kind != DECISION) {
       if (n->kind != DISCONNECTED) m.chance.push_back(chanceFactor(m, *n));
-      if (hasFinding(*n)) m.chance.push_back(findingFactor(m, *n, false));
+      if (hasFinding(*n)) m.findings.push_back(findingFactor(m, *n, false));
     }
   }
   for (Bnode* u : net.nodes)

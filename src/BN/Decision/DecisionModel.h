@@ -22,7 +22,8 @@ struct DecisionModel {
   std::vector<Bnode*> vars;            // the variable of each number: every node with states but utility nodes
   Cards cards;                         // their state counts
   std::vector<int> varOf;              // per node of the net (net order): its variable, or -1
-  std::vector<ValueFactor> chance;     // tables of chance and constant nodes, and findings of chance nodes
+  std::vector<ValueFactor> chance;     // tables of chance and constant nodes
+  std::vector<ValueFactor> findings;   // findings of chance nodes, each over its one variable
   std::vector<ValueFactor> utilities;  // one per utility node: p of ones, w its utility
   std::vector<Bnode*> decisions;       // in the order they are made
   std::vector<std::vector<int>> informed;  // per decision: the variables known when it is made

@@ -49,9 +49,12 @@ ValueFactor argmaxPolicy(const Cards& cards, const ValueFactor& w, int dvar) {
   return pol;
 }
 
-std::vector<const ValueFactor*> factorsBut(const DecisionModel& m, size_t skipDecision) {
+// Every factor but the policy of decision `skipDecision` and the findings at `unseen` variables.
+std::vector<const ValueFactor*> factorsBut(const DecisionModel& m, size_t skipDecision, const std::vector<int>& unseen = {}) {
   std::vector<const ValueFactor*> all;
   for (const ValueFactor& f : m.chance) all.push_back(&f);
+  for (const ValueFactor& f : m.findings)
+    if (std::find(unseen.begin(), unseen.end(), f.vars[0]) == unseen.end()) all.push_back(&f);
   for (const ValueFactor& f : m.utilities) all.push_back(&f);
   for (size_t k = 0; k < m.policies.size(); ++k)
     if (k != skipDecision) all.push_back(&m.policies[k]);
@@ -87,7 +90,9 @@ bool updatePolicies(DecisionModel& m, bool writeTables) {
     int dvar = m.var(*m.decisions[k]);
     std::vector<int> keep = m.informed[k];
     keep.push_back(dvar);
-    ValueFactor w = eliminateAllBut(m.cards, factorsBut(m, k), keep);
+    // A finding at a variable the decision knows only scales that variable's rows: left out, it
+    // leaves the rows it allows as they are and gives the rows it rules out a policy too.
+    ValueFactor w = eliminateAllBut(m.cards, factorsBut(m, k, m.informed[k]), keep);
     ValueFactor pol = argmaxPolicy(m.cards, w, dvar);
     if (pol.vars != m.policies[k].vars || pol.p != m.policies[k].p) changed = true;
     m.policies[k] = std::move(pol);

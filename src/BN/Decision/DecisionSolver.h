@@ -13,8 +13,9 @@
 // chance nodes it observed, ..., the first decision).  Without it, passes repeat until no policy
 // changes (at most 50), which is optimal when each decision observes whatever it needs.
 // Findings are taken as known to every decision; a decision with an action (or finding) follows
-// it and is not optimised.  Options of equal expected utility go to the lowest numbered; a
-// configuration the findings rule out chooses the first option.
+// it and is not optimised.  Options of equal expected utility go to the lowest numbered.  A
+// finding at a variable a decision knows does not change its policy (the rows the finding rules
+// out keep the choice they would have without it); findings elsewhere change it.
 #pragma once
 #include <cstdint>
 #include <memory>
