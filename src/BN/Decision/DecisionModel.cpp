@@ -195,8 +195,12 @@ DecisionModel buildDecisionModel(const Bnet& net, bool noForgetting) {
       ValueFactor f = oneVarFactor(m, *n, 0.0);
       f.p[static_cast<size_t>(std::max(0, n->finding.state))] = 1.0;
       m.chance.push_back(std::move(f));
+      m.chanceOwner.push_back(m.varOf[placeOf(net, n)]);
     } else if (n->kind != DECISION) {
-      if (n->kind != DISCONNECTED) m.chance.push_back(chanceFactor(m, *n));
+      if (n->kind != DISCONNECTED) {
+        m.chance.push_back(chanceFactor(m, *n));
+        m.chanceOwner.push_back(m.varOf[placeOf(net, n)]);
+      }
       if (hasFinding(*n)) m.findings.push_back(findingFactor(m, *n, false));
     }
   }

@@ -23,6 +23,7 @@ struct DecisionModel {
   Cards cards;                         // their state counts
   std::vector<int> varOf;              // per node of the net (net order): its variable, or -1
   std::vector<ValueFactor> chance;     // tables of chance and constant nodes
+  std::vector<int> chanceOwner;        // per table: the variable it gives the probabilities of
   std::vector<ValueFactor> findings;   // findings of chance nodes, each over its one variable
   std::vector<ValueFactor> utilities;  // one per utility node: p of ones, w its utility
   std::vector<Bnode*> decisions;       // in the order they are made

@@ -120,6 +120,31 @@ void findPolicies(DecisionModel& m, bool noForgetting) {
     if (m.fixed[k]) writeActionTable(*m.decisions[k]);
 }
 
+// The tables, policies and findings a variable's marginal depends on: those of the variable, of
+// the variables with findings, and of their ancestors (a decision's parents being what it knows).
+// The others sum to one and drop out.
+std::vector<const ValueFactor*> ancestralFactors(const DecisionModel& m, int var) {
+  std::vector<const ValueFactor*> owned(m.vars.size(), nullptr);
+  for (size_t i = 0; i < m.chance.size(); ++i) owned[static_cast<size_t>(m.chanceOwner[i])] = &m.chance[i];
+  for (size_t k = 0; k < m.decisions.size(); ++k) owned[static_cast<size_t>(m.var(*m.decisions[k]))] = &m.policies[k];
+  std::vector<char> needed(m.vars.size(), 0);
+  std::vector<int> stack{var};
+  for (const ValueFactor& f : m.findings) stack.push_back(f.vars[0]);
+  std::vector<const ValueFactor*> out;
+  while (!stack.empty()) {
+    int v = stack.back();
+    stack.pop_back();
+    if (needed[static_cast<size_t>(v)]) continue;
+    needed[static_cast<size_t>(v)] = 1;
+    const ValueFactor* f = owned[static_cast<size_t>(v)];
+    if (!f) continue;
+    out.push_back(f);
+    for (int u : f->vars) stack.push_back(u);
+  }
+  for (const ValueFactor& f : m.findings) out.push_back(&f);
+  return out;
+}
+
 void findResults(const DecisionModel& m, DecisionSolution& s) {
   for (size_t k = 0; k < m.decisions.size(); ++k) {
     ValueFactor r = eliminateAllBut(m.cards, factorsBut(m, k), {m.var(*m.decisions[k])});
@@ -133,7 +158,7 @@ void findResults(const DecisionModel& m, DecisionSolution& s) {
   ValueFactor total = eliminateAllBut(m.cards, all, {});
   s.meu = total.p[0] > 0 ? (total.hasUtility() ? total.w[0] / total.p[0] : 0.0) : undefDouble();
   for (size_t v = 0; v < m.vars.size(); ++v) {
-    ValueFactor b = eliminateAllBut(m.cards, all, {static_cast<int>(v)});
+    ValueFactor b = eliminateAllBut(m.cards, ancestralFactors(m, static_cast<int>(v)), {static_cast<int>(v)});
     double sum = 0;
     for (double x : b.p) sum += x;
     std::vector<float> bel(b.p.size(), 0.0f);

@@ -2,6 +2,7 @@
 #include "BN/Decision/ValueFactor.h"
 
 #include <algorithm>
+#include <deque>
 #include <iterator>
 #include <limits>
 
@@ -95,22 +96,43 @@ ValueFactor sumOut(const Cards& cards, const ValueFactor& f, int var) {
 
 namespace {
 
-// The variable (not kept) whose elimination makes the smallest table.
-int cheapestVar(const Cards& cards, const std::vector<ValueFactor>& pool, const std::vector<int>& keep) {
-  std::vector<int> candidates;
-  for (const ValueFactor& f : pool) candidates = unionOf(candidates, f.vars);
-  int best = -1;
-  double bestSize = std::numeric_limits<double>::infinity();
-  for (int v : candidates) {
-    if (std::binary_search(keep.begin(), keep.end(), v)) continue;
-    std::vector<int> joined;
-    for (const ValueFactor& f : pool)
-      if (std::binary_search(f.vars.begin(), f.vars.end(), v)) joined = unionOf(joined, f.vars);
-    double size = 1;
-    for (int j : joined) size *= cards[static_cast<size_t>(j)];
-    if (size < bestSize) best = v, bestSize = size;
+// The order in which to eliminate the variables the factors mention but `keep` does not: each
+// step takes the variable whose elimination makes the smallest table (ties to the lower number),
+// and joins its neighbours.
+std::vector<int> eliminationOrder(const Cards& cards, const std::vector<const ValueFactor*>& factors,
+                                  const std::vector<int>& keep) {
+  std::vector<int> vars;
+  for (const ValueFactor* f : factors) vars.insert(vars.end(), f->vars.begin(), f->vars.end());
+  std::sort(vars.begin(), vars.end());
+  vars.erase(std::unique(vars.begin(), vars.end()), vars.end());
+  size_t n = vars.size();
+  auto local = [&](int v) { return static_cast<size_t>(std::lower_bound(vars.begin(), vars.end(), v) - vars.begin()); };
+  std::vector<std::vector<char>> adj(n, std::vector<char>(n, 0));
+  for (const ValueFactor* f : factors)
+    for (int a : f->vars)
+      for (int b : f->vars) adj[local(a)][local(b)] = 1;
+  std::vector<char> gone(n, 0);
+  for (int k : keep)
+    if (std::binary_search(vars.begin(), vars.end(), k)) gone[local(k)] = 2;  // never eliminated
+  std::vector<int> order;
+  while (true) {
+    size_t best = n;
+    double bestSize = std::numeric_limits<double>::infinity();
+    for (size_t v = 0; v < n; ++v) {
+      if (gone[v]) continue;
+      double size = 1;
+      for (size_t u = 0; u < n; ++u)
+        if ((adj[v][u] && gone[u] != 1) || u == v) size *= cards[static_cast<size_t>(vars[u])];
+      if (size < bestSize) best = v, bestSize = size;
+    }
+    if (best == n) break;
+    for (size_t a = 0; a < n; ++a)
+      for (size_t b = 0; b < n; ++b)
+        if (adj[best][a] && adj[best][b] && gone[a] != 1 && gone[b] != 1) adj[a][b] = 1;
+    gone[best] = 1;
+    order.push_back(vars[best]);
   }
-  return best;
+  return order;
 }
 
 }  // namespace
@@ -118,24 +140,29 @@ int cheapestVar(const Cards& cards, const std::vector<ValueFactor>& pool, const 
 ValueFactor eliminateAllBut(const Cards& cards, std::vector<const ValueFactor*> factors, std::vector<int> keep) {
   std::sort(keep.begin(), keep.end());
   keep.erase(std::unique(keep.begin(), keep.end()), keep.end());
-  std::vector<ValueFactor> pool;
-  pool.reserve(factors.size());
-  for (const ValueFactor* f : factors) pool.push_back(*f);
-  for (int v; (v = cheapestVar(cards, pool, keep)) >= 0;) {
-    ValueFactor joined;
-    joined.p = {1.0};
-    std::vector<ValueFactor> rest;
-    for (ValueFactor& f : pool) {
-      if (std::binary_search(f.vars.begin(), f.vars.end(), v)) joined = multiply(cards, joined, f);
-      else rest.push_back(std::move(f));
-    }
-    rest.push_back(sumOut(cards, joined, v));
-    pool = std::move(rest);
+  std::vector<int> order = eliminationOrder(cards, factors, keep);
+  std::vector<size_t> position(cards.size(), order.size());
+  for (size_t i = 0; i < order.size(); ++i) position[static_cast<size_t>(order[i])] = i;
+  // Bucket i holds the factors whose first variable to go is order[i]; the last bucket, the rest.
+  std::vector<std::vector<const ValueFactor*>> bucket(order.size() + 1);
+  auto place = [&](const ValueFactor* f) {
+    size_t first = order.size();
+    for (int v : f->vars) first = std::min(first, position[static_cast<size_t>(v)]);
+    bucket[first].push_back(f);
+  };
+  for (const ValueFactor* f : factors) place(f);
+  std::deque<ValueFactor> made;
+  for (size_t i = 0; i < order.size(); ++i) {
+    if (bucket[i].empty()) continue;
+    ValueFactor joined = *bucket[i][0];
+    for (size_t k = 1; k < bucket[i].size(); ++k) joined = multiply(cards, joined, *bucket[i][k]);
+    made.push_back(sumOut(cards, joined, order[i]));
+    place(&made.back());
   }
   ValueFactor result;
   result.vars = keep;
   result.p.assign(configCount(cards, keep), 1.0);
-  for (const ValueFactor& f : pool) result = multiply(cards, result, f);
+  for (const ValueFactor* f : bucket[order.size()]) result = multiply(cards, result, *f);
   return result;
 }
 
