@@ -1052,10 +1052,11 @@ bool_vq RedoNetOper_vq(net_bn* net, double to_when);
  * node of a solved net gives its marginal when every decision follows its policy, given the
  * findings.
  *
- * Compiling refuses a net whose decisions can't be solved, naming the node, and leaves it
- * uncompiled: 5800 (a decision in a directed cycle through its information links), 5801 (two
- * decisions with no directed path between them: the decisions must lie on one directed path),
- * 5802 (a utility node with children), 5803 (a decision with no states).  Solving records the
+ * Compiling refuses a net whose decisions could never be solved, naming the node, and leaves it
+ * uncompiled: 5800 (a decision in a directed cycle through its information links), 5802 (a
+ * utility node with children), 5803 (a decision with no states).  A net with two decisions with
+ * no directed path between them compiles, but solving it (so every belief read and the calls
+ * below) is refused with 5801: the decisions must lie on one directed path.  Solving records the
  * notice 5807 when a utility table has undefined entries (taken as 0). */
 
 /* Sets whether a decision knows what earlier decisions knew and chose (1, the default) or only

@@ -68,6 +68,9 @@ void checkDecisionNet(const Bnet& net) {
       if (l.parent && below[placeOf(net, l.parent)])
         engError(net.env, err::DecisionCycle, net.name, d->name, l.parent->name);
   }
+}
+
+void checkDecisionOrder(const Bnet& net) {
   std::vector<Bnode*> order = decisionOrder(net);
   for (size_t i = 0; i + 1 < order.size(); ++i)
     if (!descendants(net, *order[i])[placeOf(net, order[i + 1])])

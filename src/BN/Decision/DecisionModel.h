@@ -10,10 +10,13 @@ namespace quorva {
 class Bnet;
 class Bnode;
 
-// Refuses a net whose decisions can't be solved (errors 5800 to 5803): a decision in a directed
-// cycle, two decisions with no directed path between them, a utility node with children, a
-// decision without states.  Changes nothing.
+// Refuses, when compiling, a net whose decisions could never be solved (errors 5800, 5802,
+// 5803): a decision in a directed cycle, a utility node with children, a decision without
+// states.  Changes nothing.
 void checkDecisionNet(const Bnet& net);
+// Refuses, when solving, decisions that can't be ordered: two with no directed path between them
+// (error 5801).  A net with such decisions still compiles.
+void checkDecisionOrder(const Bnet& net);
 
 // The decisions of the net, the one made first first: each is an ancestor of the next.
 std::vector<Bnode*> decisionOrder(const Bnet& net);

@@ -174,6 +174,7 @@ const DecisionSolution& solveDecisions(Bnet& net) {
   JunctionTree& jt = *net.jt;
   if (jt.decisions && jt.decisions->inputs == net.beliefInputs && jt.decisions->noForgetting == net.noForgetting)
     return *jt.decisions;
+  checkDecisionOrder(net);
   DecisionModel m = buildDecisionModel(net, net.noForgetting);
   if (m.incompleteUtility) engNotice(net.env, err::UtilityIncomplete, m.incompleteUtility->name);
   auto s = std::make_shared<DecisionSolution>();
