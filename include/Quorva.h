@@ -1074,6 +1074,52 @@ nodelist_bn* GetRelevantNodes_bn(const nodelist_bn* nodes);
  * explain it and its effects follow it.  One edit, undone as one.  Refused (5905) for decision,
  * utility and constant nodes and nodes without states. */
 void InterveneNode_bn(node_bn* node, state_bn state);
+/* ---- Decision nets ----
+ * A net with decision and utility nodes is solved at the first belief update after it is compiled
+ * and after its findings or tables change (any belief read, or the calls below, brings that
+ * about).  Solving finds the optimal policy of every decision: for each configuration of what the
+ * decision knows when it is made, the option of greatest expected utility, the later decisions
+ * following their optimal policies and the utilities of all utility nodes added.  The method is
+ * exact: single policy updating, from the last decision back to the first, over potentials of
+ * probabilities and expected utilities summed by variable elimination; with "no forgetting" (the
+ * default) a decision also knows what every earlier decision knew and chose, and one backward pass
+ * gives the optimal policies.  The findings entered are taken as known to every decision; a
+ * decision with an action (EnterAction_bn, EnterActionValue_bn, EnterActionRandomized_bn) or a
+ * finding follows it and is not optimised.  Options of equal expected utility go to the lowest
+ * numbered.  A finding at a node a decision knows leaves its policy as it is (every row keeps the
+ * choice it has without that finding); findings at nodes it does not know change it.
+ *
+ * Each decision's policy is written into its function table, over its own parents (read it with
+ * GetNodeFuncState_bn; the node is then in the node set ":DecisionSolved").  When what a decision
+ * remembers under no forgetting changes its best option beyond what its own parents tell, the
+ * table holds the option best summed over the remembered configurations.  GetNodeBeliefs_bn of any
+ * node of a solved net gives its marginal when every decision follows its policy, given the
+ * findings.
+ *
+ * Compiling refuses a net whose decisions could never be solved, naming the node, and leaves it
+ * uncompiled: 5800 (a decision in a directed cycle through its information links), 5802 (a
+ * utility node with children), 5803 (a decision with no states).  A net with two decisions with
+ * no directed path between them compiles, but solving it (so every belief read and the calls
+ * below) is refused with 5801: the decisions must lie on one directed path.  Solving records the
+ * notice 5807 when a utility table has undefined entries (taken as 0). */
+
+/* Sets whether a decision knows what earlier decisions knew and chose (1, the default) or only
+ * its own parents (0); -1 only asks.  Returns the setting before, -1 on failure (5806 for another
+ * value).  A change makes the net's beliefs and policies stale.  Without no forgetting, policy
+ * updates repeat until none changes, which is optimal when each decision observes what it needs. */
+int SetNetNoForgetting_bn(net_bn* net, int no_forgetting);
+
+/* The expected utility of each option of decision node `node` (one entry per state), given the
+ * findings, the decision taking that option and every other decision following its policy;
+ * UNDEF_DBL for an option the findings rule out.  The array belongs to the net and is valid until
+ * its findings, tables or structure next change.  NULL on failure: 5804 (not a decision), 3044
+ * (the net is not compiled), 3045 (findings inconsistent), and the errors of updating. */
+const double* GetNodeExpectedUtils_bn(node_bn* node);
+
+/* The maximum expected utility of the net given the findings, every decision following its
+ * policy: the sum of the utility nodes' expected values.  UNDEF_DBL on failure: 5805 (no utility
+ * node), 3044, 3045, and the errors of updating. */
+double GetNetExpectedUtility_bn(net_bn* net);
 
 #ifdef __cplusplus
 }

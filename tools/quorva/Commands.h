@@ -22,6 +22,7 @@ void addEquationCommand(CLI::App& app, Runner& chosen);
 void addQueryCommands(CLI::App& app, Runner& chosen);
 void addLearnCommand(CLI::App& app, Runner& chosen);
 void addTestCommand(CLI::App& app, Runner& chosen);
+void addDecideCommand(CLI::App& app, Runner& chosen);
 
 // The positional NET argument that most commands take.
 CLI::Option* addNetArgument(CLI::App* command, std::string& path);

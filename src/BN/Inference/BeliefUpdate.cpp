@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <string>
 
+#include "BN/Decision/DecisionSolver.h"
 #include "BN/Net/Bnet.h"
 #include "BN/Inference/ImpossibleConditions.h"
 #include "BN/Inference/InferErrors.h"
@@ -512,6 +513,7 @@ void updateBeliefs(Bnet& net) {
   }
   ++jt.version;  // cached beliefs read before this update are stale
   net.juncStep = 5;
+  if (jt.hasDecisions && !checkingOnly) solveDecisions(net);
 }
 
 bool findingsHold(Bnet& net) {
@@ -562,6 +564,8 @@ const std::vector<float>& nodeBeliefs(Bnode& n) {
   Bnet& net = *n.net;
   updateBeliefs(net);
   JunctionTree& jt = *net.jt;
+  if (jt.hasDecisions)
+    if (const std::vector<float>* b = solvedBeliefs(net, n)) return *b;
   if (n.beliefsVersion == jt.version + 1 && !n.beliefs.empty()) return n.beliefs;
   n.beliefs.assign(static_cast<size_t>(n.numStates), 0.0f);
   if (n.homeClique >= 0) {

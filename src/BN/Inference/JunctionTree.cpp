@@ -2,6 +2,8 @@
 // cliques, memory check; and the junction tree report.
 #include "BN/Inference/JunctionTree.h"
 
+#include "BN/Decision/DecisionModel.h"
+
 #include <algorithm>
 #include <map>
 
@@ -236,6 +238,7 @@ void compileNet(Bnet& net, const CompileOptions& options) {
                                  [](const Bnode* n) { return n->kind == DECISION || n->kind == UTILITY; });
   if (options.optimize && std::any_of(net.nodes.begin(), net.nodes.end(), [](const Bnode* n) { return n->kind == DECISION; }))
     engError(net.env, err::OptimizingWithDecisions, net.name);
+  if (jt->hasDecisions) checkDecisionNet(net);
   checkAcyclic(net);
   haltPoint(net);
   UGraph g = moralGraph(net);

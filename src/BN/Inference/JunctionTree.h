@@ -3,6 +3,7 @@
 #pragma once
 #include <cstdint>
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,7 @@ namespace quorva {
 
 class Bnet;
 class Bnode;
+struct DecisionSolution;
 
 struct Separator {
   int a = -1, b = -1;            // the two cliques (a the earlier, toward the root)
@@ -57,6 +59,7 @@ struct JunctionTree {
   uint64_t version = 0;          // rises whenever the potentials change
   uint64_t updates = 0;          // belief updates that did work (a count for tests and benchmarks)
   std::vector<int> queue;        // scratch of the propagation schedule
+  std::shared_ptr<DecisionSolution> decisions;  // the decisions solved (BN/Decision), when they are
 
   int neighbour(int clique, int sep) const {
     const Separator& s = seps[static_cast<size_t>(sep)];

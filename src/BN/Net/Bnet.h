@@ -40,6 +40,7 @@ class Bnet : public Tagged {
   EnvCore* env;
   std::vector<Bnode*> nodes;  // live nodes, in creation order
   bool autoUpdate = true;
+  bool noForgetting = true;  // a decision knows what earlier decisions knew and chose
   std::vector<Bnode*> elimOrder;
   std::string fileName;
   uint64_t uniqueLabel = FIRST_UNIQUE_LABEL;
