@@ -80,7 +80,8 @@ int main(int argc, char** argv) {
   addEquationCommand(app, chosen);
   addLearnCommand(app, chosen);
   addTestCommand(app, chosen);
-  static const char* const COMMANDS = "beliefs, cases, compile, convert, check, bench, tables, sensitivity, equation, learn, test";
+  addSampleCommand(app, chosen);
+  static const char* const COMMANDS = "beliefs, cases, compile, convert, check, bench, tables, sensitivity, equation, learn, test, sample";
   if (argc < 2) {
     std::fprintf(stderr, "quorva: a command is required (one of %s); quorva --help tells more\n", COMMANDS);
     return 2;
