@@ -83,14 +83,14 @@ void BeliefFormat::appendApproxHead(std::string& out) const {
   out += methodWord(method_);
   if (method_ == BeliefMethod::Loopy) {
     out += "\",\"rounds\":";
-    appendNumber(out, summary_.samples);
+    out += std::to_string(static_cast<long long>(summary_.samples));
     out += ",\"converged\":";
     out += summary_.converged ? "true" : "false";
     out += ",\"max_change\":";
     appendNumber(out, summary_.max_change);
   } else {
     out += "\",\"samples\":";
-    appendNumber(out, summary_.samples);
+    out += std::to_string(static_cast<long long>(summary_.samples));
     out += ",\"effective_samples\":";
     appendNumber(out, summary_.effective_samples);
   }
