@@ -1081,7 +1081,8 @@ typedef struct {
  * or 500 rounds), unless `seconds` is above 0, which alone then limits the run; with both, the
  * first reached ends it.  `damping` (0 to below 1) mixes each new loopy message with the one before
  * (also used by the loopy rounds before importance sampling).  `seed` seeds the sampling (-1: from
- * the net's generator).  `summary` (may be NULL) receives what the run did.  Errors: 5933
+ * the net's generator); cases are drawn on up to 8 of the machine's cores in seeded blocks of 4096,
+ * summed in block order, so the same seed and count give the same beliefs on any machine.  `summary` (may be NULL) receives what the run did.  Errors: 5933
  * (method), 5934 (samples or seconds negative), 5935 (damping), 5936 (size too small), 5931
  * (seed), 3045 (loopy propagation finds the findings inconsistent), 5937 (every case drawn had
  * weight 0).  Returns the number of entries written, -1 on failure. */

@@ -96,17 +96,22 @@ void BeliefFormat::appendApproxHead(std::string& out) const {
   }
 }
 
-void BeliefFormat::appendApproxJson(nlohmann::ordered_json& top, nlohmann::ordered_json& node, size_t i) const {
-  std::string text = "{\"x\":0";
-  if (i == 0) appendApproxHead(text);
-  text += ",\"y\":{\"z\":0";
-  appendNodeExtras(text, i);
-  text += "}}";
-  const nlohmann::ordered_json parsed = nlohmann::ordered_json::parse(text);
-  for (const auto& [key, value] : parsed.items())
-    if (key != "x" && key != "y") top[key] = value;
-  for (const auto& [key, value] : parsed["y"].items())
-    if (key != "z") node[key] = value;
+void BeliefFormat::addApproxJson(nlohmann::ordered_json& top) const {
+  if (method_ == BeliefMethod::Exact) return;
+  top["method"] = methodWord(method_);
+  if (method_ == BeliefMethod::Loopy) {
+    top["rounds"] = static_cast<long long>(summary_.samples);
+    top["converged"] = summary_.converged != 0;
+    top["max_change"] = summary_.max_change;
+  } else {
+    top["samples"] = static_cast<long long>(summary_.samples);
+    top["effective_samples"] = summary_.effective_samples;
+  }
+}
+
+void BeliefFormat::addNodeJson(nlohmann::ordered_json& node, size_t i) const {
+  if (!errors_.empty()) node["errors"] = errors_[i];
+  if (valued_[i]) node["expected"] = {{"mean", means_[i]}, {"std_dev", sds_[i]}};
 }
 
 std::string BeliefFormat::approxLine() const {

@@ -148,12 +148,13 @@ void BeliefFormat::appendJsonError(std::string& out, long caseNo, std::string_vi
 
 nlohmann::ordered_json BeliefFormat::toJson() const {
   nlohmann::ordered_json top = {{"net", netName_}, {"findings_probability", probability_}};
+  addApproxJson(top);
   nlohmann::ordered_json nodes = nlohmann::ordered_json::array();
   for (size_t i = 0; i < shown_.size(); ++i) {
     nlohmann::ordered_json node = nodeFields(shown_[i]), beliefs = nlohmann::ordered_json::array();
     for (size_t s = 0; s < stateLabels_[i].size(); ++s) beliefs.push_back(static_cast<double>(beliefs_[i][s]));
     node["beliefs"] = beliefs;
-    appendApproxJson(top, node, i);
+    addNodeJson(node, i);
     nodes.push_back(node);
   }
   top["nodes"] = nodes;

@@ -60,7 +60,8 @@ class BeliefFormat {
   void readExpected();
   void appendNodeExtras(std::string& out, size_t i) const;
   void appendApproxHead(std::string& out) const;
-  void appendApproxJson(nlohmann::ordered_json& top, nlohmann::ordered_json& node, size_t i) const;
+  void addApproxJson(nlohmann::ordered_json& top) const;
+  void addNodeJson(nlohmann::ordered_json& node, size_t i) const;
   std::string approxLine() const;
 
   std::vector<int> offsets_;        // per shown node: its first entry in the net's approximate beliefs

@@ -1,6 +1,7 @@
 // Reading a net's tables and findings into rows to draw from, and drawing one case.
 #include "BN/Approx/SampleModel.h"
 
+#include <algorithm>
 #include <unordered_map>
 
 #include "BN/Inference/InferErrors.h"
@@ -75,6 +76,7 @@ SampleModel::SampleModel(const Bnet& net) {
       if (!l.parent) continue;
       const int p = position.at(l.parent);
       s.parents.push_back(p);
+      s.parentStates.push_back(l.parent->numStates);
       children[static_cast<size_t>(p)].push_back(static_cast<int>(i));
       ++waiting[i];
       rows *= static_cast<size_t>(l.parent->numStates > 0 ? l.parent->numStates : 1);
@@ -115,6 +117,37 @@ SampleModel::SampleModel(const Bnet& net) {
     for (int p : s.parents) drawable = drawable && nodes_[static_cast<size_t>(p)].states > 0;
     if (drawable) order_.push_back(i);
   }
+  compact();
+}
+
+void SampleModel::compact() {
+  steps_.clear();
+  parentPos_.clear();
+  parentCount_.clear();
+  prob_.clear();
+  cum_.clear();
+  ratio_.clear();
+  stepOf_.assign(nodes_.size(), -1);
+  for (int i : order_) {
+    stepOf_[static_cast<size_t>(i)] = static_cast<int>(steps_.size());
+    const SampleNode& n = nodes_[static_cast<size_t>(i)];
+    Step st;
+    st.node = i;
+    st.states = n.states;
+    st.clamp = n.clamp;
+    st.parentsAt = static_cast<uint32_t>(parentPos_.size());
+    parentPos_.insert(parentPos_.end(), n.parents.begin(), n.parents.end());
+    parentCount_.insert(parentCount_.end(), n.parentStates.begin(), n.parentStates.end());
+    st.parentsEnd = static_cast<uint32_t>(parentPos_.size());
+    st.tableAt = prob_.size();
+    prob_.insert(prob_.end(), n.prob.begin(), n.prob.end());
+    cum_.insert(cum_.end(), n.cum.begin(), n.cum.end());
+    st.weighted = !n.ratio.empty();
+    if (st.weighted) ratio_.insert(ratio_.end(), n.ratio.begin(), n.ratio.end());
+    else ratio_.resize(ratio_.size() + n.prob.size(), 1.0);
+    st.likelihood = !n.likelihood.empty();
+    steps_.push_back(st);
+  }
 }
 
 void SampleModel::setProposal(size_t i, const std::vector<double>& proposal) {
@@ -122,6 +155,7 @@ void SampleModel::setProposal(size_t i, const std::vector<double>& proposal) {
   if (proposal.empty()) {
     n.cum = cumulative(n.prob, n.states);
     n.ratio.clear();
+    refresh(i);
     return;
   }
   std::vector<double> q = proposal;
@@ -133,26 +167,38 @@ void SampleModel::setProposal(size_t i, const std::vector<double>& proposal) {
       n.ratio[r * k + s] = q[r * k + s] > 0 ? n.prob[r * k + s] / q[r * k + s] : 0.0;
   }
   n.cum = cumulative(q, n.states);
+  refresh(i);
+}
+
+void SampleModel::refresh(size_t i) {
+  if (stepOf_[i] < 0) return;
+  const SampleNode& n = nodes_[i];
+  Step& st = steps_[static_cast<size_t>(stepOf_[i])];
+  std::copy(n.cum.begin(), n.cum.end(), cum_.begin() + static_cast<long>(st.tableAt));
+  st.weighted = !n.ratio.empty();
+  for (size_t k = 0; k < n.prob.size(); ++k) ratio_[st.tableAt + k] = st.weighted ? n.ratio[k] : 1.0;
 }
 
 double SampleModel::draw(RandomGen& rng, int* values) const {
   for (size_t i = 0; i < nodes_.size(); ++i) values[i] = -1;
   double weight = 1.0;
-  for (int i : order_) {
-    const SampleNode& n = nodes_[static_cast<size_t>(i)];
-    const size_t at = row(static_cast<size_t>(i), values) * static_cast<size_t>(n.states);
-    int state = n.clamp;
+  for (const Step& st : steps_) {
+    size_t r = 0;
+    for (uint32_t j = st.parentsAt; j < st.parentsEnd; ++j)
+      r = r * static_cast<size_t>(parentCount_[j]) + static_cast<size_t>(values[parentPos_[j]]);
+    const size_t at = st.tableAt + r * static_cast<size_t>(st.states);
+    int state = st.clamp;
     if (state >= 0) {
-      weight *= n.prob[at + static_cast<size_t>(state)];
+      weight *= prob_[at + static_cast<size_t>(state)];
     } else {
       const double u = rng.uniform();
-      const double* c = &n.cum[at];
+      const double* c = &cum_[at];
       state = 0;
-      while (state < n.states - 1 && !(u < c[state])) ++state;
-      if (!n.ratio.empty()) weight *= n.ratio[at + static_cast<size_t>(state)];
-      if (!n.likelihood.empty()) weight *= n.likelihood[static_cast<size_t>(state)];
+      while (state < st.states - 1 && !(u < c[state])) ++state;
+      if (st.weighted) weight *= ratio_[at + static_cast<size_t>(state)];
+      if (st.likelihood) weight *= nodes_[static_cast<size_t>(st.node)].likelihood[static_cast<size_t>(state)];
     }
-    values[i] = state;
+    values[st.node] = state;
   }
   return weight;
 }

@@ -4,6 +4,7 @@
 // threads, each with its own generator.
 #pragma once
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 namespace quorva {
@@ -14,6 +15,7 @@ class RandomGen;
 struct SampleNode {
   int states = 0;             // 0: the node is not drawn (no states, or a utility node)
   std::vector<int> parents;   // positions in the net's node list, in table order
+  std::vector<int> parentStates;  // the number of states of each parent
   std::vector<double> prob;   // P(state | parents), one row per parent configuration
   std::vector<double> cum;    // the rows drawn from, cumulative (the last entry of a row is 1)
   std::vector<double> ratio;  // P / q per entry when drawn from q other than P; else empty
@@ -39,8 +41,7 @@ class SampleModel {
     const SampleNode& n = nodes_[i];
     size_t r = 0;
     for (size_t j = 0; j < n.parents.size(); ++j)
-      r = r * static_cast<size_t>(nodes_[static_cast<size_t>(n.parents[j])].states) +
-          static_cast<size_t>(values[n.parents[j]]);
+      r = r * static_cast<size_t>(n.parentStates[j]) + static_cast<size_t>(values[n.parents[j]]);
     return r;
   }
 
@@ -54,9 +55,26 @@ class SampleModel {
   double draw(RandomGen& rng, int* values) const;
 
  private:
+  // The nodes in drawing order with their rows in shared flat arrays, so that a draw walks a few
+  // contiguous arrays rather than every node's own vectors.
+  struct Step {
+    int node = 0, states = 0, clamp = -1;
+    uint32_t parentsAt = 0, parentsEnd = 0;  // in parentPos_ and parentCount_
+    size_t tableAt = 0;                      // in prob_, cum_ and ratio_
+    bool weighted = false;                   // ratio_ holds P / q for it
+    bool likelihood = false;
+  };
+  void compact();
+  // Copies node i's drawing rows into the flat arrays.
+  void refresh(size_t i);
+
   std::vector<SampleNode> nodes_;
   std::vector<int> order_;
   bool findings_ = false;
+  std::vector<Step> steps_;
+  std::vector<int> stepOf_;  // per net position: its step, or -1
+  std::vector<int> parentPos_, parentCount_;
+  std::vector<double> prob_, cum_, ratio_;
 };
 
 }  // namespace quorva

@@ -31,7 +31,10 @@ struct WeightedEstimate {
   double findingsProbability = 0;
 };
 
-// `stop` is asked every few hundred cases whether to stop early (a user halt); it may be empty.
+// Cases are drawn in blocks of SAMPLE_BLOCK_CASES on up to 8 threads (the machine's cores); block
+// b draws from a generator seeded from the seed and b, and the blocks are summed in order, so the
+// estimate does not depend on the number of threads (unless a time limit cuts the run short).
+// `stop` is asked between rounds of blocks whether to stop early (a user halt); it may be empty.
 WeightedEstimate weightedSample(const SampleModel& model, const SamplingBudget& budget,
                                 const std::function<bool()>& stop = {});
 
