@@ -1120,6 +1120,61 @@ const double* GetNodeExpectedUtils_bn(node_bn* node);
  * policy: the sum of the utility nodes' expected values.  UNDEF_DBL on failure: 5805 (no utility
  * node), 3044, 3045, and the errors of updating. */
 double GetNetExpectedUtility_bn(net_bn* net);
+/* ===================================================================== sampling and approximate beliefs */
+/* Drawing cases from a net, and beliefs found without compiling, for nets whose junction tree
+ * would not fit in memory.  Both read the node tables and findings directly (parents first; a
+ * missing or undefined table row counts as uniform, as does a decision node) and leave the net,
+ * its findings and its compiled state as they were.  A net with a directed cycle is refused (3051). */
+
+/* Replaces the contents of `stream` with `num_cases` cases drawn from the net, as a case file: a
+ * header line of the names of the nodes with states (utility nodes left out) in net order, then
+ * one line per case, in the environment's delimiter and value form, lines ended by "\r\n".  When
+ * the net has findings, nodes with a state finding keep that state, other nodes are drawn given
+ * their parents, and a first column "NumCases" gives each case its likelihood weight (the
+ * probability of the findings given the case's parents, times the likelihood findings), so that
+ * the weighted cases follow the beliefs given the findings.  The cases are drawn in blocks of 4096,
+ * block b from a generator seeded from `seed` and b: the same seed writes the same file whatever
+ * the number of `threads` (1 to 64).  `seed` -1 takes one from the net's generator.  A file stream
+ * is written a few blocks at a time; a memory stream holds the whole text.  `options` must be NULL
+ * or "".  Errors: 5930 (num_cases negative), 5931 (seed below -1), 5932 (threads), 5938
+ * (options), and the stream's write errors.  Returns the cases written, -1 on failure. */
+long long WriteSampledCases_bn(net_bn* net, stream_vq* stream, long long num_cases, long long seed, int threads,
+                               const char* options);
+
+typedef enum {
+  LIKELIHOOD_WEIGHTING = 1, /* cases drawn from the tables, findings clamped and weighted */
+  IMPORTANCE_SAMPLING = 2,  /* cases drawn from tables biased toward the findings by a few rounds
+                               of loopy propagation (evidence pre-propagation) */
+  LOOPY_PROPAGATION = 3     /* loopy belief propagation over the node tables */
+} approx_method_bn;
+
+/* What an approximate run did. */
+typedef struct {
+  double samples;              /* sampling: the cases drawn; loopy: the rounds run */
+  double effective_samples;    /* sampling: (sum of weights)^2 / (sum of squared weights) */
+  double findings_probability; /* sampling: the mean weight; loopy: UNDEF_DBL */
+  double max_change;           /* loopy: the largest change of a belief in the last round */
+  int converged;               /* loopy: max_change fell below 1e-6; sampling: 1 */
+} approx_summary_bn;
+
+/* Approximate beliefs of every node of the net given its findings, without compiling it.  Every
+ * node with states, in net order (utility nodes and nodes without states take no entries), writes
+ * one belief per state into `beliefs` and beside it, at the same index of `errors`, its estimated
+ * error: for sampling, the standard error of the belief (the ratio estimator's, plus one effective
+ * case's share 1 / ESS, so that a state never drawn does not claim an error of 0); for loopy
+ * propagation, how much the node's beliefs moved in the last round.  `size` is the room in both
+ * arrays; with `beliefs` NULL nothing is computed and the number of entries needed is returned.
+ * `samples`: the cases to draw (rounds for loopy propagation); 0 takes the default (200000 cases,
+ * or 500 rounds), unless `seconds` is above 0, which alone then limits the run; with both, the
+ * first reached ends it.  `damping` (0 to below 1) mixes each new loopy message with the one before
+ * (also used by the loopy rounds before importance sampling).  `seed` seeds the sampling (-1: from
+ * the net's generator); cases are drawn on up to 8 of the machine's cores in seeded blocks of 4096,
+ * summed in block order, so the same seed and count give the same beliefs on any machine.  `summary` (may be NULL) receives what the run did.  Errors: 5933
+ * (method), 5934 (samples or seconds negative), 5935 (damping), 5936 (size too small), 5931
+ * (seed), 3045 (loopy propagation finds the findings inconsistent), 5937 (every case drawn had
+ * weight 0).  Returns the number of entries written, -1 on failure. */
+int ApproxNetBeliefs_bn(net_bn* net, approx_method_bn method, double samples, double seconds, double damping,
+                        long long seed, double* beliefs, double* errors, int size, approx_summary_bn* summary);
 
 #ifdef __cplusplus
 }

@@ -84,6 +84,20 @@ BeliefFormat::BeliefFormat(const net_bn* net, std::vector<node_bn*> shown) : sho
     stateLabels_.push_back(std::move(labels));
   }
   beliefs_.assign(shown_.size(), nullptr);
+  const std::vector<node_bn*> all = netNodes(net);
+  int at = 0;
+  std::vector<int> offsetOf(all.size());
+  for (size_t i = 0; i < all.size(); ++i) {
+    offsetOf[i] = at;
+    if (GetNodeKind_bn(all[i]) != UTILITY_NODE) at += std::max(0, GetNodeNumberStates_bn(all[i]));
+  }
+  for (node_bn* node : shown_) {
+    const size_t i = static_cast<size_t>(std::find(all.begin(), all.end(), node) - all.begin());
+    offsets_.push_back(i < all.size() ? offsetOf[i] : 0);
+    valued_.push_back(GetNodeLevels_bn(node) != nullptr ? 1 : 0);
+  }
+  means_.assign(shown_.size(), 0);
+  sds_.assign(shown_.size(), 0);
 }
 
 bool BeliefFormat::read(net_bn* net) {
@@ -93,6 +107,7 @@ bool BeliefFormat::read(net_bn* net) {
     beliefs_[i] = GetNodeBeliefs_bn(shown_[i]);
     if (!beliefs_[i]) return false;
   }
+  readExpected();
   return true;
 }
 
@@ -106,6 +121,7 @@ void BeliefFormat::appendJson(std::string& out, long caseNo) const {
     out.append(head_, 1);
   }
   appendNumber(out, probability_);
+  appendApproxHead(out);
   out += ",\"nodes\":[";
   for (size_t i = 0; i < shown_.size(); ++i) {
     if (i) out += ',';
@@ -115,7 +131,9 @@ void BeliefFormat::appendJson(std::string& out, long caseNo) const {
       if (s) out += ',';
       appendNumber(out, static_cast<double>(beliefs_[i][s]));
     }
-    out += "]}";
+    out += ']';
+    appendNodeExtras(out, i);
+    out += '}';
   }
   out += "]}\n";
 }
@@ -129,21 +147,25 @@ void BeliefFormat::appendJsonError(std::string& out, long caseNo, std::string_vi
 }
 
 nlohmann::ordered_json BeliefFormat::toJson() const {
+  nlohmann::ordered_json top = {{"net", netName_}, {"findings_probability", probability_}};
+  addApproxJson(top);
   nlohmann::ordered_json nodes = nlohmann::ordered_json::array();
   for (size_t i = 0; i < shown_.size(); ++i) {
     nlohmann::ordered_json node = nodeFields(shown_[i]), beliefs = nlohmann::ordered_json::array();
     for (size_t s = 0; s < stateLabels_[i].size(); ++s) beliefs.push_back(static_cast<double>(beliefs_[i][s]));
     node["beliefs"] = beliefs;
+    addNodeJson(node, i);
     nodes.push_back(node);
   }
-  return {{"net", netName_}, {"findings_probability", probability_}, {"nodes", nodes}};
+  top["nodes"] = nodes;
+  return top;
 }
 
 void BeliefFormat::appendTables(std::string& out) const {
   char line[64];
   std::snprintf(line, sizeof line, "%.6g", probability_);
   out += "Probability of the findings: ";
-  out += line;
+  out += method_ == BeliefMethod::Exact ? std::string(line) : approxLine();
   out += "\n";
   for (size_t i = 0; i < shown_.size(); ++i) {
     out += "\n";
@@ -158,11 +180,16 @@ void BeliefFormat::appendTables(std::string& out) const {
       out.append(width - columns(stateLabels_[i][s]), ' ');
       std::snprintf(line, sizeof line, " %7.2f%% ", p * 100);
       out += line;
+      if (!errors_.empty()) {
+        std::snprintf(line, sizeof line, "\u00B1%5.2f%% ", errors_[i][s] * 100);
+        out += line;
+      }
       std::string bar = blockBar(p, TABLE_BAR);
       bar.erase(bar.find_last_not_of(' ') + 1);
       out += bar;
       out += "\n";
     }
+    if (valued_[i]) out += "  expected value: " + readable(means_[i]) + " (std dev " + readable(sds_[i]) + ")\n";
   }
 }
 

@@ -1,4 +1,5 @@
 // quorva beliefs NET [-f NODE=STATE]... [-l NODE=p1,p2,...]... [-v NODE=REAL]... [--nodes A,B] [--json]
+//                    [--method exact|lw|is|loopy] [--samples N] [--seconds S] [--damping D] [--seed S]
 #include <cstdio>
 #include <memory>
 
@@ -17,6 +18,7 @@ struct BeliefsOptions {
   std::string format;
   double optimize = 0;
   bool json = false;
+  MethodSettings method;
 };
 
 // -f/-l/-v: each occurrence takes one NODE=... text, checked as the command line is parsed.
@@ -45,6 +47,11 @@ std::vector<FindingArg> findingArgs(const BeliefsOptions& o) {
   return all;
 }
 
+// Exact beliefs from the compiled net, or approximate ones from the node tables.
+bool readBeliefs(BeliefFormat& format, net_bn* net, BeliefMethod method, const MethodSettings& settings) {
+  return method == BeliefMethod::Exact ? format.read(net) : format.readApprox(net, method, settings);
+}
+
 int runBeliefs(const BeliefsOptions& o) {
   Env env;
   ProgressBar progress;
@@ -55,10 +62,10 @@ int runBeliefs(const BeliefsOptions& o) {
   std::vector<node_bn*> shown = selectNodes(net, o.nodes);
   std::vector<FindingArg> findings = findingArgs(o);
   for (const FindingArg& f : findings) findNode(net, f.node);  // a wrong name fails before compiling
-  compileNet(env, net, o.net, o.optimize);
+  const BeliefMethod method = chooseMethod(env, net, o.net, o.method.method, o.optimize);
   enterFindings(env, net, findings);
   BeliefFormat format(net, shown);
-  const bool read = format.read(net);
+  const bool read = readBeliefs(format, net, method, o.method);
   progress.clear();
   // Only what went wrong: the engine's records say it when it has made any.
   if (env.flush()) throw Failure{};
@@ -113,7 +120,13 @@ void addBeliefsCommand(CLI::App& app, Runner& chosen) {
       "[{\"name\": N, \"states\": [S...], \"beliefs\": [B...]}, ...]}, nodes in net order (or --nodes order);\n"
       "a node whose title differs from its name has \"title\": T after its name, and one whose states'\n"
       "titles differ from their names \"titles\": [T...] after its states.\n"
-      "Impossible findings, or nodes and states the net lacks, fail with status 1.");
+      "Impossible findings, or nodes and states the net lacks, fail with status 1.\n"
+      "Approximate methods (--method lw|is|loopy, or chosen with a notice when the junction tree would be\n"
+      "too large) print each belief's estimated error after it (\u00B1; JSON \"errors\": [E...]), and say\n"
+      "what they did (JSON \"method\", \"samples\", \"effective_samples\", or \"rounds\", \"converged\",\n"
+      "\"max_change\"; loopy propagation gives no probability of the findings: null).  Nodes with real\n"
+      "values (levels, or discretized continuous nodes) also print their expected value and standard\n"
+      "deviation (JSON \"expected\": {\"mean\": M, \"std_dev\": S}).");
   addNetArgument(c, o->net);
   addFindingOption(c, "-f,--finding", o->states, FindingArg::State, "NODE=STATE",
                    "A state finding: the node is in that state (a state name, or #index counting from 0)");
@@ -124,6 +137,7 @@ void addBeliefsCommand(CLI::App& app, Runner& chosen) {
   addFormatOption(c, o->format, "--format", "Read the net as this format, whatever its name");
   addOptimizeOption(c, o->optimize, "Search this many seconds for an elimination order with smaller tables first");
   c->add_flag("--json", o->json, "Print one JSON object instead of tables");
+  addMethodOptions(c, o->method);
   c->callback([o, &chosen] { chosen = [o] { return runBeliefs(*o); }; });
 }
 

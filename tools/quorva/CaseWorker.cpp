@@ -6,8 +6,9 @@
 namespace quorva::cli {
 
 CaseWorker::CaseWorker(const std::string& netPath, NetFormat format, const std::vector<std::string>& order,
-                       const std::vector<std::string>& shown, bool json)
-    : json_(json) {
+                       const std::vector<std::string>& shown, bool json, BeliefMethod method,
+                       const MethodSettings& settings)
+    : json_(json), method_(method), settings_(settings) {
   net_ = env_.readNet(netPath, format);
   buildMissingTables(env_, net_, false);  // the case reader has said so
   requireUsable(net_, netPath);
@@ -20,7 +21,7 @@ CaseWorker::CaseWorker(const std::string& netPath, NetFormat format, const std::
     DeleteNodeList_bn(list);
   }
   SetNetAutoUpdate_bn(net_, 0);  // one update per case, when its beliefs are read
-  CompileNet_bn(net_);
+  if (method_ == BeliefMethod::Exact) CompileNet_bn(net_);
   env_.check();
   format_ = std::make_unique<BeliefFormat>(net_, printed);
 }
@@ -56,7 +57,7 @@ void CaseWorker::run(CaseBatch& batch) {
     }
     RetractNetFindings_bn(net_);
     enter(batch, c);
-    bool ok = format_->read(net_);
+    bool ok = method_ == BeliefMethod::Exact ? format_->read(net_) : format_->readApprox(net_, method_, settings_);
     if (!ok || GetError_vq(env_.get(), NOTHING_ERR, nullptr)) {
       ok = ok && GetError_vq(env_.get(), ERROR_ERR, nullptr) == nullptr;
       std::string message = env_.firstMessage(ERROR_ERR);

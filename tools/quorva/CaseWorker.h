@@ -14,9 +14,11 @@ class CaseWorker {
  public:
   // Reads the net (in `format`, Unknown: as its name or start says) and compiles it, with the
   // elimination order `order` (node names) when it is not empty; Failure (printed) when it
-  // cannot.  `shown` names the nodes to print (all when empty).
+  // cannot.  `shown` names the nodes to print (all when empty).  With an approximate `method`
+  // the net is not compiled and each case's beliefs come from the node tables.
   CaseWorker(const std::string& netPath, NetFormat format, const std::vector<std::string>& order,
-             const std::vector<std::string>& shown, bool json);
+             const std::vector<std::string>& shown, bool json, BeliefMethod method = BeliefMethod::Exact,
+             const MethodSettings& settings = {});
   CaseWorker(const CaseWorker&) = delete;
   CaseWorker& operator=(const CaseWorker&) = delete;
 
@@ -34,6 +36,8 @@ class CaseWorker {
   std::vector<node_bn*> nodes_;
   std::unique_ptr<BeliefFormat> format_;
   bool json_;
+  BeliefMethod method_;
+  MethodSettings settings_;
 };
 
 }  // namespace quorva::cli

@@ -1,4 +1,4 @@
-// quorva cases NET CASEFILE [--nodes A,B,...] [--json] [--threads N]
+// quorva cases NET CASEFILE [--nodes A,B,...] [--json] [--threads N] [--method exact|lw|is|loopy] ...
 //
 // With one thread, the calling thread reads a batch of cases, enters them and prints them, in
 // turn.  With N threads, N workers (each with its own environment and compiled copy of the net)
@@ -30,6 +30,7 @@ struct CasesOptions {
   double optimize = 0;
   bool json = false;
   int threads = 0;
+  MethodSettings method;  // Auto is settled by settleMethod() before the workers start
 };
 
 // The cases written out and, of them, those refused.
@@ -70,6 +71,17 @@ std::vector<std::string> optimizedOrder(const CasesOptions& o) {
   for (int i = 0, n = order ? LengthNodeList_bn(order) : 0; i < n; ++i) names.push_back(GetNodeName_bn(GetNthNode_bn(order, i)));
   env.check();
   return names;
+}
+
+// The method every worker uses: the one asked for, or, when none, exact unless the junction tree
+// would be too large (said once, here).
+BeliefMethod settleMethod(const CasesOptions& o) {
+  if (o.method.method != BeliefMethod::Auto) return o.method.method;
+  Env env;
+  net_bn* net = env.readNet(o.net, formatNamed(o.format));
+  buildMissingTables(env, net, false);
+  requireUsable(net, o.net);
+  return chooseMethod(env, net, o.net, BeliefMethod::Auto, 0);
 }
 
 // The batches between the threads.  Reading and updating are tasks that any worker takes on:
@@ -176,7 +188,7 @@ int runThreaded(CaseSource& source, const CasesOptions& o, int threads, Tally& t
   for (int i = 0; i < threads; ++i) {
     workers.emplace_back([&pipe, &o] {
       try {
-        CaseWorker worker(o.net, formatNamed(o.format), o.order, o.nodes, o.json);
+        CaseWorker worker(o.net, formatNamed(o.format), o.order, o.nodes, o.json, o.method.method, o.method);
         pipe.work(worker);
       } catch (...) {
         pipe.stop(true);
@@ -202,14 +214,15 @@ int runThreaded(CaseSource& source, const CasesOptions& o, int threads, Tally& t
 int runCases(CasesOptions o) {
   int threads = o.threads > 0 ? o.threads : static_cast<int>(std::thread::hardware_concurrency());
   if (threads < 1) threads = 1;
-  if (o.optimize > 0) o.order = optimizedOrder(o);
+  o.method.method = settleMethod(o);
+  if (o.optimize > 0 && o.method.method == BeliefMethod::Exact) o.order = optimizedOrder(o);
   ProgressBar progress;
   CaseSource source(o.net, formatNamed(o.format), o.cases, &progress);
   source.checkNodes(o.nodes);  // unknown names fail here, once, rather than in every worker
   Tally tally;
   int status = 0;
   if (threads == 1) {
-    CaseWorker worker(o.net, formatNamed(o.format), o.order, o.nodes, o.json);
+    CaseWorker worker(o.net, formatNamed(o.format), o.order, o.nodes, o.json, o.method.method, o.method);
     status = runSingle(source, worker, tally);
   } else {
     status = runThreaded(source, o, threads, tally);
@@ -240,6 +253,8 @@ void addCasesCommand(CLI::App& app, Runner& chosen) {
       "                                   naming no state); the run goes on with the next case.\n"
       "When any case is refused, \"N of M cases refused\" is said on standard error at the end and the\n"
       "exit status is 1 (0 when every case gave beliefs).\n"
+      "With an approximate method (--method lw|is|loopy, or chosen with a notice when the junction tree\n"
+      "would be too large), each case's beliefs come from the node tables, with \"errors\" as for `beliefs`.\n"
       "Example:\n"
       "  quorva cases examples/asia.dne examples/asia_cases.txt --json --nodes lung_cancer");
   addNetArgument(c, o->net);
@@ -253,6 +268,7 @@ void addCasesCommand(CLI::App& app, Runner& chosen) {
                 "Worker threads, each with its own compiled copy of the net (default: the number of cores); "
                 "with 1, reading, updating and printing take turns on one thread")
       ->check(CLI::Range(1, 64));
+  addMethodOptions(c, o->method);
   c->callback([o, &chosen] { chosen = [o] { return runCases(*o); }; });
 }
 

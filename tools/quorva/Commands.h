@@ -23,6 +23,7 @@ void addQueryCommands(CLI::App& app, Runner& chosen);
 void addLearnCommand(CLI::App& app, Runner& chosen);
 void addTestCommand(CLI::App& app, Runner& chosen);
 void addDecideCommand(CLI::App& app, Runner& chosen);
+void addSampleCommand(CLI::App& app, Runner& chosen);
 
 // The positional NET argument that most commands take.
 CLI::Option* addNetArgument(CLI::App* command, std::string& path);

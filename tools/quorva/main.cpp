@@ -82,7 +82,8 @@ int main(int argc, char** argv) {
   addLearnCommand(app, chosen);
   addTestCommand(app, chosen);
   addDecideCommand(app, chosen);
-  static const char* const COMMANDS = "beliefs, cases, compile, convert, check, bench, tables, sensitivity, equation, learn, test, mpe, joint, graph, decide";
+  addSampleCommand(app, chosen);
+  static const char* const COMMANDS = "beliefs, cases, compile, convert, check, bench, tables, sensitivity, equation, learn, test, mpe, joint, graph, decide, sample";
   if (argc < 2) {
     std::fprintf(stderr, "quorva: a command is required (one of %s); quorva --help tells more\n", COMMANDS);
     return 2;
