@@ -68,4 +68,22 @@ TEST(QueryCommands, graph_answers_and_wrong_command_lines) {
   }
 }
 
+// do(either = c1) leaves the causes at their priors and moves the effects as observing does.
+TEST(QueryCommands, beliefs_under_an_intervention) {
+  auto beliefs = [](std::vector<std::string> extra) {
+    std::vector<std::string> args{"beliefs", ASIA, "--nodes", "lung_cancer,positive_XraY", "--json"};
+    args.insert(args.end(), extra.begin(), extra.end());
+    ToolRun r = runQuorva(args);
+    EXPECT_EQ(r.status, 0) << r.err;
+    nlohmann::json nodes = nlohmann::json::parse(r.out)["nodes"];
+    return std::vector<double>{nodes[0]["beliefs"][0], nodes[1]["beliefs"][0]};
+  };
+  std::vector<double> prior = beliefs({}), done = beliefs({"--do", "tuberculos_or_cancer=c1"}),
+                      seen = beliefs({"-f", "tuberculos_or_cancer=c1"});
+  EXPECT_NEAR(done[0], prior[0], 1e-6);
+  EXPECT_GT(seen[0], prior[0] + 0.5);
+  EXPECT_NEAR(done[1], seen[1], 1e-6);
+  EXPECT_EQ(runQuorva({"beliefs", ASIA, "--do", "tuberculos_or_cancer=zz"}).status, 1);
+}
+
 }  // namespace

@@ -14,37 +14,23 @@ namespace {
 
 struct BeliefsOptions {
   std::string net;
-  std::vector<std::string> states, likelihoods, values, nodes;
+  FindingOptions findings;
+  std::vector<std::string> nodes, interventions;
   std::string format;
   double optimize = 0;
   bool json = false;
   MethodSettings method;
 };
 
-// -f/-l/-v: each occurrence takes one NODE=... text, checked as the command line is parsed.
-void addFindingOption(CLI::App* command, const char* name, std::vector<std::string>& into, FindingArg::Kind kind,
-                      const char* typeName, const char* help) {
-  command->add_option(name, into, help)
-      ->type_name(typeName)
-      ->expected(1)
-      ->allow_extra_args(false)
-      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
-      ->check(CLI::Validator([kind](std::string& text) { return parseFindingArg(kind, text, nullptr); }, ""));
-}
-
-std::vector<FindingArg> findingArgs(const BeliefsOptions& o) {
-  std::vector<FindingArg> all;
-  auto add = [&all](const std::vector<std::string>& texts, FindingArg::Kind kind) {
-    for (const std::string& text : texts) {
-      FindingArg f;
-      parseFindingArg(kind, text, &f);
-      all.push_back(std::move(f));
-    }
-  };
-  add(o.states, FindingArg::State);
-  add(o.likelihoods, FindingArg::Likelihood);
-  add(o.values, FindingArg::Value);
-  return all;
+// --do NODE=STATE: the node is set to the state from outside the model, cut from its causes.
+void intervene(Env& env, net_bn* net, const std::vector<std::string>& interventions) {
+  for (const std::string& text : interventions) {
+    FindingArg f;
+    parseFindingArg(FindingArg::State, text, &f);
+    node_bn* node = findNode(net, f.node);
+    InterveneNode_bn(node, findState(node, f.state));
+    env.check();
+  }
 }
 
 // Exact beliefs from the compiled net, or approximate ones from the node tables.
@@ -60,8 +46,9 @@ int runBeliefs(const BeliefsOptions& o) {
   buildMissingTables(env, net, true);
   requireUsable(net, o.net);
   std::vector<node_bn*> shown = selectNodes(net, o.nodes);
-  std::vector<FindingArg> findings = findingArgs(o);
+  std::vector<FindingArg> findings = o.findings.args();
   for (const FindingArg& f : findings) findNode(net, f.node);  // a wrong name fails before compiling
+  intervene(env, net, o.interventions);
   const BeliefMethod method = chooseMethod(env, net, o.net, o.method.method, o.optimize);
   enterFindings(env, net, findings);
   BeliefFormat format(net, shown);
@@ -98,6 +85,11 @@ int runBeliefs(const BeliefsOptions& o) {
       }
     }
     out += "\n";
+    if (!o.interventions.empty()) {
+      out += "Interventions:";
+      for (size_t i = 0; i < o.interventions.size(); ++i) out += (i ? ", do(" : " do(") + o.interventions[i] + ")";
+      out += "\n";
+    }
     format.appendTables(out);
   }
   std::fwrite(out.data(), 1, out.size(), stdout);
@@ -128,11 +120,13 @@ void addBeliefsCommand(CLI::App& app, Runner& chosen) {
       "values (levels, or discretized continuous nodes) also print their expected value and standard\n"
       "deviation (JSON \"expected\": {\"mean\": M, \"std_dev\": S}).");
   addNetArgument(c, o->net);
-  addFindingOption(c, "-f,--finding", o->states, FindingArg::State, "NODE=STATE",
-                   "A state finding: the node is in that state (a state name, or #index counting from 0)");
-  addFindingOption(c, "-l,--likelihood", o->likelihoods, FindingArg::Likelihood, "NODE=p1,p2,...",
-                   "A likelihood finding: one number from 0 to 1 per state");
-  addFindingOption(c, "-v,--value", o->values, FindingArg::Value, "NODE=REAL", "A real-value finding");
+  o->findings.addTo(c);
+  c->add_option("--do", o->interventions, "An intervention: the node is set to the state from outside the model (its links in are cut)")
+      ->type_name("NODE=STATE")
+      ->expected(1)
+      ->allow_extra_args(false)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+      ->check(CLI::Validator([](std::string& text) { return parseFindingArg(FindingArg::State, text, nullptr); }, ""));
   addNodesOption(c, o->nodes);
   addFormatOption(c, o->format, "--format", "Read the net as this format, whatever its name");
   addOptimizeOption(c, o->optimize, "Search this many seconds for an elimination order with smaller tables first");
