@@ -54,7 +54,7 @@ int ApproxNetBeliefs_bn(net_bn* net, approx_method_bn method, double samples, do
                         long long seed, double* beliefs, double* errors, int size, approx_summary_bn* summary) {
   return apiCall(__func__, -1, envOf(net), [&](ApiFrame& f) {
     Bnet& n = f.net(net);
-    const int m = static_cast<int>(method);
+    const int m = enumBits(method);
     if (m < 1 || m > 3) argError(&f.env(), err::ApproxMethod, m);
     if (!(samples >= 0)) argError(&f.env(), err::ApproxBudget, "samples", samples);
     if (!(seconds >= 0)) argError(&f.env(), err::ApproxBudget, "seconds", seconds);

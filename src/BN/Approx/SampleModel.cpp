@@ -8,6 +8,8 @@
 #include "BN/Net/Bnet.h"
 #include "BN/Net/Bnode.h"
 #include "BN/Tables/NodeTables.h"
+#include "Basic/BasicErrors.h"
+#include "Basic/Format.h"
 #include "Basic/RandomGen.h"
 #include "Basic/Raise.h"
 
@@ -72,6 +74,7 @@ SampleModel::SampleModel(const Bnet& net) {
     SampleNode& s = nodes_[i];
     bool drawable = n.kind != UTILITY && n.numStates > 0;
     size_t rows = 1;
+    double entries = n.numStates;  // counted apart: the row count may not fit a size_t
     for (const Link& l : n.parents) {
       if (!l.parent) continue;
       const int p = position.at(l.parent);
@@ -80,9 +83,15 @@ SampleModel::SampleModel(const Bnet& net) {
       children[static_cast<size_t>(p)].push_back(static_cast<int>(i));
       ++waiting[i];
       rows *= static_cast<size_t>(l.parent->numStates > 0 ? l.parent->numStates : 1);
+      entries *= l.parent->numStates > 0 ? l.parent->numStates : 1;
       drawable = drawable && l.parent->numStates > 0 && l.parent->kind != UTILITY;
     }
     if (!drawable) continue;
+    // A node without a table may have more parent rows than any table could: refused before
+    // its uniform rows are laid out.
+    if (entries > MAX_CPT_ENTRIES)
+      raiseMemoryError(net.env, err::NotEnoughMemory, "to sample >-node '" + n.name + "'",
+                       formatBytes(entries * 2 * sizeof(double)));
     s.states = n.numStates;
     s.prob = tableRows(n, rows);
     s.cum = cumulative(s.prob, s.states);
