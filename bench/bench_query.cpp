@@ -6,31 +6,20 @@
 #include <string>
 #include <vector>
 
+#include "BenchNets.h"
 #include "Quorva.h"
 
 namespace {
 
-struct Env {
-  environ_vq* env = NewQuorvaEnviron_vq(nullptr, nullptr, nullptr);
-  Env() { InitQuorva2_bn(env, nullptr); }
-  ~Env() { CloseQuorva_bn(env, nullptr); }
-};
 
 const char* const NETS[] = {"alarm", "Pigs"};
 
-net_bn* readNet(Env& e, const char* name) {
-  std::string path = std::string(QUORVA_SOURCE_DIR) + "/tests/data/" + name + ".bif";
-  stream_vq* s = NewFileStream_vq(path.c_str(), e.env, nullptr);
-  net_bn* net = ReadNet_bn(s, NO_VISUAL_INFO);
-  DeleteStream_vq(s);
-  return net;
-}
 
 // The net, a finding on its first node, and a list of three nodes spread over the net.
 struct Question {
   net_bn* net;
   nodelist_bn* list;
-  Question(Env& e, const char* name) : net(readNet(e, name)), list(NewNodeList2_bn(0, net)) {
+  Question(BenchEnv& e, const char* name) : net(readDataNet(e, name)), list(NewNodeList2_bn(0, net)) {
     const nodelist_bn* nodes = GetNetNodes_bn(net);
     int n = LengthNodeList_bn(nodes);
     for (int i : {n / 4, n / 2, 3 * n / 4}) AddNodeToList_bn(GetNthNode_bn(nodes, i), list, -1);
@@ -40,7 +29,7 @@ struct Question {
 
 // arg 0: the net; arg 1: 0 joint beliefs, 1 most probable joint state, 2 compile and update.
 void BM_Query(benchmark::State& state) {
-  Env e;
+  BenchEnv e;
   Question q(e, NETS[state.range(0)]);
   std::vector<double> joint(1024);
   std::vector<state_bn> config(3);

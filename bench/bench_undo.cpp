@@ -6,26 +6,15 @@
 #include <vector>
 
 #include "BN/Net/Bnet.h"
+#include "BenchNets.h"
 #include "Quorva.h"
 #include "Quorva/Handles.h"
 
 namespace {
 
-struct Env {
-  environ_vq* env = NewQuorvaEnviron_vq(nullptr, nullptr, nullptr);
-  Env() { InitQuorva2_bn(env, nullptr); }
-  ~Env() { CloseQuorva_bn(env, nullptr); }
-};
 
 const char* const NETS[] = {"asia", "alarm", "Link"};
 
-net_bn* readNet(Env& e, const char* name) {
-  std::string path = std::string(QUORVA_SOURCE_DIR) + "/tests/data/" + name + ".bif";
-  stream_vq* s = NewFileStream_vq(path.c_str(), e.env, nullptr);
-  net_bn* net = ReadNet_bn(s, NO_VISUAL_INFO);
-  DeleteStream_vq(s);
-  return net;
-}
 
 // The first node with the most parents.
 node_bn* mostParents(const nodelist_bn* nodes) {
@@ -39,8 +28,8 @@ node_bn* mostParents(const nodelist_bn* nodes) {
 // Edits one CPT row of the net's node with the most parents, 10,000 times per run; the second
 // argument turns undo on (1) or leaves it off (0) for the cost of the edit alone.
 void BM_UndoCptRowEdit(benchmark::State& state) {
-  Env e;
-  net_bn* net = readNet(e, NETS[state.range(0)]);
+  BenchEnv e;
+  net_bn* net = readDataNet(e, NETS[state.range(0)]);
   if (!net) {
     state.SkipWithError("net not read");
     return;
@@ -80,8 +69,8 @@ BENCHMARK(BM_UndoCptRowEdit)->ArgsProduct({{0, 1, 2}, {0, 1}})->Unit(benchmark::
 // (its links and table, the parent's children) and undoing it, per net; the record's bytes follow
 // that node's table, not the size of the net.
 void BM_UndoLinkDelete(benchmark::State& state) {
-  Env e;
-  net_bn* net = readNet(e, NETS[state.range(0)]);
+  BenchEnv e;
+  net_bn* net = readDataNet(e, NETS[state.range(0)]);
   if (!net) {
     state.SkipWithError("net not read");
     return;

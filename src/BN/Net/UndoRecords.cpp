@@ -23,6 +23,11 @@ size_t textBytes(const std::vector<std::string>& v) {
   for (const std::string& s : v) n += textBytes(s);
   return n;
 }
+size_t textBytes(const UserFields& fields) {
+  size_t n = 0;
+  for (size_t i = 0; i < fields.size(); ++i) n += textBytes(fields.nth(i)->first) + textBytes(fields.nth(i)->second);
+  return n;
+}
 size_t tableBytes(const PotTable& t) { return t.isAllocated() ? t.size() * sizeof(float) : 0; }
 size_t tablesBytes(const NodeTables& t) { return tableBytes(t.cpt) + tableBytes(t.func) + tableBytes(t.exper); }
 size_t findingBytes(const Finding& f) {
@@ -174,8 +179,7 @@ struct NodeImage {
                textBytes(stateComments) + textBytes(nodesets) + textBytes(persistence);
     n += levels.capacity() * sizeof(double) + children.capacity() * sizeof(Bnode*);
     for (const Link& l : parents) n += sizeof(Link) + textBytes(l.inputName) + textBytes(l.delays);
-    for (size_t i = 0; i < userFields.size(); ++i)
-      n += textBytes(userFields.nth(i)->first) + textBytes(userFields.nth(i)->second);
+    n += textBytes(userFields);
     return n + tablesBytes(tables) + findingBytes(finding) - sizeof(Finding);
   }
 };
@@ -237,8 +241,7 @@ struct NetImage {
     size_t n = (nodes.capacity() + elimOrder.capacity()) * sizeof(Bnode*) + textBytes(name) + textBytes(title) +
                textBytes(comment);
     for (const Nodeset& s : nodesets) n += sizeof(Nodeset) + textBytes(s.name);
-    for (size_t i = 0; i < userFields.size(); ++i)
-      n += textBytes(userFields.nth(i)->first) + textBytes(userFields.nth(i)->second);
+    n += textBytes(userFields);
     return n;
   }
 };
@@ -309,8 +312,7 @@ class TextsRecord : public UndoRecord {
   size_t size() const override {
     size_t n = sizeof(TextsRecord) + textBytes(name_) + textBytes(title_) + textBytes(comment_) +
                textBytes(equation_) + textBytes(stateNames_) + textBytes(stateTitles_) + textBytes(stateComments_);
-    for (size_t i = 0; i < userFields_.size(); ++i)
-      n += textBytes(userFields_.nth(i)->first) + textBytes(userFields_.nth(i)->second);
+    n += textBytes(userFields_);
     return n;
   }
 

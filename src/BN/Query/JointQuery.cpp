@@ -84,12 +84,7 @@ Factor nodeFactor(const Bnode& n) {
 // the joint of the query and the findings.
 std::vector<Factor> queryFactors(const Bnet& net, const std::vector<const Bnode*>& query) {
   size_t n = net.nodes.size();
-  std::vector<char> observed(n, 0), soft(n, 0);
-  for (size_t i = 0; i < n; ++i) {
-    const Finding& f = net.nodes[i]->finding;
-    observed[i] = f.state >= 0;
-    soft[i] = f.state < 0 && !f.likelihood.empty();
-  }
+  const auto [observed, soft] = findingMarks(net);
   BallMarks m = passBall(net, query, observed, soft);
   std::vector<Factor> out;
   std::vector<char> held(n, 0);

@@ -15,6 +15,17 @@ size_t nodePlace(const Bnet& net, const Bnode* node) {
   return static_cast<size_t>(std::find(net.nodes.begin(), net.nodes.end(), node) - net.nodes.begin());
 }
 
+FindingMarks findingMarks(const Bnet& net) {
+  size_t n = net.nodes.size();
+  FindingMarks m{std::vector<char>(n, 0), std::vector<char>(n, 0)};
+  for (size_t i = 0; i < n; ++i) {
+    const Finding& f = net.nodes[i]->finding;
+    m.observed[i] = f.state >= 0;
+    m.soft[i] = f.state < 0 && !f.likelihood.empty();
+  }
+  return m;
+}
+
 BallMarks passBall(const Bnet& net, const std::vector<const Bnode*>& query, const std::vector<char>& observed,
                    const std::vector<char>& soft) {
   size_t n = net.nodes.size();
@@ -86,12 +97,7 @@ std::vector<Bnode*> markovBlanket(const Bnode& node) {
 
 std::vector<Bnode*> relevantNodes(const Bnet& net, const std::vector<const Bnode*>& query) {
   size_t n = net.nodes.size();
-  std::vector<char> observed(n, 0), soft(n, 0);
-  for (size_t i = 0; i < n; ++i) {
-    const Finding& f = net.nodes[i]->finding;
-    observed[i] = f.state >= 0;
-    soft[i] = f.state < 0 && !f.likelihood.empty();
-  }
+  const auto [observed, soft] = findingMarks(net);
   BallMarks m = passBall(net, query, observed, soft);
   std::vector<Bnode*> out;
   for (size_t i = 0; i < n; ++i)

@@ -18,6 +18,12 @@ struct BallMarks {
   std::vector<char> softTop;  // the node's likelihood finding is needed
 };
 
+// Which of the net's nodes have a state finding (observed) or only a likelihood (soft).
+struct FindingMarks {
+  std::vector<char> observed, soft;
+};
+FindingMarks findingMarks(const Bnet& net);
+
 // `observed[i]` and `soft[i]` (a likelihood finding: observed through an unseen child) say, for
 // the net's i-th node, whether it is observed.
 BallMarks passBall(const Bnet& net, const std::vector<const Bnode*>& query, const std::vector<char>& observed,

@@ -82,14 +82,14 @@ TEST_F(ApproxBeliefsTest, SamplingIsWithinAHundredthAndItsErrorsCoverTheTruth) {
     const char* file;
     int findings;
   };
-  for (const Net& spec : {Net{"alarm.bif", 4}, Net{"hailfinder.bif", 4}, Net{"Pigs.bif", 3}}) {
-    net_bn* net = readDataNet(env, spec.file);
+  for (const Net& subject : {Net{"alarm.bif", 4}, Net{"hailfinder.bif", 4}, Net{"Pigs.bif", 3}}) {
+    net_bn* net = readDataNet(env, subject.file);
     ASSERT_NE(net, nullptr);
     SetNetAutoUpdate_bn(net, 0);
-    enterDrawnFindings(net, env, spec.findings, 17);
+    enterDrawnFindings(net, env, subject.findings, 17);
     ASSERT_EQ(lastError(), nullptr) << lastMessage();
     for (approx_method_bn method : {LIKELIHOOD_WEIGHTING, IMPORTANCE_SAMPLING}) {
-      SCOPED_TRACE(std::string(spec.file) + (method == LIKELIHOOD_WEIGHTING ? " lw" : " is"));
+      SCOPED_TRACE(std::string(subject.file) + (method == LIKELIHOOD_WEIGHTING ? " lw" : " is"));
       const Approx a = approx(net, method);
       EXPECT_LT(SizeCompiledNet_bn(net, 0), 0) << "sampling compiled the net";
       ClearErrors_vq(env, INTERNAL_ERR);
