@@ -233,6 +233,12 @@ void SetNodeComment_bn(node_bn* node, const char* comment);
 const char* GetNodeComment_bn(const node_bn* node);
 net_bn* GetNodeNet_bn(const node_bn* node);
 
+/* The node's position in a drawing of the net (kept in net files, used by `quorva serve` and the
+ * picture formats; the engine itself ignores it).  `vis` must be NULL (5270); a position that is
+ * not finite is refused (5271).  A new node is at (0, 0).  Setting it is an undoable edit. */
+void SetNodeVisPosition_bn(node_bn* node, void* vis, double x, double y);
+void GetNodeVisPosition_bn(const node_bn* node, void* vis, double* x, double* y);
+
 /* Sets the kind to NATURE_NODE, CONSTANT_NODE, DECISION_NODE or UTILITY_NODE. */
 void SetNodeKind_bn(node_bn* node, nodekind_bn kind);
 nodekind_bn GetNodeKind_bn(const node_bn* node); /* 0 on failure */

@@ -35,6 +35,9 @@ inline constexpr ErrDef UnknownLanguage{
     5177, "in argument 'language', '%.80s' is not a known language (use C, Java or C#)"};
 inline constexpr ErrDef PrevEnvironNotNull{5178, "argument 'prev' must be NULL"};
 inline constexpr ErrDef AlreadyInitialized{5179, "the >-Environ has already been initialized"};
+inline constexpr ErrDef VisNotNull{
+    5270, "argument 'vis' should be 0 (i.e. NULL) with this version of >-Quorva"};
+inline constexpr ErrDef VisPositionNotFinite{5271, "a node position must be finite, not (%g, %g)"};
 inline constexpr ErrDef TestFault{
     5197, "this is test # %d, an API param error generated deliberately to check recovery"};
 

@@ -58,6 +58,8 @@ constexpr ApiName API_NAMES[] = {
     {"SetNodeComment_bn", "Node.setComment"},
     {"GetNodeComment_bn", "Node.getComment"},
     {"GetNodeNet_bn", "Node.getNet"},
+    {"SetNodeVisPosition_bn", "VisualNode.setPosition"},
+    {"GetNodeVisPosition_bn", "VisualNode.getPosition"},
     {"SetNodeKind_bn", "Node.setKind"},
     {"GetNodeKind_bn", "Node.getKind"},
     {"GetNodeType_bn", "Node.getType"},

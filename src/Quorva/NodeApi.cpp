@@ -1,10 +1,12 @@
 // API functions of nodes: creation, deletion, copying, names, texts, kinds and user fields.
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 #include "BN/Net/NetCopy.h"
 #include "BN/Net/NetEdit.h"
 #include "BN/Net/NodeOps.h"
+#include "Quorva/ApiErrors.h"
 #include "Quorva/ApiFrame.h"
 #include "Quorva/UserFieldCalls.h"
 
@@ -109,6 +111,27 @@ void GetNodeNthUserField_bn(const node_bn* node, int index, const char** name, c
                             int* length, int kind) {
   apiRun(__func__, envOf(node), [&](ApiFrame& f) {
     getNthUserField(f, f.node(node).userFields, index, name, value, length, kind);
+  });
+}
+
+void SetNodeVisPosition_bn(node_bn* node, void* vis, double x, double y) {
+  apiRun(__func__, envOf(node), [&](ApiFrame& f) {
+    Bnode& n = f.node(node);
+    if (vis) argError(&f.env(), err::VisNotNull);
+    if (!std::isfinite(x) || !std::isfinite(y)) argError(&f.env(), err::VisPositionNotFinite, x, y);
+    NetEdit edit(*n.net, "set node position", EditKind::Text, UndoScope::nodeParts(n, NODE_REST));
+    n.visX = x;
+    n.visY = y;
+    edit.commit();
+  });
+}
+
+void GetNodeVisPosition_bn(const node_bn* node, void* vis, double* x, double* y) {
+  apiRun(__func__, envOf(node), [&](ApiFrame& f) {
+    const Bnode& n = f.node(node);
+    if (vis) argError(&f.env(), err::VisNotNull);
+    if (x) *x = n.visX;
+    if (y) *y = n.visY;
   });
 }
 

@@ -1,4 +1,6 @@
 // Nodes through the C API: creation, renaming, kinds and deletion.
+#include <cmath>
+
 #include "BN/Net/NetErrors.h"
 #include "Basic/BasicErrors.h"
 #include "Support/NetSnapshot.h"
@@ -77,4 +79,30 @@ TEST_F(NodeApiTest, DeletedNodeTakesItsLinksAndItsHandleIsRefused) {
 
   expectRefused(net, [&] { EXPECT_EQ(GetNodeName_bn(b), nullptr); }, 5184, "deleted >-Bnode passed");
   expectRefused(net, [&] { AddLink_bn(a, b); }, 5184, "deleted >-Bnode passed");
+}
+
+TEST_F(NodeApiTest, PositionIsKeptInTheFileUndoneAndRefusedWhenNotFinite) {
+  SetNetNumUndos_bn(net, 10, -1, nullptr);
+  SetNodeVisPosition_bn(a, nullptr, 120.5, -40);
+  expectRefused(net, [&] { SetNodeVisPosition_bn(a, nullptr, NAN, 1); }, err::VisPositionNotFinite.number,
+                "a node position must be finite, not (nan, 1)");
+  int dummy = 0;
+  expectRefused(net, [&] { SetNodeVisPosition_bn(a, &dummy, 1, 1); }, err::VisNotNull.number,
+                "argument 'vis' should be 0 (i.e. NULL) with this version of >-Quorva");
+  SetNodeVisPosition_bn(a, nullptr, 7, 8);
+  EXPECT_TRUE(UndoNetLastOper_vq(net, -1));
+  double x = 0, y = 0;
+  GetNodeVisPosition_bn(a, nullptr, &x, &y);
+  EXPECT_EQ(x, 120.5);
+  EXPECT_EQ(y, -40);
+
+  stream_vq* mem = NewMemoryStream_vq("pos.dne", env, nullptr);
+  WriteNet_bn(net, mem);
+  net_bn* back = ReadNet_bn(mem, NO_VISUAL_INFO);
+  ASSERT_NE(back, nullptr);
+  GetNodeVisPosition_bn(GetNodeNamed_bn("A", back), nullptr, &x, &y);
+  EXPECT_EQ(x, 120.5);
+  EXPECT_EQ(y, -40);
+  DeleteNet_bn(back);
+  DeleteStream_vq(mem);
 }
