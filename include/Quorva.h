@@ -1171,6 +1171,7 @@ typedef struct {
  * propagation, how much the node's beliefs moved in the last round.  `size` is the room in both
  * arrays; with `beliefs` NULL nothing is computed and the number of entries needed is returned.
  * `samples`: the cases to draw (rounds for loopy propagation); 0 takes the default (200000 cases,
+ * and 200000 more at a time, up to 2000000, while some belief's standard error is above 0.0025;
  * or 500 rounds), unless `seconds` is above 0, which alone then limits the run; with both, the
  * first reached ends it.  `damping` (0 to below 1) mixes each new loopy message with the one before
  * (also used by the loopy rounds before importance sampling).  `seed` seeds the sampling (-1: from

@@ -55,7 +55,7 @@ void addMethodOptions(CLI::App* command, MethodSettings& s) {
       ->transform(CLI::CheckedTransformer(words));
   command
       ->add_option("--samples", s.samples,
-                   "Sampling: the cases to draw (default 200000); loopy: the most rounds (default 500)")
+                   "Sampling: the cases to draw (default 200000, more up to 2000000 while a standard error is above 0.0025); loopy: the most rounds (default 500)")
       ->check(rangeCheck(1, 1e15, false, "a number of at least 1"));
   command->add_option("--seconds", s.seconds, "A time limit for an approximate method (alone, it sets the budget)")
       ->check(rangeCheck(0, 1e9, false, "a number of seconds, 0 or more"));

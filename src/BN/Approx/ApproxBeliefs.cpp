@@ -70,7 +70,12 @@ ApproxResult approxBeliefs(const Bnet& net, const ApproxOptions& options) {
     setImportanceProposals(model, loopyPropagate(model, lo, stop));
   }
   SamplingBudget budget;
-  budget.samples = options.samples > 0 || options.seconds > 0 ? options.samples : DEFAULT_APPROX_SAMPLES;
+  const bool byDefault = !(options.samples > 0 || options.seconds > 0);
+  budget.samples = byDefault ? DEFAULT_APPROX_SAMPLES : options.samples;
+  if (byDefault) {
+    budget.targetError = DEFAULT_APPROX_TARGET_ERROR;
+    budget.maxSamples = DEFAULT_APPROX_MAX_SAMPLES;
+  }
   budget.seconds = options.seconds;
   budget.seed = options.seed;
   WeightedEstimate e = weightedSample(model, budget, stop);

@@ -19,7 +19,12 @@ class Bnet;
 
 enum class ApproxMethod : int { LikelihoodWeighting = 1, Importance = 2, Loopy = 3 };
 
+// The default budget: DEFAULT_APPROX_SAMPLES cases, and as many more again, up to
+// DEFAULT_APPROX_MAX_SAMPLES in all, while some belief's standard error is above
+// DEFAULT_APPROX_TARGET_ERROR (so that beliefs are within about 0.01 of the exact ones).
 inline constexpr double DEFAULT_APPROX_SAMPLES = 200000;
+inline constexpr double DEFAULT_APPROX_MAX_SAMPLES = 2000000;
+inline constexpr double DEFAULT_APPROX_TARGET_ERROR = 0.0025;
 inline constexpr double IMPORTANCE_MIX = 0.1;  // the share of P(x | parents) in a proposal row
 inline constexpr int IMPORTANCE_ROUNDS = 30;   // the loopy rounds before importance sampling
 

@@ -52,14 +52,17 @@ struct Plan {
   }
 };
 
-// Draws `cases` cases of block `block` into `sums`; false when the time ran out first.
-bool drawBlock(const Plan& plan, uint64_t block, long long cases, Sums& sums) {
+// Draws cases `from` to `to` (exclusive) of block `block` into `sums`, drawing and passing over
+// the ones before `from` (counted in an earlier step), so that a block drawn in two steps holds
+// the same cases as one drawn at once.  False when the time ran out first.
+bool drawBlock(const Plan& plan, uint64_t block, long long from, long long to, Sums& sums) {
   RandomGen rng(nullptr, blockSeed(plan.budget.seed, block));
   std::vector<int> values(plan.model.size());
   const std::vector<int>& order = plan.model.order();
-  for (long long n = 0; n < cases; ++n) {
-    if (n % CHECK_EVERY == 0 && n > 0 && plan.outOfTime()) return false;
+  for (long long n = 0; n < to; ++n) {
+    if (n % CHECK_EVERY == 0 && n > from && plan.outOfTime()) return false;
     const double w = plan.model.draw(rng, values.data());
+    if (n < from) continue;
     sums.drawn += 1;
     if (w == 0) continue;
     const double w2 = w * w;
@@ -100,6 +103,22 @@ void finish(const Plan& plan, const Sums& sums, WeightedEstimate& e) {
   }
 }
 
+double largestError(const WeightedEstimate& e) {
+  double worst = 0;
+  for (const std::vector<double>& errors : e.errors)
+    for (double x : errors) worst = std::max(worst, x);
+  return worst;
+}
+
+// Whether to draw another `samples` cases for the error target, having drawn exactly `limit`.
+bool wantsMore(const Plan& plan, const Sums& all, double limit) {
+  const SamplingBudget& b = plan.budget;
+  if (!(b.targetError > 0) || b.samples <= 0 || limit + b.samples > b.maxSamples) return false;
+  WeightedEstimate e;
+  finish(plan, all, e);
+  return all.total > 0 && largestError(e) > b.targetError;
+}
+
 }  // namespace
 
 WeightedEstimate weightedSample(const SampleModel& model, const SamplingBudget& budget,
@@ -109,31 +128,36 @@ WeightedEstimate weightedSample(const SampleModel& model, const SamplingBudget& 
     plan.offsets[static_cast<size_t>(i)] = plan.entries;
     plan.entries += static_cast<size_t>(model.node(static_cast<size_t>(i)).states);
   }
-  const double limit = budget.samples > 0 ? budget.samples : HUGE_VAL;
+  double limit = budget.samples > 0 ? budget.samples : HUGE_VAL;
   const unsigned threads = std::clamp(std::thread::hardware_concurrency(), 1u, MAX_THREADS);
   std::vector<Sums> round(2 * threads);
   Sums all;
   all.reset(plan.entries);
-  bool going = true;
-  for (uint64_t first = 0; going; first += round.size()) {
-    std::vector<char> finished(round.size(), 1);
-    auto work = [&](size_t w) {
-      for (size_t j = w; j < round.size(); j += threads) {
-        const double begin = static_cast<double>(first + j) * SAMPLE_BLOCK_CASES;
-        round[j].reset(plan.entries);
-        const double cases = std::min<double>(SAMPLE_BLOCK_CASES, limit - begin);
-        if (cases > 0) finished[j] = drawBlock(plan, first + j, static_cast<long long>(cases), round[j]) ? 1 : 0;
+  const auto block = static_cast<double>(SAMPLE_BLOCK_CASES);
+  for (double from = 0;; from = limit, limit += budget.samples) {
+    bool going = true;
+    for (auto first = static_cast<uint64_t>(from / block); going; first += round.size()) {
+      std::vector<char> finished(round.size(), 1);
+      auto work = [&](size_t w) {
+        for (size_t j = w; j < round.size(); j += threads) {
+          const double begin = static_cast<double>(first + j) * block;
+          round[j].reset(plan.entries);
+          const double lo = std::max(from - begin, 0.0), hi = std::min(block, limit - begin);
+          if (hi > lo)
+            finished[j] = drawBlock(plan, first + j, static_cast<long long>(lo), static_cast<long long>(hi), round[j]);
+        }
+      };
+      std::vector<std::thread> pool;
+      for (size_t w = 1; w < threads; ++w) pool.emplace_back(work, w);
+      work(0);
+      for (std::thread& t : pool) t.join();
+      for (size_t j = 0; j < round.size(); ++j) {
+        all.add(round[j]);
+        going = going && finished[j];
       }
-    };
-    std::vector<std::thread> pool;
-    for (size_t w = 1; w < threads; ++w) pool.emplace_back(work, w);
-    work(0);
-    for (std::thread& t : pool) t.join();
-    for (size_t j = 0; j < round.size(); ++j) {
-      all.add(round[j]);
-      going = going && finished[j];
+      going = going && all.drawn < limit && !plan.outOfTime() && !(stop && stop());
     }
-    going = going && all.drawn < limit && !plan.outOfTime() && !(stop && stop());
+    if (all.drawn < limit || !wantsMore(plan, all, limit)) break;
   }
   WeightedEstimate e;
   finish(plan, all, e);

@@ -21,6 +21,10 @@ struct SamplingBudget {
   double samples = 0;  // cases to draw (0: no count limit, then `seconds` must be above 0)
   double seconds = 0;  // 0: no time limit
   uint64_t seed = 0;
+  // With a target, `samples` more cases are drawn while the largest standard error is above it,
+  // up to `maxSamples` in all (the checks fall at multiples of `samples`, whatever the threads).
+  double targetError = 0;
+  double maxSamples = 0;
 };
 
 struct WeightedEstimate {
