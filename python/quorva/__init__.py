@@ -92,7 +92,9 @@ def _column_states(node, values):
             if v not in lookup:
                 raise ValueError(f"node '{node.name}' has no state named '{v}'")
             out[i] = lookup[v]
-        elif isinstance(v, (int, np.integer)) and -1 <= v < len(states):
+        elif isinstance(v, (int, np.integer)) and not isinstance(v, bool):
+            if not -1 <= v < len(states):
+                raise IndexError(f"node '{node.name}' has {len(states)} states; got {v}")
             out[i] = v
         else:
             raise ValueError(f"case {i}: {v!r} is not a state of node '{node.name}'")

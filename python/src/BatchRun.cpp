@@ -133,36 +133,40 @@ class Source {
   const EngineError& fatal() const { return fatal_; }
 
  private:
+  // Reads the next case into the block.  A line the reader refuses becomes a refused case; a
+  // case skipped for a value naming no state (a warning, after which the reader has read the
+  // next case) becomes a refused case followed by the case read.
   void readCase(BatchBlock& b, size_t cols) {
     environ_vq* env = reader_->env();
     ReadNetFindings_bn(&posn_, stream_, list_, nullptr, nullptr);
-    std::string refusal;
+    std::vector<std::string> skipped;
+    bool faulty = false;
     for (const report_vq* r = GetError_vq(env, WARNING_ERR, nullptr); r; r = GetError_vq(env, WARNING_ERR, r)) {
       const int number = ErrorNumber_vq(r);
-      const bool caseFault = number == 2103 || (number >= 2100 && number <= 2107) || (number >= 3300 && number <= 3399);
+      const bool error = ErrorSeverity_vq(r) >= ERROR_ERR;
+      const bool caseFault = (number >= 2100 && number <= 2107) || (number >= 3300 && number <= 3399);
       const char* text = ErrorDisplayMessage_vq(r);
       if (caseFault) {
-        if (refusal.empty()) refusal = text ? text : "a faulty case";
-      } else if (ErrorSeverity_vq(r) >= ERROR_ERR && fatal_.number == 0) {
+        skipped.push_back(text && *text ? text : "a faulty case");
+        faulty = faulty || error;
+      } else if (error && fatal_.number == 0) {
         fatal_ = {number, static_cast<int>(ErrorSeverity_vq(r)), text ? text : ""};
       }
     }
     ClearErrors_vq(env, INTERNAL_ERR);
-    if (fatal_.number != 0) {
-      done_ = true;
-      return;
+    for (const std::string& m : skipped) {
+      b.states.resize(b.states.size() + cols, -1);
+      b.refusedMessage.push_back(m);
     }
-    if (refusal.empty() && posn_ == NO_MORE_CASES) {
+    if (fatal_.number != 0 || (!faulty && posn_ == NO_MORE_CASES)) {
       done_ = true;
       return;
     }
     posn_ = NEXT_CASE;
+    if (faulty) return;  // the reader has moved past the faulty line
     const size_t at = b.states.size();
     b.states.resize(at + cols, -1);
-    if (!refusal.empty()) {
-      b.refusedMessage.push_back(refusal);
-      return;
-    }
+    std::string refusal;
     for (size_t j = 0; j < cols; ++j) {
       const state_bn s = GetNodeFinding_bn(reader_->columns()[j]);
       if (s >= 0) {
