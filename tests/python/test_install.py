@@ -21,6 +21,6 @@ def test_installed_package_imports_and_reads(tmp_path):
     net = pathlib.Path(os.environ["QUORVA_TEST_DATA"]) / "asia.bif"
     code = ("import quorva, sys; n = quorva.read(sys.argv[1]); "
             "print(quorva.__file__); print(len(n.nodes))")
-    out = subprocess.run([sys.executable, "-c", code, str(net)], env=env, check=True,
+    out = subprocess.run([sys.executable, "-c", code, str(net)], env=env, check=True, cwd=tmp_path,
                          capture_output=True, text=True, timeout=60).stdout.split()
     assert out[0].startswith(str(site)) and out[1] == "8"
