@@ -13,7 +13,8 @@
 # When ccache is installed every build goes through it (CCACHE_DISABLE=1 turns it off).
 
 DEMO_PACKAGES := cmake g++ make libutf8proc-dev libcli11-dev nlohmann-json3-dev libboost-math-dev
-DEB_PACKAGES := $(DEMO_PACKAGES) libgtest-dev libbenchmark-dev pkg-config
+DEB_PACKAGES := $(DEMO_PACKAGES) libgtest-dev libbenchmark-dev pkg-config pybind11-dev python3-dev python3-numpy \
+  python3-pytest python3-pandas python3-distributed
 FUZZ_PACKAGES := clang libclang-rt-14-dev
 FUZZ_SECONDS ?= 30
 SUDO := $(if $(filter 0,$(shell id -u)),,sudo)
