@@ -2,11 +2,13 @@
 // the locking of the environment's default generator.
 #include "Basic/RandomGen.h"
 
+#include <algorithm>
 #include <atomic>
 #include <bit>
 #include <cctype>
 #include <cmath>
 #include <cstdlib>
+#include <iterator>
 #include <ctime>
 #include <limits>
 #include <mutex>
@@ -155,6 +157,17 @@ uint32_t RandomGen::below(uint32_t n) {
 }
 
 double RandomGen::uniform() { return unitFrom(next64()); }
+
+void RandomGen::fillUniform(double* out, size_t n) {
+  DrawLock lock(*this);
+  State& st = checkedState();
+  uint64_t s[16];
+  std::copy(std::begin(st.s), std::end(st.s), s);
+  unsigned p = st.p;
+  for (size_t i = 0; i < n; ++i) out[i] = unitFrom(step(s, p));
+  std::copy(std::begin(s), std::end(s), st.s);
+  st.p = p;
+}
 
 double RandomGen::normal() {
   DrawLock lock(*this);

@@ -56,6 +56,8 @@ class RandomGen : public Tagged {
   uint32_t below(uint32_t n);
   // A double in [0, 1) with 52 random bits; 1.0 never occurs.
   double uniform();
+  // `n` draws of uniform() in a row, taking the generator's lock once.
+  void fillUniform(double* out, size_t n);
   // A standard normal variate by the polar method; each one uses its own pair of uniforms.
   double normal();
 

@@ -85,9 +85,10 @@ void drawBlock(const SampleModel& model, const Columns& c, uint64_t seed, uint64
                std::string& out) {
   RandomGen rng(nullptr, blockSeed(seed, block));
   std::vector<int> values(model.size());
+  std::vector<double> uniforms;
   char number[32];
   for (long long k = 0; k < cases; ++k) {
-    const double weight = model.draw(rng, values.data());
+    const double weight = model.draw(rng, values.data(), uniforms);
     bool first = true;
     if (c.weighted) {
       std::snprintf(number, sizeof number, "%g", weight);

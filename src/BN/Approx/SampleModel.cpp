@@ -137,6 +137,7 @@ void SampleModel::compact() {
   cum_.clear();
   ratio_.clear();
   stepOf_.assign(nodes_.size(), -1);
+  freeSteps_ = 0;
   for (int i : order_) {
     stepOf_[static_cast<size_t>(i)] = static_cast<int>(steps_.size());
     const SampleNode& n = nodes_[static_cast<size_t>(i)];
@@ -144,6 +145,7 @@ void SampleModel::compact() {
     st.node = i;
     st.states = n.states;
     st.clamp = n.clamp;
+    if (st.clamp < 0) ++freeSteps_;
     st.parentsAt = static_cast<uint32_t>(parentPos_.size());
     parentPos_.insert(parentPos_.end(), n.parents.begin(), n.parents.end());
     parentCount_.insert(parentCount_.end(), n.parentStates.begin(), n.parentStates.end());
@@ -188,8 +190,12 @@ void SampleModel::refresh(size_t i) {
   for (size_t k = 0; k < n.prob.size(); ++k) ratio_[st.tableAt + k] = st.weighted ? n.ratio[k] : 1.0;
 }
 
-double SampleModel::draw(RandomGen& rng, int* values) const {
+double SampleModel::draw(RandomGen& rng, int* values, std::vector<double>& uniforms) const {
   for (size_t i = 0; i < nodes_.size(); ++i) values[i] = -1;
+  // The uniforms in the order the steps take them, drawn at once.
+  if (uniforms.size() < freeSteps_) uniforms.resize(freeSteps_);
+  rng.fillUniform(uniforms.data(), freeSteps_);
+  const double* next = uniforms.data();
   double weight = 1.0;
   for (const Step& st : steps_) {
     size_t r = 0;
@@ -200,7 +206,7 @@ double SampleModel::draw(RandomGen& rng, int* values) const {
     if (state >= 0) {
       weight *= prob_[at + static_cast<size_t>(state)];
     } else {
-      const double u = rng.uniform();
+      const double u = *next++;
       const double* c = &cum_[at];
       state = 0;
       while (state < st.states - 1 && !(u < c[state])) ++state;

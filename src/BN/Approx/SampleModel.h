@@ -51,8 +51,9 @@ class SampleModel {
 
   // Draws one case into values[0..size()-1] (-1 for nodes not drawn) and returns its weight: the
   // product of P(finding | parents) over clamped nodes, of the likelihoods of the states drawn,
-  // and of P / q where a proposal is set.
-  double draw(RandomGen& rng, int* values) const;
+  // and of P / q where a proposal is set.  `uniforms` is room the draw uses (kept by the caller
+  // from case to case so that it is allocated once).
+  double draw(RandomGen& rng, int* values, std::vector<double>& uniforms) const;
 
  private:
   // The nodes in drawing order with their rows in shared flat arrays, so that a draw walks a few
@@ -72,6 +73,7 @@ class SampleModel {
   std::vector<int> order_;
   bool findings_ = false;
   std::vector<Step> steps_;
+  size_t freeSteps_ = 0;  // steps without a clamp: the uniforms one case uses
   std::vector<int> stepOf_;  // per net position: its step, or -1
   std::vector<int> parentPos_, parentCount_;
   std::vector<double> prob_, cum_, ratio_;

@@ -58,10 +58,11 @@ struct Plan {
 bool drawBlock(const Plan& plan, uint64_t block, long long from, long long to, Sums& sums) {
   RandomGen rng(nullptr, blockSeed(plan.budget.seed, block));
   std::vector<int> values(plan.model.size());
+  std::vector<double> uniforms;
   const std::vector<int>& order = plan.model.order();
   for (long long n = 0; n < to; ++n) {
     if (n % CHECK_EVERY == 0 && n > from && plan.outOfTime()) return false;
-    const double w = plan.model.draw(rng, values.data());
+    const double w = plan.model.draw(rng, values.data(), uniforms);
     if (n < from) continue;
     sums.drawn += 1;
     if (w == 0) continue;
