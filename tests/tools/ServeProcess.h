@@ -14,9 +14,9 @@
 
 class ServeProcess {
  public:
-  // Starts `quorva serve NET --port 0 EXTRA...`; port() is 0 when it printed no address within
+  // Starts `quorva serve NET --port PORT EXTRA...`; port() is 0 when it printed no address within
   // 30 seconds (what it printed is in output()).
-  explicit ServeProcess(const std::string& net, const std::vector<std::string>& extra = {}) {
+  explicit ServeProcess(const std::string& net, const std::vector<std::string>& extra = {}, const std::string& port = "0") {
     int out[2];
     if (pipe(out) != 0) return;
     pid_ = fork();
@@ -24,7 +24,7 @@ class ServeProcess {
       dup2(out[1], 1);
       dup2(out[1], 2);
       close(out[0]);
-      std::vector<std::string> args{QUORVA_TOOL, "serve", net, "--port", "0"};
+      std::vector<std::string> args{QUORVA_TOOL, "serve", net, "--port", port};
       args.insert(args.end(), extra.begin(), extra.end());
       std::vector<char*> argv;
       for (std::string& a : args) argv.push_back(a.data());

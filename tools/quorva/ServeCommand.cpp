@@ -78,10 +78,19 @@ int runServe(const ServeOptions& o) {
   ServeSession session(env, net, o.net, format, o.save);
   httplib::Server server;
   server.set_payload_max_length(1 << 20);
+  // Address reuse, but not port sharing: a port another server listens on is refused.
+  socket_t listening = -1;
+  server.set_socket_options([&listening](socket_t sock) {
+    int yes = 1;
+    setsockopt(sock, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+    listening = sock;
+  });
   route(server, session);
   const int port = o.port == 0 ? server.bind_to_any_port(o.host) : (server.bind_to_port(o.host, o.port) ? o.port : -1);
   if (port <= 0)
     fail("could not listen on " + o.host + ":" + std::to_string(o.port) + " (the port is in use, or the address is not this machine's)");
+  // The library listens with a queue of 5 connections: many clients at once would be turned away.
+  if (listening >= 0) ::listen(listening, SOMAXCONN);
   struct sigaction action {};
   action.sa_handler = onStop;
   sigemptyset(&action.sa_mask);

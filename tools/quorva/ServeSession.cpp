@@ -184,10 +184,9 @@ ServeReply ServeSession::enter(const std::string& body) {
   ClearErrors_vq(env_.get(), INTERNAL_ERR);
   bool refused = false;
   for (const auto& [node, state] : changes) {
-    if (state == UNDEF_STATE)
-      RetractNodeFindings_bn(node);
-    else
-      EnterFinding_bn(node, state);
+    // A new state replaces the node's finding: the one before goes first.
+    if (state == UNDEF_STATE || GetNodeFinding_bn(node) != state) RetractNodeFindings_bn(node);
+    if (state != UNDEF_STATE) EnterFinding_bn(node, state);
     if ((refused = GetError_vq(env_.get(), ERROR_ERR, nullptr) != nullptr)) break;
   }
   // Findings each possible alone may be impossible together: updating says so.
