@@ -24,6 +24,8 @@ void addLearnCommand(CLI::App& app, Runner& chosen);
 void addTestCommand(CLI::App& app, Runner& chosen);
 void addDecideCommand(CLI::App& app, Runner& chosen);
 void addSampleCommand(CLI::App& app, Runner& chosen);
+// serve: the net in a web page on a local server.
+void addServeCommand(CLI::App& app, Runner& chosen);
 
 // The positional NET argument that most commands take.
 CLI::Option* addNetArgument(CLI::App* command, std::string& path);

@@ -83,7 +83,8 @@ int main(int argc, char** argv) {
   addTestCommand(app, chosen);
   addDecideCommand(app, chosen);
   addSampleCommand(app, chosen);
-  static const char* const COMMANDS = "beliefs, cases, compile, convert, check, bench, tables, sensitivity, equation, learn, test, mpe, joint, graph, decide, sample";
+  addServeCommand(app, chosen);
+  static const char* const COMMANDS = "beliefs, cases, compile, convert, check, bench, tables, sensitivity, equation, learn, test, mpe, joint, graph, decide, sample, serve";
   if (argc < 2) {
     std::fprintf(stderr, "quorva: a command is required (one of %s); quorva --help tells more\n", COMMANDS);
     return 2;
