@@ -25,11 +25,11 @@ from collections.abc import Mapping
 import numpy as np
 
 from ._errors import DeletedError, Error, InternalError, QuorvaWarning
-from ._core import Net, Node, Sensitivity, read
+from ._core import Net, Node, Sensitivity, read, set_argument_checking, set_memory_limit
 from . import _core
 
 __all__ = ["Net", "Node", "Sensitivity", "read", "Error", "InternalError", "DeletedError",
-           "QuorvaWarning", "version"]
+           "QuorvaWarning", "version", "set_memory_limit", "set_argument_checking"]
 
 
 def version():

@@ -208,4 +208,5 @@ PYBIND11_MODULE(_core, m) {
   bindQueries(m);
   bindLearning(m);
   bindBatch(m);
+  bindEdits(m);
 }

@@ -111,6 +111,7 @@ void bindNode(pb::module_& m);
 void bindQueries(pb::module_& m);
 void bindLearning(pb::module_& m);
 void bindBatch(pb::module_& m);
+void bindEdits(pb::module_& m);
 
 }  // namespace quorva::py
 
