@@ -12,7 +12,7 @@
 # Every target first installs the Debian packages it needs when they are missing.
 # When ccache is installed every build goes through it (CCACHE_DISABLE=1 turns it off).
 
-DEMO_PACKAGES := cmake g++ make libutf8proc-dev libcli11-dev nlohmann-json3-dev libboost-math-dev
+DEMO_PACKAGES := cmake g++ make libutf8proc-dev libcli11-dev nlohmann-json3-dev libboost-math-dev libpugixml-dev
 DEB_PACKAGES := $(DEMO_PACKAGES) libgtest-dev libbenchmark-dev pkg-config
 FUZZ_PACKAGES := clang libclang-rt-14-dev
 FUZZ_SECONDS ?= 30
