@@ -217,7 +217,7 @@ class HuginReader {
         continue;
       }
       TextPosition at = rd_.here();
-      if (c == TokenReader::END) rd_.failAt(start, err::HuginParentheses, var.text);
+      if (c == TokenReader::END || c == ';' || c == '}') rd_.failAt(start, err::HuginParentheses, var.text);
       if (!rd_.readNumber(number_)) rd_.failAt(at, err::FmtBadNumber, nextText(rd_.readBareWord("();")));
       double v = number_.value;
       if (var.kind == UTILITY ? !std::isfinite(v) : !(v >= 0 && v <= 3.4e38))
