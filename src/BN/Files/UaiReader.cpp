@@ -34,6 +34,10 @@ class UaiReader {
     const size_t n = count("the number of variables", 0, 1000000);
     if (!names.empty() && names.size() != n)
       rd_.failAt(at, err::UaiNames, namesFile, static_cast<int>(names.size()), static_cast<int>(n));
+    // The net is named for the file.
+    std::string file = rd_.stream().name();
+    file = file.substr(file.find_last_of("/\\") == std::string::npos ? 0 : file.find_last_of("/\\") + 1);
+    sketch_.name = file.substr(0, file.find('.'));
     sketch_.vars.resize(n);
     for (size_t i = 0; i < n; ++i) {
       SketchVar& v = sketch_.vars[i];
