@@ -35,7 +35,6 @@ inline constexpr ErrDef XmlPosition{2924, "the position '%s' of variable '%s' sh
 inline constexpr ErrDef HuginContinuous{2930, "node '%s' is continuous, and only discrete nodes can be read"};
 inline constexpr ErrDef HuginClass{2931, "the file holds a class (an object-oriented net); only plain nets can be read"};
 inline constexpr ErrDef HuginJoint{2932, "potential for '%s' names %d nodes before '|', but only one can be read"};
-inline constexpr ErrDef HuginDecisionData{2933, "the potential of decision node '%s' should hold no data"};
 inline constexpr ErrDef HuginParentheses{2934, "unbalanced parentheses in the data of '%s'"};
 inline constexpr ErrDef HuginNodeKeyword{
     2935, "expected 'net', 'node', 'decision', 'utility' or 'potential', but found '%s'"};

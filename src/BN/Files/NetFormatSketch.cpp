@@ -16,7 +16,7 @@ namespace quorva {
 
 double NetSketch::rows(const SketchVar& v) const {
   double r = 1;
-  for (size_t p : v.parents) r *= static_cast<double>(vars[p].states.size());
+  for (size_t p : v.parents) r *= static_cast<double>(stateCount(vars[p]));
   return r;
 }
 
@@ -47,9 +47,15 @@ Bnet* buildNet(const NetSketch& sketch, EnvCore* env) {
   std::vector<Bnode*> nodes;
   for (const SketchVar& v : sketch.vars) {
     std::string name = uniqueName(v.text, [&net](const std::string& n) { return net->nameTaken(n); });
-    Bnode& node = createNode(*net, name.c_str(), v.kind == UTILITY ? 0 : static_cast<int>(v.states.size()));
+    Bnode& node = createNode(*net, name.c_str(), v.kind == UTILITY ? 0 : static_cast<int>(NetSketch::stateCount(v)));
     if (v.kind != NATURE) setNodeKind(node, v.kind);
-    if (!v.states.empty() && v.kind != UTILITY) nameStates(node, v.states);
+    if (v.numberedStates > 0) {
+      std::vector<std::string> numbered;
+      for (size_t s = 0; s < v.numberedStates; ++s) numbered.push_back("s" + std::to_string(s));
+      nameStates(node, numbered);
+    } else if (!v.states.empty() && v.kind != UTILITY) {
+      nameStates(node, v.states);
+    }
     node.title = !v.label.empty() ? v.label : name != v.text ? v.text : "";
     if (v.hasPosition) {
       node.visX = v.x;

@@ -19,6 +19,7 @@ struct SketchVar {
   std::string text;                 // the name as written
   std::string label;                // a title given by the file ("" for none)
   std::vector<std::string> states;  // as written; none for a utility
+  size_t numberedStates = 0;        // without texts: this many states, named s0, s1, ...
   int kind = NATURE;                // NATURE, DECISION or UTILITY
   bool hasPosition = false;
   double x = 0, y = 0;
@@ -34,6 +35,8 @@ struct NetSketch {
   std::string label;  // a title given by the file ("" for none)
   std::vector<SketchVar> vars;
 
+  // The number of states of `v`.
+  static size_t stateCount(const SketchVar& v) { return v.states.empty() ? v.numberedStates : v.states.size(); }
   // The number of parent rows of `v`'s table, as a double (may exceed any size_t).
   double rows(const SketchVar& v) const;
 };

@@ -42,8 +42,7 @@ class UaiReader {
     for (size_t i = 0; i < n; ++i) {
       SketchVar& v = sketch_.vars[i];
       v.text = names.empty() ? "v" + std::to_string(i) : names[i];
-      size_t card = count("a cardinality", 1, 1000000);
-      for (size_t s = 0; s < card; ++s) v.states.push_back("s" + std::to_string(s));
+      v.numberedStates = count("a cardinality", 1, 1000000);
     }
     const size_t m = count("the number of tables", 0, 1000000);
     std::vector<size_t> childOf(m);
@@ -90,26 +89,25 @@ class UaiReader {
     if (var.hasFamily) rd_.failAt(childAt, err::UaiTwoTables, static_cast<int>(child));
     var.hasFamily = true;
     var.parents.assign(scope.begin(), scope.end() - 1);
-    double entries = sketch_.rows(var) * static_cast<double>(var.states.size());
+    double entries = sketch_.rows(var) * static_cast<double>(var.numberedStates);
     if (entries > MAX_CPT_ENTRIES) rd_.failAt(childAt, err::FmtTableTooBig, var.text, entries);
     return child;
   }
 
   void readTable(SketchVar& var) {
     ContextScope ctx(rd_, {"table of", var.text, ""});
-    const double need = sketch_.rows(var) * static_cast<double>(var.states.size());
+    const double need = sketch_.rows(var) * static_cast<double>(var.numberedStates);
     rd_.skipSpace();
     TextPosition at = rd_.here();
     size_t given = count("a table's entry count", 0, 400000000);
     if (static_cast<double>(given) != need) rd_.failAt(at, err::FmtTableCount, var.text, static_cast<int>(given), need);
-    var.table.resize(given);
-    for (double& x : var.table) {
+    for (size_t k = 0; k < given; ++k) {
       rd_.skipSpace();
       TextPosition nat = rd_.here();
       if (!rd_.readNumber(number_))
         rd_.failAt(nat, err::FmtBadNumber, rd_.atEnd() ? std::string("end of file") : rd_.readBareWord(""));
       if (!(number_.value >= 0 && number_.value <= 3.4e38)) rd_.failAt(nat, err::FmtBadProbability, number_.text, var.text);
-      x = number_.value;
+      var.table.push_back(number_.value);
     }
   }
 
