@@ -13,7 +13,7 @@
 # When ccache is installed every build goes through it (CCACHE_DISABLE=1 turns it off).
 
 DEMO_PACKAGES := cmake g++ make pkg-config libutf8proc-dev libcli11-dev nlohmann-json3-dev libboost-math-dev \
-  libcpp-httplib-dev libgraphviz-dev
+  libpugixml-dev libcpp-httplib-dev libgraphviz-dev
 DEB_PACKAGES := $(DEMO_PACKAGES) libgtest-dev libbenchmark-dev pybind11-dev python3-dev python3-numpy \
   python3-pytest python3-pandas python3-distributed chromium chromium-driver python3-selenium
 FUZZ_PACKAGES := clang libclang-rt-14-dev

@@ -580,8 +580,9 @@ void SetStreamPassword_vq(stream_vq* stream, const char* password);
 
 /* ===================================================================== net files */
 
-/* Writes the whole net to `file`, replacing what the stream held: as a BIF file when the stream's
- * name ends in ".bif", otherwise as a DNET text file (in the format version of the setting
+/* Writes the whole net to `file`, replacing what the stream held: as BIF, XMLBIF, Hugin NET, UAI
+ * or DOT when the stream's name ends as those formats' extensions (see WriteNetFormat_bn), as a BIF
+ * file when it ends in ".bif", otherwise as a DNET text file (in the format version of the setting
  * "Version_of_format_to_make_DNET_and_QOVA_files").  Fields that still have the values of a new
  * net or node are left out.  Errors: a NULL or deleted net or stream, a table too large to save
  * (3650), the stream's write faults. */
@@ -595,8 +596,9 @@ void WriteNet_bn(const net_bn* net, stream_vq* file);
 #define MINIMIZED_WINDOW 0x30
 #define REGULAR_WINDOW 0x40
 
-/* Reads a net from `file`: a BIF file when the stream's name ends in ".bif", otherwise a DNET
- * text file.  The net belongs to the environment of the stream.  Nodes may name parents that
+/* Reads a net from `file`: a BIF file when the stream's name ends in ".bif", XMLBIF for ".xml",
+ * ".xbif" and ".xmlbif", Hugin NET for ".net", UAI for ".uai" (see ReadNetFormat_bn), otherwise a
+ * DNET text file.  The net belongs to the environment of the stream.  Nodes may name parents that
  * are declared later in the file.  Each fault is an error record whose message ends with where
  * it was found (", while reading field `probs` of node 'A', on line 12 char 9 of file 'x.dne'");
  * the first error ends the read and nothing is returned.  Unknown fields and objects, and a
@@ -1182,6 +1184,65 @@ typedef struct {
  * weight 0).  Returns the number of entries written, -1 on failure. */
 int ApproxNetBeliefs_bn(net_bn* net, approx_method_bn method, double samples, double seconds, double damping,
                         long long seed, double* beliefs, double* errors, int size, approx_summary_bn* summary);
+
+/* ===================================================================== foreign net formats */
+
+/* Net file formats, for ReadNetFormat_bn, WriteNetFormat_bn and GuessNetFormat_bn.  DNET and BIF
+ * are the formats ReadNet_bn and WriteNet_bn choose by extension; the others:
+ *   XMLBIF_FORMAT     XMLBIF 0.3 (.xml, .xbif, .xmlbif), with VARIABLE TYPE "nature", "decision"
+ *                     or "utility"; a PROPERTY "position = (x, y)" is the node's position.
+ *   HUGIN_NET_FORMAT  the Hugin NET text format (.net): node, decision and utility blocks with
+ *                     states, label (the title) and position; potentials with nested data.
+ *                     Continuous nodes, classes and joint potentials are refused.
+ *   UAI_FORMAT        UAI BAYES files (.uai); MARKOV files are refused (undirected factors give
+ *                     no conditional tables).  Nodes are named from the file PATH.names beside a
+ *                     file stream (one name per line), else "v0", "v1", ...; states "s0", "s1", ...
+ *   DOT_FORMAT        Graphviz DOT (.dot), written only: titles as labels, decisions as boxes,
+ *                     utilities as diamonds, chance nodes as ellipses.
+ *   DOT_BELIEFS_FORMAT  DOT with each node drawn as a table of its states, beliefs in percent and
+ *                     bars of proportional width (the compiled net's beliefs given its findings).
+ * Names that are not legal are made legal and unique when read, the text as written kept as the
+ * title (node and state names alike). */
+#define UNKNOWN_FORMAT 0 /* ReadNetFormat_bn: guess from the first bytes */
+#define DNET_FORMAT 1
+#define BIF_FORMAT 2
+#define XMLBIF_FORMAT 3
+#define HUGIN_NET_FORMAT 4
+#define UAI_FORMAT 5
+#define DOT_FORMAT 6
+#define DOT_BELIEFS_FORMAT 7
+
+/* The format of the net in `stream`, told by its first bytes (after a byte order mark, blanks and
+ * comments): "<?xml" or "<BIF" XMLBIF; "net {" or "class" Hugin NET; "BAYES" or "MARKOV" UAI;
+ * "network" BIF; "bnet" or the DNET first line DNET.  Otherwise by the stream's name's extension
+ * (as listed above), otherwise DNET_FORMAT.  A stream whose file cannot be opened is judged by its
+ * name.  Returns a *_FORMAT constant, -1 on failure (a NULL or deleted stream). */
+int GuessNetFormat_bn(stream_vq* stream);
+
+/* Reads a net from `stream` in `format` (DNET_FORMAT to UAI_FORMAT, or UNKNOWN_FORMAT to guess as
+ * GuessNetFormat_bn does), whatever the stream's name says.  `options` as for ReadNet_bn.  Each
+ * fault is an error record that ends with where it was found (", on line L char C of file 'P'";
+ * for XMLBIF also the element being read); the first ends the read and no net is made.
+ * Errors: 2961/2962 (format), 2410 (options), 2900-2950 (the readers' faults), and those of
+ * ReadNet_bn for DNET and BIF.  The net belongs to the stream's environment; NULL on failure. */
+net_bn* ReadNetFormat_bn(stream_vq* stream, int format, int options);
+
+/* Writes the whole net to `stream` in `format` (DNET_FORMAT to DOT_BELIEFS_FORMAT), replacing what
+ * the stream held, whatever its name says.  BIF and UAI cannot hold decision or utility nodes
+ * (2955), nodes without states (2956, 2799), and UAI needs every table complete (2960); nothing is
+ * written then.  UAI written to a file stream also writes the node names (titles where they map
+ * back to the names), one per line, to PATH.names.  DOT_BELIEFS_FORMAT needs a compiled net
+ * (2959) and updates its beliefs if they are stale.  Errors also: 2961 (format), the stream's write
+ * faults. */
+void WriteNetFormat_bn(net_bn* net, stream_vq* stream, int format);
+
+/* Reads a UAI evidence file from `stream` ("N i1 v1 ... iN vN": N observed variables, each its
+ * index in the net's node order and its state; the older form that starts with a sample count of
+ * 1 is read too) and enters each as a state finding of that node, replacing any finding it had.
+ * Everything is checked before anything is entered: a bad count (2948), index (2943), state
+ * (2949) or a variable given twice (2950) leaves the findings as they were.  Returns the number of
+ * findings entered, -1 on failure. */
+int EnterUaiEvidence_bn(net_bn* net, stream_vq* stream);
 
 #ifdef __cplusplus
 }

@@ -1,24 +1,16 @@
-// API functions of net files.
-#include <algorithm>
-#include <cctype>
-
-#include "BN/Files/BifReader.h"
-#include "BN/Files/BifWriter.h"
+// API functions of net files: the format follows the stream's name.
 #include "BN/Files/DnetErrors.h"
-#include "BN/Files/DnetReader.h"
-#include "BN/Files/DnetWriter.h"
+#include "BN/Files/NetFormat.h"
 #include "Quorva/ApiFrame.h"
 
 using namespace quorva;
 
 namespace {
 
-bool hasExtension(const std::string& name, const char* ext) {
-  std::string e(ext);
-  if (name.size() < e.size()) return false;
-  return std::equal(e.begin(), e.end(), name.end() - static_cast<std::ptrdiff_t>(e.size()),
-                    [](char a, char b) { return std::tolower(static_cast<unsigned char>(a)) ==
-                                                std::tolower(static_cast<unsigned char>(b)); });
+// The format a stream's name asks for; DNET for any name without a known extension.
+NetFormat byName(const FileSpec& s) {
+  NetFormat f = formatByExtension(s.name());
+  return f == NetFormat::Unknown ? NetFormat::Dnet : f;
 }
 
 }  // namespace
@@ -27,12 +19,10 @@ extern "C" {
 
 void WriteNet_bn(const net_bn* net, stream_vq* file) {
   apiRun(__func__, envOf(net), [&](ApiFrame& f) {
-    const Bnet& n = f.net(net);
+    // Writing changes nothing of the net; DOT without bars reads no beliefs.
+    Bnet& n = f.net(net);
     FileSpec& out = f.stream(file);
-    if (hasExtension(out.name(), ".bif"))
-      writeBifNet(n, out);
-    else
-      writeDnetNet(n, out);
+    writeNetAs(n, out, byName(out));
   });
 }
 
@@ -43,9 +33,7 @@ net_bn* ReadNet_bn(stream_vq* file, int options) {
         options != REGULAR_WINDOW)
       argError(&f.env(), err::ReadNetOptions, options, NO_VISUAL_INFO, NO_WINDOW, MINIMIZED_WINDOW,
                REGULAR_WINDOW);
-    Bnet* net = hasExtension(in.name(), ".bif") ? readBifNet(in, &f.env())
-                                                : readDnetNet(in, &f.env(), options);
-    return handle(&f.env().adoptNet(net));
+    return handle(&f.env().adoptNet(readNetAs(in, &f.env(), byName(in), options)));
   });
 }
 

@@ -1,4 +1,4 @@
-// quorva beliefs NET [-f NODE=STATE]... [-l NODE=p1,p2,...]... [-v NODE=REAL]... [--nodes A,B] [--json]
+// quorva beliefs NET [-e FILE.evid] [-f NODE=STATE]... [-l NODE=p1,p2,...]... [-v NODE=REAL]... [--nodes A,B] [--json]
 //                    [--method exact|lw|is|loopy] [--samples N] [--seconds S] [--damping D] [--seed S]
 #include <cstdio>
 #include <memory>
@@ -16,11 +16,21 @@ struct BeliefsOptions {
   std::string net;
   FindingOptions findings;
   std::vector<std::string> nodes, interventions;
-  std::string format;
+  std::string format, evidence;
   double optimize = 0;
   bool json = false;
   MethodSettings method;
 };
+
+// -e FILE: a UAI evidence file, its variables indexed in net order.
+void enterEvidence(Env& env, net_bn* net, const std::string& path) {
+  if (path.empty()) return;
+  stream_vq* stream = NewFileStream_vq(path.c_str(), env.get(), nullptr);
+  const int entered = stream ? EnterUaiEvidence_bn(net, stream) : -1;
+  if (stream) DeleteStream_vq(stream);
+  env.check();
+  if (entered < 0) fail("could not read the evidence in '" + path + "'");
+}
 
 // --do NODE=STATE: the node is set to the state from outside the model, cut from its causes.
 void intervene(Env& env, net_bn* net, const std::vector<std::string>& interventions) {
@@ -50,6 +60,7 @@ int runBeliefs(const BeliefsOptions& o) {
   for (const FindingArg& f : findings) findNode(net, f.node);  // a wrong name fails before compiling
   intervene(env, net, o.interventions);
   const BeliefMethod method = chooseMethod(env, net, o.net, o.method.method, o.optimize);
+  enterEvidence(env, net, o.evidence);
   enterFindings(env, net, findings);
   BeliefFormat format(net, shown);
   const bool read = readBeliefs(format, net, method, o.method);
@@ -106,6 +117,7 @@ void addBeliefsCommand(CLI::App& app, Runner& chosen) {
       "Examples:\n"
       "  quorva beliefs examples/asia.dne -f smoking=f1 -f positive_XraY=d1\n"
       "  quorva beliefs net.bif -l Alarm=0.9,0.2 -v Temp=21.5 --nodes Burglary,Alarm --json\n"
+      "  quorva beliefs net.uai -e net.uai.evid\n"
       "Nodes and states are named by their names or, where no name fits, by their titles (such as\n"
       "the labels of a BIF file that are not legal names).\n"
       "With --json, one object: {\"net\": NAME, \"findings_probability\": P, \"nodes\":\n"
@@ -121,6 +133,9 @@ void addBeliefsCommand(CLI::App& app, Runner& chosen) {
       "deviation (JSON \"expected\": {\"mean\": M, \"std_dev\": S}).");
   addNetArgument(c, o->net);
   o->findings.addTo(c);
+  c->add_option("-e,--evidence", o->evidence,
+                "A UAI evidence file: a count, then pairs of a variable index (net order) and a state index")
+      ->type_name("FILE.evid");
   c->add_option("--do", o->interventions, "An intervention: the node is set to the state from outside the model (its links in are cut)")
       ->type_name("NODE=STATE")
       ->expected(1)

@@ -159,7 +159,7 @@ int runCheck(const CheckOptions& o) {
     check.error(problem);
   } else {
     stream_vq* stream = NewFileStream_vq(o.net.c_str(), env.get(), nullptr);
-    net = stream ? quorva::tool::readNetAs(stream, format == NetFormat::Bif) : nullptr;
+    net = stream ? readNetFrom(stream, format) : nullptr;
     if (stream) DeleteStream_vq(stream);
     check.records();
     if (!net && check.errors() == 0) check.error("the net could not be read");

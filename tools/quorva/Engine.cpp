@@ -105,8 +105,15 @@ std::string readable(double x) {
   return text;
 }
 
+const char* const FORMAT_NAMES = "dnet|bif|xmlbif|net|uai|dot";
+
 NetFormat formatNamed(const std::string& name) {
-  return name == "dnet" ? NetFormat::Dnet : name == "bif" ? NetFormat::Bif : NetFormat::Unknown;
+  static const std::pair<const char*, NetFormat> names[] = {
+      {"dnet", NetFormat::Dnet}, {"bif", NetFormat::Bif},   {"xmlbif", NetFormat::XmlBif}, {"net", NetFormat::Hugin},
+      {"hugin", NetFormat::Hugin}, {"uai", NetFormat::Uai}, {"dot", NetFormat::Dot}};
+  for (const auto& [word, format] : names)
+    if (name == word) return format;
+  return NetFormat::Unknown;
 }
 
 NetFormat formatByExtension(const std::string& path) {
@@ -114,15 +121,20 @@ NetFormat formatByExtension(const std::string& path) {
   if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) return NetFormat::Unknown;
   std::string ext = path.substr(dot + 1);
   for (char& c : ext) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return ext == "dne" || ext == "dnet" ? NetFormat::Dnet : ext == "bif" ? NetFormat::Bif : NetFormat::Unknown;
+  if (ext == "dne" || ext == "dnet") return NetFormat::Dnet;
+  if (ext == "xml" || ext == "xbif" || ext == "xmlbif") return NetFormat::XmlBif;
+  return ext == "bif" ? NetFormat::Bif : ext == "net" ? NetFormat::Hugin : ext == "uai" ? NetFormat::Uai
+         : ext == "dot" ? NetFormat::Dot : NetFormat::Unknown;
 }
 
 NetFormat formatByContent(const std::string& start) {
-  size_t at = 0;
+  size_t at = start.compare(0, 3, "\xEF\xBB\xBF") == 0 ? 3 : 0;
   while (at < start.size()) {
     if (std::isspace(static_cast<unsigned char>(start[at]))) {
       ++at;
-    } else if (start.compare(at, 2, "//") == 0) {
+    } else if (start.compare(at, 11, "// ~->[DNET") == 0) {
+      return NetFormat::Dnet;
+    } else if (start.compare(at, 2, "//") == 0 || start[at] == '%') {
       at = start.find('\n', at);
     } else if (start.compare(at, 2, "/*") == 0) {
       at = start.find("*/", at + 2);
@@ -132,10 +144,38 @@ NetFormat formatByContent(const std::string& start) {
     }
   }
   if (at >= start.size()) return NetFormat::Unknown;
+  if (start.compare(at, 5, "<?xml") == 0 || start.compare(at, 4, "<BIF") == 0) return NetFormat::XmlBif;
   size_t end = at;
   while (end < start.size() && (std::isalnum(static_cast<unsigned char>(start[end])) || start[end] == '_')) ++end;
   const std::string word = start.substr(at, end - at);
-  return word == "bnet" ? NetFormat::Dnet : word == "network" ? NetFormat::Bif : NetFormat::Unknown;
+  if (word == "net") {
+    size_t next = start.find_first_not_of(" \t\r\n", end);
+    return next != std::string::npos && start[next] == '{' ? NetFormat::Hugin : NetFormat::Unknown;
+  }
+  return word == "bnet" ? NetFormat::Dnet : word == "network" ? NetFormat::Bif
+         : word == "class" ? NetFormat::Hugin : word == "BAYES" || word == "MARKOV" ? NetFormat::Uai
+         : NetFormat::Unknown;
+}
+
+namespace {
+
+// The C interface's constant for a format.
+int apiFormat(NetFormat f) {
+  switch (f) {
+    case NetFormat::Dnet: return DNET_FORMAT;
+    case NetFormat::Bif: return BIF_FORMAT;
+    case NetFormat::XmlBif: return XMLBIF_FORMAT;
+    case NetFormat::Hugin: return HUGIN_NET_FORMAT;
+    case NetFormat::Uai: return UAI_FORMAT;
+    case NetFormat::Dot: return DOT_FORMAT;
+    default: return UNKNOWN_FORMAT;
+  }
+}
+
+}  // namespace
+
+net_bn* readNetFrom(stream_vq* stream, NetFormat format) {
+  return ReadNetFormat_bn(stream, apiFormat(format), NO_VISUAL_INFO);
 }
 
 const char* severityName(int level) {
@@ -200,27 +240,31 @@ std::string netFileProblem(const std::string& path, NetFormat& format) {
     if (S_ISDIR(info.st_mode)) return "'" + path + "' is a directory, not a net file";
     if (S_ISREG(info.st_mode) && info.st_size == 0) return "'" + path + "' is empty";
   }
-  if (format == NetFormat::Unknown) format = formatByExtension(path);
   if (format != NetFormat::Unknown) return "";
+  // The start of the file says the format when it can (a BIF net named .net is still BIF); else
+  // the extension does.
   std::ifstream in(path, std::ios::binary);
   if (!in) {
-    format = NetFormat::Dnet;  // the reader says why it cannot be opened
+    format = formatByExtension(path);
+    if (format == NetFormat::Unknown || format == NetFormat::Dot) format = NetFormat::Dnet;  // the reader says why it cannot be opened
     return "";
   }
   std::string start(8192, '\0');
   in.read(start.data(), static_cast<std::streamsize>(start.size()));
   start.resize(static_cast<size_t>(in.gcount()));
   format = formatByContent(start);
+  if (format == NetFormat::Unknown) format = formatByExtension(path);
   if (format != NetFormat::Unknown) return "";
-  return "'" + path + "' is neither a DNET net (\"bnet NAME {\") nor a BIF net (\"network NAME {\"); " +
-         "if it is one, say which with --format dnet or --format bif";
+  return "'" + path + "' is neither a DNET net (\"bnet NAME {\") nor another format told by its start (BIF \"network NAME {\", " +
+         "XMLBIF \"<?xml\", Hugin NET \"net {\", UAI \"BAYES\"); if it is one, say which with --format " + FORMAT_NAMES;
 }
 
 net_bn* Env::readNet(const std::string& path, NetFormat format) {
   const std::string problem = netFileProblem(path, format);
   if (!problem.empty()) fail(problem);
   stream_vq* stream = NewFileStream_vq(path.c_str(), env_, nullptr);
-  net_bn* net = stream ? quorva::tool::readNetAs(stream, format == NetFormat::Bif) : nullptr;
+  if (format == NetFormat::Dot) fail("'" + path + "': DOT files can be written, not read");
+  net_bn* net = stream ? readNetFrom(stream, format) : nullptr;
   if (stream) DeleteStream_vq(stream);
   if (flush()) throw Failure{};
   if (!net) fail("could not read the net in '" + path + "'");
@@ -229,13 +273,14 @@ net_bn* Env::readNet(const std::string& path, NetFormat format) {
   return net;
 }
 
-void Env::writeNet(const net_bn* net, const std::string& path, NetFormat format) {
+void Env::writeNet(net_bn* net, const std::string& path, NetFormat format, bool bars) {
   if (format == NetFormat::Unknown) format = formatByExtension(path);
   if (format == NetFormat::Unknown)
-    failUsage("cannot tell which format to write '" + path + "' in: name it .dne, .dnet or .bif, or give --to dnet|bif");
+    failUsage("cannot tell which format to write '" + path +
+              "' in: name it .dne, .dnet, .bif, .xml, .net, .uai or .dot, or give --to " + FORMAT_NAMES);
   stream_vq* stream = NewFileStream_vq(path.c_str(), env_, nullptr);
   if (stream) {
-    quorva::tool::writeNetAs(net, stream, format == NetFormat::Bif);
+    WriteNetFormat_bn(net, stream, bars && format == NetFormat::Dot ? DOT_BELIEFS_FORMAT : apiFormat(format));
     DeleteStream_vq(stream);
   }
   if (flush()) throw Failure{};

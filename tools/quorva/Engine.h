@@ -26,13 +26,22 @@ std::string counted(long long count, const std::string& noun, const std::string&
 std::string readable(double x);
 
 // The formats of net files.  Unknown: not said (by --format or the extension) or not recognised.
-enum class NetFormat { Unknown, Dnet, Bif };
-// "dnet" or "bif" (for --format and --to).
+// DOT is written only.
+enum class NetFormat { Unknown, Dnet, Bif, XmlBif, Hugin, Uai, Dot };
+// The names --format and --to take, separated by '|', and the format of each name ("dnet", "bif",
+// "xmlbif", "net" or "hugin", "uai", "dot").
+extern const char* const FORMAT_NAMES;
 NetFormat formatNamed(const std::string& name);
-// By the file's extension: .dne and .dnet are DNET, .bif is BIF, any other Unknown.
+// By the file's extension: .dne and .dnet DNET, .bif BIF, .xml, .xbif and .xmlbif XMLBIF, .net
+// Hugin NET, .uai UAI, .dot DOT; any other Unknown.
 NetFormat formatByExtension(const std::string& path);
-// By the start of the text, after blanks and comments: "bnet NAME {" is DNET, "network NAME {" BIF.
+// By the start of the text, after a byte order mark, blanks and comments: "bnet NAME {" or the
+// DNET first line is DNET, "network NAME {" BIF, "<?xml" or "<BIF" XMLBIF, "net {" or "class"
+// Hugin NET, "BAYES" or "MARKOV" UAI.
 NetFormat formatByContent(const std::string& start);
+// Reads a net from the stream as `format` (Unknown: told by the stream's first bytes); null on
+// failure, with the engine's records left in the environment.
+net_bn* readNetFrom(stream_vq* stream, NetFormat format);
 
 // "error", "warning", ... for a severity level 0..6.
 const char* severityName(int level);
@@ -41,7 +50,8 @@ std::string recordText(const report_vq* record);
 
 // What keeps `path` from being read as a net: a directory, an empty file, or a format not given
 // (`format` Unknown), not told by the extension and not recognised in the file's start; "" when
-// nothing does (a missing file is left to the reader, which says so).  Sets `format` when it can.
+// nothing does (a missing file is left to the reader, which says so).  Sets `format` when it can:
+// by the file's start, else by its extension.
 std::string netFileProblem(const std::string& path, NetFormat& format);
 
 class Env {
@@ -66,8 +76,9 @@ class Env {
   // file, a format not recognised, or the reader's errors.
   net_bn* readNet(const std::string& path, NetFormat format = NetFormat::Unknown);
   // Writes a net in the format given, or (Unknown) the one its extension says; UsageFailure when
-  // neither says, Failure when it cannot be written.
-  void writeNet(const net_bn* net, const std::string& path, NetFormat format = NetFormat::Unknown);
+  // neither says, Failure when it cannot be written.  With `bars`, DOT is written with the
+  // compiled net's belief bars.
+  void writeNet(net_bn* net, const std::string& path, NetFormat format = NetFormat::Unknown, bool bars = false);
 
  private:
   environ_vq* env_ = nullptr;

@@ -22,16 +22,19 @@ namespace quorva::cli {
 CLI::Option* addNetArgument(CLI::App* command, std::string& path) {
   return command
       ->add_option("NET", path,
-                   "The net: a DNET file (.dne, .dnet) or a BIF file (.bif); with another extension, the "
-                   "format is told by the file's start")
+                   "The net: DNET (.dne, .dnet), BIF (.bif), XMLBIF (.xml, .xbif, .xmlbif), Hugin NET (.net) "
+                   "or UAI (.uai); with another extension, the format is told by the file's start")
       ->required();
 }
 
 CLI::Option* addFormatOption(CLI::App* command, std::string& format, const char* name, const char* help) {
   return command->add_option(name, format, help)
-      ->type_name("dnet|bif")
+      ->type_name(FORMAT_NAMES)
       ->check(CLI::Validator(
-          [](std::string& text) { return text == "dnet" || text == "bif" ? "" : "expected dnet or bif, got '" + text + "'"; },
+          [](std::string& text) {
+            return formatNamed(text) != NetFormat::Unknown ? ""
+                                                           : std::string("expected ") + FORMAT_NAMES + ", got '" + text + "'";
+          },
           ""));
 }
 
