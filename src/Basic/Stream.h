@@ -112,7 +112,7 @@ class FileSpec : public Tagged {
 // only at `commit`; dropped before that (a fault part way), the temporary file is removed and
 // the old file is left as it was.  A memory stream's parts are gathered and replace its
 // contents at `commit`.  A device or a pipe (a path that is there but not a regular file) cannot
-// be replaced and is written in place.
+// be replaced and is written in place, as is a file in a folder where no new file can be made.
 class WholeWrite {
  public:
   explicit WholeWrite(FileSpec& fs);

@@ -76,6 +76,11 @@ WholeWrite::WholeWrite(FileSpec& fs) : fs_(fs) {
     file_ = std::fopen(target_.c_str(), "wb");
   else if (!target_.empty())
     file_ = makeTemp(target_, temp_);
+  // A folder that takes no new file may still let its files be rewritten: then in place.
+  if (!file_ && !inPlace_ && !target_.empty() && fs::exists(target_, ec)) {
+    inPlace_ = true;
+    file_ = std::fopen(target_.c_str(), "wb");
+  }
   if (!file_) engError(fs_.env(), err::CantOpenFile, name, "writing");
 }
 

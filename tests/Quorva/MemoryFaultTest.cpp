@@ -228,7 +228,7 @@ class MemoryFaultTest : public EnvTest {
   }
 };
 
-// From no memory at all, the limit grows by half each step until a run needs no refusal.
+// From no memory at all, the limit doubles each step (from 16 KB) until a run needs no refusal.
 TEST_F(MemoryFaultTest, limit_sweep_ends_every_stage_in_success_or_the_memory_record) {
   const std::vector<Run> nets = {Run::fromFile(dataPath("Pigs.bif")),
                                  Run::fromFile(dataPath("hailfinder.bif")), Run::fromText(equationNetText())};
@@ -240,7 +240,7 @@ TEST_F(MemoryFaultTest, limit_sweep_ends_every_stage_in_success_or_the_memory_re
     const double usedBefore = limiter().used();
     int steps = 0;
     std::set<std::string> refusedStages;
-    for (double limit = 0;; limit = limit == 0 ? 16384 : limit * 1.5) {
+    for (double limit = 0;; limit = limit == 0 ? 16384 : limit * 2) {
       SCOPED_TRACE("limit " + std::to_string(limit));
       ++steps;
       Run run = base;
