@@ -6,7 +6,10 @@
 #   make test    Debug build with AddressSanitizer + UBSan, run every test
 #   make tsan    ThreadSanitizer build, run the Quorva-area tests (the multi-threaded ones)
 #   make bench   Release build, run every benchmark and quorva bench on every shipped net
-#   make fuzz    clang build with libFuzzer, run each fuzzer for FUZZ_SECONDS (default 30) seconds
+#   make fuzz    clang build with libFuzzer, run each fuzzer for FUZZ_SECONDS (default 30) seconds,
+#                starting from its kept corpus (fuzz/corpus/<fuzzer>) and seeds (fuzz/seeds/<fuzzer>)
+#   make fuzz-long  run each fuzzer for FUZZ_LONG_SECONDS (default 600) seconds, then minimise
+#                its kept corpus, the seeds and what the run found (-merge=1) into fuzz/corpus/<fuzzer>
 #   make clean   remove the build directories
 #
 # Every target first installs the Debian packages it needs when they are missing.
@@ -18,6 +21,10 @@ DEB_PACKAGES := $(DEMO_PACKAGES) libgtest-dev libbenchmark-dev pybind11-dev pyth
   python3-pytest python3-pandas python3-distributed chromium chromium-driver python3-selenium
 FUZZ_PACKAGES := clang libclang-rt-14-dev
 FUZZ_SECONDS ?= 30
+FUZZ_LONG_SECONDS ?= 600
+FUZZ_FLAGS := -timeout=10 -rss_limit_mb=2048 -print_final_stats=1
+# The kept corpus and the seeds of fuzzer $$name, those that exist (for use inside the loops below).
+FUZZ_INPUTS = $$(for d in fuzz/corpus/$$name fuzz/seeds/$$name; do [ -d $$d ] && echo $$d; done)
 SUDO := $(if $(filter 0,$(shell id -u)),,sudo)
 APT := $(SUDO) env DEBIAN_FRONTEND=noninteractive apt-get
 JOBS := -j2
@@ -26,7 +33,7 @@ CMAKE := cmake $(if $(CCACHE),-DCMAKE_C_COMPILER_LAUNCHER=$(CCACHE) -DCMAKE_CXX_
 # Every net the project ships, for quorva bench (Link, at about 0.7 s an update, stops after 14 s).
 BENCH_NETS := $(sort $(wildcard tests/data/*.bif))
 
-.PHONY: all deps demo-deps fuzz-deps build demo test tsan bench fuzz clean
+.PHONY: all deps demo-deps fuzz-deps build demo test tsan bench fuzz-build fuzz fuzz-long clean
 
 all: build
 
@@ -88,16 +95,32 @@ bench: deps
 	./build-release/quorva bench $(BENCH_NETS) --cases 200 --max-seconds 14 > build-release/bench-table.md
 	@cat build-release/bench-table.md
 
-fuzz: deps fuzz-deps
+fuzz-build: deps fuzz-deps
 	CC=clang CXX=clang++ $(CMAKE) -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo \
 	  -DQUORVA_FUZZ=ON -DQUORVA_TESTS=OFF -DQUORVA_BENCH=OFF
 	cmake --build build-fuzz $(JOBS)
+
+# Every fuzz/fuzz_*.cpp is a fuzzer; what a short run finds stays in build-fuzz/corpus.
+fuzz: fuzz-build
 	@set -e; for f in build-fuzz/fuzz/fuzz_*; do \
 	  [ -x "$$f" ] && [ -f "$$f" ] || continue; \
 	  name=$$(basename "$$f"); mkdir -p "build-fuzz/corpus/$$name"; \
 	  echo "== $$name for $(FUZZ_SECONDS) s"; \
-	  "$$f" -max_total_time=$(FUZZ_SECONDS) -timeout=10 -print_final_stats=1 \
-	    "build-fuzz/corpus/$$name" $$( [ -d "fuzz/seeds/$$name" ] && echo "fuzz/seeds/$$name" ); \
+	  "$$f" -max_total_time=$(FUZZ_SECONDS) $(FUZZ_FLAGS) "build-fuzz/corpus/$$name" $(FUZZ_INPUTS); \
+	done
+
+# A long run per fuzzer; then the kept corpus becomes the smallest set of inputs that covers
+# what it, the seeds and the run cover.
+fuzz-long: fuzz-build
+	@set -e; for f in build-fuzz/fuzz/fuzz_*; do \
+	  [ -x "$$f" ] && [ -f "$$f" ] || continue; \
+	  name=$$(basename "$$f"); found="build-fuzz/long/$$name"; merged="build-fuzz/merged/$$name"; \
+	  mkdir -p "$$found"; rm -rf "$$merged"; mkdir -p "$$merged"; \
+	  echo "== $$name for $(FUZZ_LONG_SECONDS) s"; \
+	  "$$f" -max_total_time=$(FUZZ_LONG_SECONDS) $(FUZZ_FLAGS) "$$found" $(FUZZ_INPUTS); \
+	  "$$f" -merge=1 $(FUZZ_FLAGS) "$$merged" $(FUZZ_INPUTS) "$$found"; \
+	  rm -rf "fuzz/corpus/$$name"; mkdir -p fuzz/corpus; mv "$$merged" "fuzz/corpus/$$name"; \
+	  echo "== $$name: $$(ls "fuzz/corpus/$$name" | wc -l) inputs kept in fuzz/corpus/$$name"; \
 	done
 
 clean:

@@ -549,7 +549,10 @@ double GetJointProbability_bn(const nodelist_bn* nodes, const state_bn* states);
  * frees any still open when it is closed. */
 
 /* A stream over the file `filename` (the path as given).  The file is opened only when the stream
- * is read or written, and closed afterwards; nothing is checked about it here.  `access` must be
+ * is read or written, and closed afterwards; nothing is checked about it here.  A write that
+ * replaces the file (a net, a caseset, drawn cases) goes to a temporary file beside it,
+ * "<filename>.tmp-XXXXXX", renamed over the file only once every byte is written: a write that
+ * fails leaves the previous file as it was.  An append that fails is cut back off.  `access` must be
  * NULL.  Errors: 5260 (access not NULL), 5107 or 5263 (a NULL or empty file name).
  * Returns NULL on failure. */
 stream_vq* NewFileStream_vq(const char* filename, environ_vq* env, const char* access);
@@ -1143,7 +1146,8 @@ double GetNetExpectedUtility_bn(net_bn* net);
  * the weighted cases follow the beliefs given the findings.  The cases are drawn in blocks of 4096,
  * block b from a generator seeded from `seed` and b: the same seed writes the same file whatever
  * the number of `threads` (1 to 64).  `seed` -1 takes one from the net's generator.  A file stream
- * is written a few blocks at a time; a memory stream holds the whole text.  `options` must be NULL
+ * is written a few blocks at a time to its temporary file, which replaces the file once every case
+ * is written; a memory stream holds the whole text.  `options` must be NULL
  * or "".  Errors: 5930 (num_cases negative), 5931 (seed below -1), 5932 (threads), 5938
  * (options), and the stream's write errors.  Returns the cases written, -1 on failure. */
 long long WriteSampledCases_bn(net_bn* net, stream_vq* stream, long long num_cases, long long seed, int threads,

@@ -2,6 +2,8 @@
 #include "Basic/ErrorLog.h"
 
 #include <algorithm>
+#include <mutex>
+#include <unordered_set>
 
 #include "Basic/Format.h"
 
@@ -15,12 +17,41 @@ void initShared(ErrorRecord& r, EnvCore* env, int severity, const char* text) {
   r.message = text;
   r.disposition = NOT_DISPLAYED;
 }
+
+// Every record of every log, so that handles can be checked before they are read.
+std::mutex& registryLock() {
+  static std::mutex lock;
+  return lock;
+}
+std::unordered_set<const void*>& registry() {
+  static auto* records = new std::unordered_set<const void*>();
+  return *records;
+}
+void enroll(const void* r) {
+  std::lock_guard<std::mutex> g(registryLock());
+  registry().insert(r);
+}
+void unenroll(const void* r) {
+  std::lock_guard<std::mutex> g(registryLock());
+  registry().erase(r);
+}
 }  // namespace
+
+bool ErrorLog::exists(const void* p) {
+  std::lock_guard<std::mutex> g(registryLock());
+  return registry().count(p) != 0;
+}
 
 ErrorLog::ErrorLog(EnvCore* env) : env_(env) {
   initShared(generalWarning_, env, WARNING_SEV, "General warning");
   initShared(unspecifiedNotice_, env, NOTICE_SEV, "Just some unspecified notice");
   initShared(generalError_, env, ERROR_SEV, "General error (too many error records are live on this thread)");
+  for (const ErrorRecord* r : {&generalWarning_, &unspecifiedNotice_, &generalError_}) enroll(r);
+}
+
+ErrorLog::~ErrorLog() {
+  clearAll();
+  for (const ErrorRecord* r : {&generalWarning_, &unspecifiedNotice_, &generalError_}) unenroll(r);
 }
 
 ErrorRecord* ErrorLog::shared(int severity) {
@@ -60,6 +91,7 @@ ErrorRecord* ErrorLog::add(int number, int severity, int disposition, uint32_t c
 ErrorRecord* ErrorLog::store(std::unique_ptr<ErrorRecord> r, Tally& t) {
   r->tag = REPORT_TYPE;
   ErrorRecord* raw = r.get();
+  enroll(raw);
   records_.push_back(std::move(r));
   ++t.live;
   return raw;
@@ -107,6 +139,7 @@ void ErrorLog::remove(ErrorRecord* r) {
   if (it == records_.end()) return;
   --tallies_[r->thread].live;
   r->tag = 0;
+  unenroll(r);
   records_.erase(it);
 }
 
@@ -116,6 +149,7 @@ void ErrorLog::clear(int severity, bool allThreads, std::thread::id thread) {
     if ((allThreads || r->thread == thread) && r->severity <= severity) {
       --tallies_[r->thread].live;
       r->tag = 0;
+      unenroll(r);
       it = records_.erase(it);
     } else {
       ++it;
@@ -124,6 +158,7 @@ void ErrorLog::clear(int severity, bool allThreads, std::thread::id thread) {
 }
 
 void ErrorLog::clearAll() {
+  for (const auto& r : records_) unenroll(r.get());
   records_.clear();
   tallies_.clear();
 }

@@ -13,6 +13,13 @@ namespace quorva {
 class ErrorLog {
  public:
   explicit ErrorLog(EnvCore* env);
+  ~ErrorLog();
+  ErrorLog(const ErrorLog&) = delete;
+  ErrorLog& operator=(const ErrorLog&) = delete;
+
+  // Whether `p` is a record of some log, live or shared: a handle to a record that has been
+  // cleared is freed memory, and is recognised here without reading it.
+  static bool exists(const void* p);
 
   // The most live records a thread may hold; warnings stop at 3/4 of it, lesser records at 1/2.
   int maxPerThread = 100;

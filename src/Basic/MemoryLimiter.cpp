@@ -11,6 +11,7 @@ namespace quorva {
 
 void* MemoryLimiter::allocate(size_t bytes, const char* purpose) {
   double want = static_cast<double>(bytes);
+  ++allocations_;
   // Small requests are never refused for the limit; only the large ones that tables make are.
   if (bytes >= LIMITED_REQUEST && used_ + want > limit_)
     raiseMemoryError(env_, err::MemoryLimitReached, formatBytes(want));

@@ -25,12 +25,15 @@ class MemoryLimiter {
 
   // Test hook: the n-th allocation from now (1 = the next) fails as if memory ran out; 0 = never.
   void failAllocationAfter(long n) { failIn_ = n; }
+  // How many allocations have been asked for, so that a test can fail each one in turn.
+  long allocations() const { return allocations_; }
 
  private:
   EnvCore* env_;
   double limit_ = std::numeric_limits<double>::infinity();
   double used_ = 0;
   long failIn_ = 0;
+  long allocations_ = 0;
 };
 
 // A standard allocator over a MemoryLimiter, for std::vector and friends.

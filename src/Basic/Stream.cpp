@@ -125,25 +125,40 @@ std::string FileSpec::readAll() {
   return all;
 }
 
-void FileSpec::write(std::string_view bytes) { putBytes(bytes, "wb"); }
+void FileSpec::write(std::string_view bytes) {
+  WholeWrite whole(*this);
+  whole.add(bytes);
+  whole.commit();
+}
 
-void FileSpec::append(std::string_view bytes) { putBytes(bytes, "ab"); }
-
-void FileSpec::putBytes(std::string_view bytes, const char* mode) {
+void FileSpec::append(std::string_view bytes) {
   ++generation_;
   if (isMemory()) {
-    std::string fresh = mode[0] == 'a' ? std::string(contents()) : std::string();
+    std::string fresh(contents());
     fresh.append(bytes);
     owned_.swap(fresh);
     borrowed_ = nullptr;
     borrowedLength_ = 0;
     return;
   }
-  std::FILE* f = openFile(mode);
-  bool ok = std::fwrite(bytes.data(), 1, bytes.size(), f) == bytes.size();
+  std::FILE* f = openFile("ab");
+  const long before = std::fseek(f, 0, SEEK_END) == 0 ? std::ftell(f) : -1;
+  bool ok = putWithin(f, bytes);
   ok = std::fflush(f) == 0 && ok;
   closeFile();
-  if (!ok) engError(env_, err::CantWriteFile, name_);
+  if (ok) return;
+  // Leave the file as it was before this append.
+  std::error_code ec;
+  if (before >= 0) std::filesystem::resize_file(name_, static_cast<uintmax_t>(before), ec);
+  engError(env_, err::CantWriteFile, name_);
+}
+
+bool FileSpec::putWithin(std::FILE* f, std::string_view bytes) {
+  size_t room = bytes.size();
+  if (writeBudget_ >= 0) room = std::min(room, static_cast<size_t>(writeBudget_));
+  const size_t put = std::fwrite(bytes.data(), 1, room, f);
+  if (writeBudget_ >= 0) writeBudget_ -= static_cast<long long>(put);
+  return put == bytes.size();
 }
 
 std::FILE* FileSpec::openFile(const char* mode) {

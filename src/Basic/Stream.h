@@ -60,10 +60,19 @@ class FileSpec : public Tagged {
   std::unique_ptr<StreamInput> openInput();
   std::string readAll();
 
-  // Writing: `write` replaces the whole contents (a file is opened "wb"), `append` adds to the
-  // end ("ab").  "couldn't open file '%s' for writing|appending", "couldn't write to file '%s'".
+  // Writing: `write` replaces the whole contents, `append` adds to the end.  A file is replaced
+  // whole or not at all (see WholeWrite).  An append cannot be made atomic: a failed one is
+  // undone by cutting the file back to its length before, so only a process killed part way
+  // through can leave part of one append behind.  "couldn't open file '%s' for
+  // writing|appending", "couldn't write to file '%s'".
   void write(std::string_view bytes);
   void append(std::string_view bytes);
+
+  // Test hook: the stream's file writes fail as if the disk were full once `bytes` more bytes
+  // have gone out (0 fails the next write at once); negative = never.
+  void failWritesAfter(long long bytes) { writeBudget_ = bytes; }
+  // Writes `bytes` to `f` within the budget of failWritesAfter; false when not all went out.
+  bool putWithin(std::FILE* f, std::string_view bytes);
 
   // The encryption password: only a stream whose name ends in ".qova" may carry one.  Null or
   // empty removes it.  The bytes are still read and written as plain data.
@@ -83,7 +92,7 @@ class FileSpec : public Tagged {
   uint64_t generation() const { return generation_; }
 
  private:
-  void putBytes(std::string_view bytes, const char* mode);
+  friend class WholeWrite;
 
   EnvCore* env_;
   Kind kind_;
@@ -95,6 +104,34 @@ class FileSpec : public Tagged {
   std::FILE* file_ = nullptr;
   std::string fileMode_;
   uint64_t generation_ = 0;
+  long long writeBudget_ = -1;
+};
+
+// The new whole contents of a stream, written in parts.  For a file stream the parts go to a
+// temporary file beside the file ("<name>.tmp-XXXXXX"), which replaces the file by a rename
+// only at `commit`; dropped before that (a fault part way), the temporary file is removed and
+// the old file is left as it was.  A memory stream's parts are gathered and replace its
+// contents at `commit`.  A device or a pipe (a path that is there but not a regular file) cannot
+// be replaced and is written in place, as is a file in a folder where no new file can be made.
+class WholeWrite {
+ public:
+  explicit WholeWrite(FileSpec& fs);
+  ~WholeWrite();
+  WholeWrite(const WholeWrite&) = delete;
+  WholeWrite& operator=(const WholeWrite&) = delete;
+
+  void add(std::string_view bytes);
+  void commit();
+
+ private:
+  void abandon() noexcept;
+
+  FileSpec& fs_;
+  std::string target_;    // the file replaced: the path, or what a symbolic link points to
+  std::string temp_;      // the temporary file, while it exists
+  std::FILE* file_ = nullptr;
+  std::string gathered_;  // a memory stream's new bytes
+  bool inPlace_ = false;   // writing straight to a device or pipe
 };
 
 }  // namespace quorva

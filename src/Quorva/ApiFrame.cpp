@@ -52,7 +52,9 @@ Environ* envOf(const nodelist_bn* list) {
 }
 
 Environ* envOf(const report_vq* report) {
-  if (singleGlobal() || !report || !handleIsOfType(report, REPORT_TYPE)) return defaultEnviron();
+  // A cleared record is freed: it is known by its absence from the logs, not by its tag.
+  if (singleGlobal() || !report || !ErrorLog::exists(report) || !handleIsOfType(report, REPORT_TYPE))
+    return defaultEnviron();
   Environ* env = Environ::of(asReport(report)->env);
   return env && env->isOfType(ENVIRON_TYPE) ? env : defaultEnviron();
 }
@@ -110,6 +112,7 @@ NodeList& ApiFrame::list(const nodelist_bn* h) {
 }
 
 ErrorRecord& ApiFrame::report(const report_vq* h) {
+  if (level() >= QUICK_CHECK_LEVEL && h && !ErrorLog::exists(h)) argError(&env_, err::DeletedObject, "report");
   return checked<ErrorRecord>(*this, h, REPORT_TYPE, "report", err::DeletedObject);
 }
 

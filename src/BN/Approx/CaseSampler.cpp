@@ -117,7 +117,8 @@ void writeSampledCases(const Bnet& net, FileSpec& stream, long long count, uint6
                        const CaseFormat& format) {
   const SampleModel model(net);
   const Columns columns = columnsOf(net, model, format);
-  stream.write(headerText(net, columns, format));
+  WholeWrite out(stream);  // the old file stays whole until every case is written
+  out.add(headerText(net, columns, format));
   const long long blocks = (count + SAMPLE_BLOCK_CASES - 1) / SAMPLE_BLOCK_CASES;
   const auto workers = static_cast<size_t>(std::max(1, threads));
   // Rounds of 2 blocks per worker: the next round is drawn while this one is written.
@@ -146,7 +147,7 @@ void writeSampledCases(const Bnet& net, FileSpec& stream, long long count, uint6
     if (r + 1 < rounds) drawing = std::thread(drawRound, r + 1, std::ref(next));
     try {
       for (const std::string& text : ready)
-        if (!text.empty()) stream.append(text);
+        if (!text.empty()) out.add(text);
     } catch (...) {
       if (drawing.joinable()) drawing.join();
       throw;
@@ -154,6 +155,7 @@ void writeSampledCases(const Bnet& net, FileSpec& stream, long long count, uint6
     if (drawing.joinable()) drawing.join();
     std::swap(ready, next);
   }
+  out.commit();
 }
 
 }  // namespace quorva

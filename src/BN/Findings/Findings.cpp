@@ -90,6 +90,30 @@ void changed(Bnode& n) {
   fireNodeEvent(n, CHANGE_EVENT_TYPE);
 }
 
+// Puts findings back as they were when a change to them fails part way (an automatic update
+// refused for want of memory), so that a refused call leaves the previous findings in force.
+class FindingsKept {
+ public:
+  FindingsKept(Bnet& net, Bnode* only) : net_(net) {
+    if (only) saved_.emplace_back(only, only->finding);
+    else
+      for (Bnode* n : net.nodes) saved_.emplace_back(n, n->finding);
+  }
+  ~FindingsKept() {
+    if (!restore_) return;
+    for (auto& [node, finding] : saved_) node->finding = std::move(finding);
+    net_.findingsChanged();
+  }
+  FindingsKept(const FindingsKept&) = delete;
+  FindingsKept& operator=(const FindingsKept&) = delete;
+  void keep() { restore_ = false; }
+
+ private:
+  Bnet& net_;
+  std::vector<std::pair<Bnode*, Finding>> saved_;
+  bool restore_ = true;
+};
+
 // Installs a finding, withdrawing it again when the net's findings can no longer hold together.
 bool installPossible(Bnode& n, Finding next) {
   Finding previous = std::move(n.finding);
@@ -199,8 +223,10 @@ void enterState(Bnode& n, int state, bool replace, bool check, bool action) {
   next.state = state;
   next.action = action;
   NetEdit edit(*n.net, "enter finding", EditKind::Findings, UndoScope::finding(n));
+  FindingsKept kept(*n.net, &n);
   if (!installPossible(n, std::move(next))) engError(env, err::FindingInconsistentModel, name);
   changed(n);
+  kept.keep();
   edit.commit();
 }
 
@@ -237,9 +263,11 @@ void enterLikelihood(Bnode& n, const float* lik, bool action) {
   combined.calibration = f.calibration;
   combined.action = action;
   NetEdit edit(*n.net, "enter likelihood", EditKind::Findings, UndoScope::finding(n));
+  FindingsKept kept(*n.net, &n);
   if (!installPossible(n, std::move(combined)))
     refuseLikelihood(n, "it is inconsistent with findings for other >-node-s, according to this model");
   changed(n);
+  kept.keep();
   edit.commit();
 }
 
@@ -294,9 +322,11 @@ void enterValue(Bnode& n, double v, bool action) {
   next.value = v;
   next.action = action;
   NetEdit edit(*n.net, "enter value", EditKind::Findings, UndoScope::finding(n));
+  FindingsKept kept(*n.net, &n);
   if (!installPossible(n, std::move(next)))
     refuseValue(n, v, "it is inconsistent with previous findings, according to this model");
   changed(n);
+  kept.keep();
   edit.commit();
 }
 
@@ -314,8 +344,10 @@ void enterCalibration(Bnode& n, const float* probs) {
   Finding next = n.finding;
   next.calibration = std::move(p);
   NetEdit edit(*n.net, "enter calibration", EditKind::Findings, UndoScope::finding(n));
+  FindingsKept kept(*n.net, &n);
   n.finding = std::move(next);
   changed(n);
+  kept.keep();
   edit.commit();
 }
 
@@ -362,17 +394,21 @@ void enterGaussian(Bnode& n, double mean, double sd) {
 void retractNode(Bnode& n) {
   if (n.finding.empty() && !n.finding.action) return;
   NetEdit edit(*n.net, "retract findings", EditKind::Findings, UndoScope::finding(n));
+  FindingsKept kept(*n.net, &n);
   n.finding = Finding();
   changed(n);
+  kept.keep();
   edit.commit();
 }
 
 void retractNet(Bnet& net) {
   NetEdit edit(net, "retract net findings", EditKind::Findings, UndoScope::findings());
+  FindingsKept kept(net, nullptr);
   FindingBatch batch(net);
   for (Bnode* n : net.nodes)
     if (n->kind != CONSTANT) retractNode(*n);
   batch.commit();
+  kept.keep();
   edit.commit();
 }
 
