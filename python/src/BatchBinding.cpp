@@ -9,11 +9,11 @@ namespace {
 
 pb::tuple beliefsBatch(const Net& net, const pb::object& source, const std::vector<std::string>& columns,
                        const std::vector<std::string>& outputs, int threads) {
-  BatchSpec spec;
-  spec.net = net.get();
-  spec.columns = columns;
-  spec.outputs = outputs;
-  spec.threads = threads > 0 ? threads : static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
+  BatchJob job;
+  job.net = net.get();
+  job.columns = columns;
+  job.outputs = outputs;
+  job.threads = threads > 0 ? threads : static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
   std::vector<int> widths;
   size_t width = 0;
   for (const std::string& name : outputs) {
@@ -22,18 +22,18 @@ pb::tuple beliefsBatch(const Net& net, const pb::object& source, const std::vect
   }
   pb::array_t<int32_t, pb::array::c_style | pb::array::forcecast> matrix;
   if (pb::isinstance<pb::str>(source)) {
-    spec.casePath = source.cast<std::string>();
+    job.casePath = source.cast<std::string>();
   } else {
     matrix = pb::array_t<int32_t, pb::array::c_style | pb::array::forcecast>::ensure(source);
     if (!matrix || matrix.ndim() != 2 || static_cast<size_t>(matrix.shape(1)) != columns.size())
       throw pb::value_error("the states are an array of one row per case and one column per node");
-    spec.matrix = matrix.data();
-    spec.matrixCases = static_cast<long>(matrix.shape(0));
+    job.matrix = matrix.data();
+    job.matrixCases = static_cast<long>(matrix.shape(0));
   }
   BatchResult result;
   {
     pb::gil_scoped_release release;
-    result = runBatch(spec);
+    result = runBatch(job);
   }
   if (result.errorNumber != 0) throw EngineError{result.errorNumber, result.errorSeverity, result.errorMessage};
   size_t cases = 0;

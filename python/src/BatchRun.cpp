@@ -99,12 +99,12 @@ class Copy {
 // Where blocks of cases come from: rows of an array, or the case file read through a copy of its own.
 class Source {
  public:
-  explicit Source(const BatchSpec& spec) : spec_(spec) {
-    if (spec.casePath.empty()) return;
-    reader_ = std::make_unique<Copy>(spec.net, spec.columns, std::vector<std::string>{});
+  explicit Source(const BatchJob& job) : job_(job) {
+    if (job.casePath.empty()) return;
+    reader_ = std::make_unique<Copy>(job.net, job.columns, std::vector<std::string>{});
     list_ = NewNodeList2_bn(0, reader_->net());
     for (node_bn* n : reader_->columns()) AddNodeToList_bn(n, list_, -1);
-    stream_ = NewFileStream_vq(spec.casePath.c_str(), reader_->env(), nullptr);
+    stream_ = NewFileStream_vq(job.casePath.c_str(), reader_->env(), nullptr);
   }
   ~Source() {
     if (list_) DeleteNodeList_bn(list_);
@@ -118,10 +118,10 @@ class Source {
     b.first = next_;
     b.states.clear();
     b.refusedMessage.clear();
-    const size_t cols = spec_.columns.size();
+    const size_t cols = job_.columns.size();
     if (!reader_) {
-      const long end = std::min(spec_.matrixCases, next_ + BLOCK_CASES);
-      b.states.assign(spec_.matrix + next_ * static_cast<long>(cols), spec_.matrix + end * static_cast<long>(cols));
+      const long end = std::min(job_.matrixCases, next_ + BLOCK_CASES);
+      b.states.assign(job_.matrix + next_ * static_cast<long>(cols), job_.matrix + end * static_cast<long>(cols));
       b.refusedMessage.assign(static_cast<size_t>(end - next_), "");
       next_ = end;
       return !b.refusedMessage.empty();
@@ -179,7 +179,7 @@ class Source {
     b.refusedMessage.push_back(refusal);
   }
 
-  const BatchSpec& spec_;
+  const BatchJob& job_;
   std::unique_ptr<Copy> reader_;
   nodelist_bn* list_ = nullptr;
   stream_vq* stream_ = nullptr;
@@ -245,17 +245,17 @@ class Pipeline {
 
 }  // namespace
 
-BatchResult runBatch(const BatchSpec& spec) {
+BatchResult runBatch(const BatchJob& job) {
   BatchResult result;
-  const int threads = std::max(1, spec.threads);
-  Source source(spec);
+  const int threads = std::max(1, job.threads);
+  Source source(job);
   Pipeline pipe(source, static_cast<size_t>(threads));
   std::mutex faultMutex;
   EngineError fault{0, 0, ""};
   std::vector<std::thread> workers;
   for (int i = 0; i < threads; ++i) {
     workers.emplace_back([&] {
-      Copy copy(spec.net, spec.columns, spec.outputs);
+      Copy copy(job.net, job.columns, job.outputs);
       EngineError e = copy.compile();
       if (e.number != 0) {
         std::lock_guard<std::mutex> lock(faultMutex);

@@ -21,7 +21,7 @@ struct BatchBlock {
   size_t cases() const { return refusedMessage.size(); }
 };
 
-struct BatchSpec {
+struct BatchJob {
   const net_bn* net = nullptr;         // the user's net (only copied)
   std::vector<std::string> columns;    // the nodes the states are findings of
   std::vector<std::string> outputs;    // the nodes whose beliefs are wanted
@@ -42,6 +42,6 @@ struct BatchResult {
 };
 
 // Runs the batch; needs no Python lock.
-BatchResult runBatch(const BatchSpec& spec);
+BatchResult runBatch(const BatchJob& job);
 
 }  // namespace quorva::py
