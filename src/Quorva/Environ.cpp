@@ -20,6 +20,23 @@ std::vector<std::unique_ptr<Bnet>>& netShells() {
   static std::vector<std::unique_ptr<Bnet>> shells;
   return shells;
 }
+// Shells of deleted node lists: emptied, their tag cleared, so a stale handle is refused.
+std::vector<std::unique_ptr<NodeList>>& listShells() {
+  static std::vector<std::unique_ptr<NodeList>> shells;
+  return shells;
+}
+// Moves the lists that `gone` picks out of `lists` into the shells.
+template <class Pred>
+void shellLists(std::vector<std::unique_ptr<NodeList>>& lists, Pred gone) {
+  auto keep = std::stable_partition(lists.begin(), lists.end(), [&](const auto& l) { return !gone(*l); });
+  std::lock_guard<std::mutex> g(registryLock());
+  for (auto it = keep; it != lists.end(); ++it) {
+    (*it)->tag = 0;
+    (*it)->nodes = {};
+    listShells().push_back(std::move(*it));
+  }
+  lists.erase(keep, lists.end());
+}
 std::vector<std::unique_ptr<Environ>>& envShells() {
   static std::vector<std::unique_ptr<Environ>> shells;
   return shells;
@@ -66,8 +83,7 @@ void Environ::deleteNet(Bnet& net) {
   net.randgen = {};
   std::unique_ptr<Bnet> owned = std::move(*it);
   nets.erase(it);
-  lists.erase(std::remove_if(lists.begin(), lists.end(), [&](const auto& l) { return l->net == &net; }),
-              lists.end());
+  shellLists(lists, [&](const NodeList& l) { return l.net == &net; });
   owned->becomeDeleted();
   std::lock_guard<std::mutex> g(registryLock());
   netShells().push_back(std::move(owned));
@@ -79,9 +95,7 @@ NodeList& Environ::newList(Bnet* net) {
 }
 
 void Environ::deleteList(NodeList& list) {
-  list.tag = 0;
-  lists.erase(std::remove_if(lists.begin(), lists.end(), [&](const auto& l) { return l.get() == &list; }),
-              lists.end());
+  shellLists(lists, [&](const NodeList& l) { return &l == &list; });
 }
 
 bool Environ::ownsList(const NodeList* list) const {
@@ -115,7 +129,7 @@ void Environ::close() {
   caseCursors.clear();
   for (const auto& c : casesets) c->release();
   for (const auto& s : streams) deleteStream(*s);
-  lists.clear();
+  shellLists(lists, [](const NodeList&) { return true; });
   while (!nets.empty()) deleteNet(*nets.back());
   randgens.clear();
   errors.clearAll();
