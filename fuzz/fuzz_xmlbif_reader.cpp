@@ -1,61 +1,6 @@
-// Fuzzes the XmlBif net reader: arbitrary bytes in a memory stream are read as a net.  A read
-// either fails with an error record or gives a net; a net is written in the same format, and that
-// text must read back to a net that writes the very same text again.
-#include <cstdint>
-#include <cstdlib>
-#include <memory>
-#include <string>
-
-#include "BN/Files/NetFormat.h"
-#include "BN/Net/Bnet.h"
-#include "Basic/EnvCore.h"
-#include "Basic/Raise.h"
-#include "Basic/Stream.h"
-#include "FuzzEnv.h"
-
-using namespace quorva;
-
-namespace {
-
-constexpr NetFormat FORMAT = NetFormat::XmlBif;
-
-std::unique_ptr<Bnet> readNet(EnvCore& env, const char* bytes, size_t n) {
-  FileSpec stream(&env, FileSpec::Kind::Memory, "fuzz.xml");
-  stream.setContents(bytes, n, false);
-  try {
-    return std::unique_ptr<Bnet>(readNetAs(stream, &env, FORMAT, 0x10));
-  } catch (const QuorvaError&) {
-    return nullptr;  // a fault in the input: recorded, no net
-  }
-}
-
-// The net written in the format, or "" when the writer refuses it (such as a partial table).
-std::string writeNet(EnvCore& env, Bnet& net) {
-  FileSpec out(&env, FileSpec::Kind::Memory, "fuzz.xml");
-  try {
-    writeNetAs(net, out, FORMAT);
-  } catch (const QuorvaError&) {
-    return "";
-  }
-  return std::string(out.contents());
-}
-
-}  // namespace
+// Fuzzes the XMLBIF net reader through the shared round trip (FormatRoundTrip.h).
+#include "FormatRoundTrip.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  EnvCore& env = fuzzEnv();
-  std::unique_ptr<Bnet> net = readNet(env, reinterpret_cast<const char*>(data), size);
-  if (net) {
-    double entries = 0;
-    for (const Bnode* n : net->nodes) entries += static_cast<double>(n->tables.cpt.size() + n->tables.func.size());
-    if (entries < 1e5) {  // the round trip of a huge table takes too long for a fuzz run
-      std::string first = writeNet(env, *net);
-      if (!first.empty()) {
-        std::unique_ptr<Bnet> again = readNet(env, first.data(), first.size());
-        if (!again || writeNet(env, *again) != first) std::abort();
-      }
-    }
-  }
-  env.errors.clearAll();
-  return 0;
+  return quorva::fuzz::fuzzNetFormat(quorva::NetFormat::XmlBif, "fuzz.xml", data, size);
 }
