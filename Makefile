@@ -8,7 +8,8 @@
 #   make bench   Release build, run every benchmark and quorva bench on every shipped net
 #   make fuzz    clang build with libFuzzer, run each fuzzer for FUZZ_SECONDS (default 30) seconds,
 #                starting from its kept corpus (fuzz/corpus/<fuzzer>) and seeds (fuzz/seeds/<fuzzer>)
-#   make fuzz-long  run each fuzzer for FUZZ_LONG_SECONDS (default 600) seconds, then minimise
+#   make fuzz-long  run each fuzzer for FUZZ_LONG_SECONDS (default 600) seconds, or for
+#                FUZZ_LONG_RUNS inputs when that is set, then minimise
 #                its kept corpus, the seeds and what the run found (-merge=1) into fuzz/corpus/<fuzzer>
 #   make clean   remove the build directories
 #
@@ -21,7 +22,12 @@ DEB_PACKAGES := $(DEMO_PACKAGES) libgtest-dev libbenchmark-dev pybind11-dev pyth
   python3-pytest python3-pandas python3-distributed chromium chromium-driver python3-selenium
 FUZZ_PACKAGES := clang libclang-rt-14-dev
 FUZZ_SECONDS ?= 30
+# Which fuzzers fuzz and fuzz-long run (names or patterns in build-fuzz/fuzz).
+FUZZERS ?= fuzz_*
 FUZZ_LONG_SECONDS ?= 600
+# When set, each long run stops after this many inputs instead of after FUZZ_LONG_SECONDS.
+FUZZ_LONG_RUNS ?=
+FUZZ_LONG_LIMIT = $(if $(FUZZ_LONG_RUNS),-runs=$(FUZZ_LONG_RUNS),-max_total_time=$(FUZZ_LONG_SECONDS))
 FUZZ_FLAGS := -timeout=10 -rss_limit_mb=2048 -print_final_stats=1
 # The kept corpus and the seeds of fuzzer $$name, those that exist (for use inside the loops below).
 FUZZ_INPUTS = $$(for d in fuzz/corpus/$$name fuzz/seeds/$$name; do [ -d $$d ] && echo $$d; done)
@@ -29,6 +35,11 @@ SUDO := $(if $(filter 0,$(shell id -u)),,sudo)
 APT := $(SUDO) env DEBIAN_FRONTEND=noninteractive apt-get
 JOBS := -j2
 CCACHE := $(shell command -v ccache 2>/dev/null)
+# ccache sees paths relative to the checkout, so a clean checkout elsewhere reuses what was built.
+ifneq ($(CCACHE),)
+export CCACHE_BASEDIR := $(CURDIR)
+export CCACHE_NOHASHDIR := 1
+endif
 CMAKE := cmake $(if $(CCACHE),-DCMAKE_C_COMPILER_LAUNCHER=$(CCACHE) -DCMAKE_CXX_COMPILER_LAUNCHER=$(CCACHE))
 # Every net the project ships, for quorva bench (Link, at about 0.7 s an update, stops after 14 s).
 BENCH_NETS := $(sort $(wildcard tests/data/*.bif))
@@ -98,11 +109,11 @@ bench: deps
 fuzz-build: deps fuzz-deps
 	CC=clang CXX=clang++ $(CMAKE) -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo \
 	  -DQUORVA_FUZZ=ON -DQUORVA_TESTS=OFF -DQUORVA_BENCH=OFF
-	cmake --build build-fuzz $(JOBS)
+	cmake --build build-fuzz $(JOBS) --target fuzzers
 
 # Every fuzz/fuzz_*.cpp is a fuzzer; what a short run finds stays in build-fuzz/corpus.
 fuzz: fuzz-build
-	@set -e; for f in build-fuzz/fuzz/fuzz_*; do \
+	@set -e; for f in $(addprefix build-fuzz/fuzz/,$(FUZZERS)); do \
 	  [ -x "$$f" ] && [ -f "$$f" ] || continue; \
 	  name=$$(basename "$$f"); mkdir -p "build-fuzz/corpus/$$name"; \
 	  echo "== $$name for $(FUZZ_SECONDS) s"; \
@@ -112,12 +123,12 @@ fuzz: fuzz-build
 # A long run per fuzzer; then the kept corpus becomes the smallest set of inputs that covers
 # what it, the seeds and the run cover.
 fuzz-long: fuzz-build
-	@set -e; for f in build-fuzz/fuzz/fuzz_*; do \
+	@set -e; for f in $(addprefix build-fuzz/fuzz/,$(FUZZERS)); do \
 	  [ -x "$$f" ] && [ -f "$$f" ] || continue; \
 	  name=$$(basename "$$f"); found="build-fuzz/long/$$name"; merged="build-fuzz/merged/$$name"; \
 	  mkdir -p "$$found"; rm -rf "$$merged"; mkdir -p "$$merged"; \
-	  echo "== $$name for $(FUZZ_LONG_SECONDS) s"; \
-	  "$$f" -max_total_time=$(FUZZ_LONG_SECONDS) $(FUZZ_FLAGS) "$$found" $(FUZZ_INPUTS); \
+	  echo "== $$name: $(FUZZ_LONG_LIMIT)"; \
+	  "$$f" $(FUZZ_LONG_LIMIT) $(FUZZ_FLAGS) "$$found" $(FUZZ_INPUTS); \
 	  "$$f" -merge=1 $(FUZZ_FLAGS) "$$merged" $(FUZZ_INPUTS) "$$found"; \
 	  rm -rf "fuzz/corpus/$$name"; mkdir -p fuzz/corpus; mv "$$merged" "fuzz/corpus/$$name"; \
 	  echo "== $$name: $$(ls "fuzz/corpus/$$name" | wc -l) inputs kept in fuzz/corpus/$$name"; \
