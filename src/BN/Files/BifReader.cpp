@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -12,11 +13,9 @@
 
 #include "BN/Files/BifErrors.h"
 #include "BN/Net/Bnet.h"
-#include "BN/Net/Links.h"
-#include "BN/Net/NetEdit.h"
+#include "BN/Net/FreshNet.h"
 #include "BN/Net/NodeOps.h"
-#include "BN/Net/NodeStates.h"
-#include "BN/Tables/NodeTableOps.h"
+#include "BN/Tables/NodeTables.h"
 #include "Basic/IdName.h"
 #include "Basic/ReaderErrors.h"
 #include "Basic/TokenReader.h"
@@ -68,13 +67,15 @@ class BifReader {
     // the order of the probability blocks.
     std::sort(blocks_.begin(), blocks_.end(),
               [](const ProbBlock& x, const ProbBlock& y) { return x.child->order < y.child->order; });
+    std::vector<Family> families;
     for (ProbBlock& b : blocks_) {
-      std::vector<ParentSlot> slots;
-      for (Variable* p : b.parents) slots.push_back({Link{p->node, "", {}}, -1, true});
-      setNodeParents(*b.child->node, std::move(slots), true);
+      std::vector<Link> links;
+      for (Variable* p : b.parents) links.push_back(Link{p->node, "", {}});
+      families.emplace_back(b.child->node, std::move(links));
     }
+    linkFresh(std::move(families));
     for (ProbBlock& b : blocks_)
-      if (!b.table.empty()) writeTable(*b.child->node, WhichTable::Cpt, nullptr, b.table.data());
+      if (!b.table.empty()) fillFreshTable(*b.child->node, false, b.table.data());
     return net_.release();
   }
 
@@ -158,27 +159,9 @@ class BifReader {
     }
     if (!typed) rd_.fail(err::BifExpected, "a 'type' line in the variable block");
     std::string name = uniqueName(text, [this](const std::string& n) { return net_->nameTaken(n); });
-    Bnode& node = createNode(*net_, name.c_str(), static_cast<int>(var.stateTexts.size()));
-    if (name != text) {
-      NetEdit edit(*net_, "set node text", EditKind::Text, UndoScope::texts(node));
-      node.title = text;
-      edit.commit();
-    }
-    // The state names: legal and distinct, each original text kept as its state's title.
-    std::vector<std::string> names;
-    std::string list;
-    for (const std::string& s : var.stateTexts) {
-      auto taken = [&names](const std::string& n) {
-        for (const std::string& m : names)
-          if (m == n) return true;
-        return false;
-      };
-      names.push_back(uniqueName(s, taken));
-      list += (list.empty() ? "" : ",") + names.back();
-    }
-    setStateNames(node, list.c_str());
-    for (size_t i = 0; i < names.size(); ++i)
-      if (names[i] != var.stateTexts[i]) setStateTitle(node, static_cast<int>(i), var.stateTexts[i].c_str());
+    Bnode& node = addFreshNode(*net_, name, static_cast<int>(var.stateTexts.size()));
+    if (name != text) node.title = text;
+    nameFreshStates(node, var.stateTexts);
     var.node = &node;
     var.order = vars_.size();
     vars_.emplace(text, std::make_unique<Variable>(std::move(var)));
@@ -225,6 +208,7 @@ class BifReader {
   void readNumbers(std::vector<double>& out) {
     out.clear();
     for (;;) {
+      rd_.readPlainNumbers(out, SIZE_MAX, ',');
       int c = rd_.skipSpace();
       if (c == ';' || (c == ',' && !out.empty())) {
         rd_.readPunct(static_cast<char>(c));

@@ -210,6 +210,7 @@ class HuginReader {
     int depth = 1;
     double count = 0;
     while (depth > 0) {
+      if (count < need) count += static_cast<double>(rd_.readPlainNumbers(var.table, static_cast<size_t>(need - count)));
       int c = rd_.skipSpace();
       if (c == '(' || c == ')') {
         rd_.readPunct(static_cast<char>(c));

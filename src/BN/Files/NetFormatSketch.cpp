@@ -6,10 +6,7 @@
 #include <unordered_set>
 
 #include "BN/Net/Bnet.h"
-#include "BN/Net/Links.h"
-#include "BN/Net/NodeOps.h"
-#include "BN/Net/NodeStates.h"
-#include "BN/Tables/NodeTableOps.h"
+#include "BN/Net/FreshNet.h"
 #include "Basic/IdName.h"
 
 namespace quorva {
@@ -20,25 +17,6 @@ double NetSketch::rows(const SketchVar& v) const {
   return r;
 }
 
-namespace {
-
-// Legal, distinct state names; each text that had to change is kept as its state's title.
-void nameStates(Bnode& node, const std::vector<std::string>& texts) {
-  std::vector<std::string> names;
-  std::unordered_set<std::string> taken;
-  std::string list;
-  for (const std::string& s : texts) {
-    names.push_back(uniqueName(s, [&taken](const std::string& n) { return taken.count(n) > 0; }));
-    taken.insert(names.back());
-    list += (list.empty() ? "" : ",") + names.back();
-  }
-  setStateNames(node, list.c_str());
-  for (size_t i = 0; i < names.size(); ++i)
-    if (names[i] != texts[i]) setStateTitle(node, static_cast<int>(i), texts[i].c_str());
-}
-
-}  // namespace
-
 Bnet* buildNet(const NetSketch& sketch, EnvCore* env) {
   std::string netName = legalName(sketch.name.empty() ? "Unnamed" : sketch.name);
   auto net = std::make_unique<Bnet>(env, netName);
@@ -47,14 +25,12 @@ Bnet* buildNet(const NetSketch& sketch, EnvCore* env) {
   std::vector<Bnode*> nodes;
   for (const SketchVar& v : sketch.vars) {
     std::string name = uniqueName(v.text, [&net](const std::string& n) { return net->nameTaken(n); });
-    Bnode& node = createNode(*net, name.c_str(), v.kind == UTILITY ? 0 : static_cast<int>(NetSketch::stateCount(v)));
-    if (v.kind != NATURE) setNodeKind(node, v.kind);
+    Bnode& node = addFreshNode(*net, name, v.kind == UTILITY ? 0 : static_cast<int>(NetSketch::stateCount(v)));
+    node.kind = v.kind;
     if (v.numberedStates > 0) {
-      std::vector<std::string> numbered;
-      for (size_t s = 0; s < v.numberedStates; ++s) numbered.push_back("s" + std::to_string(s));
-      nameStates(node, numbered);
+      for (size_t s = 0; s < v.numberedStates; ++s) node.stateNames.push_back("s" + std::to_string(s));
     } else if (!v.states.empty() && v.kind != UTILITY) {
-      nameStates(node, v.states);
+      nameFreshStates(node, v.states);
     }
     node.title = !v.label.empty() ? v.label : name != v.text ? v.text : "";
     if (v.hasPosition) {
@@ -63,18 +39,17 @@ Bnet* buildNet(const NetSketch& sketch, EnvCore* env) {
     }
     nodes.push_back(&node);
   }
+  std::vector<Family> families;
   for (size_t i = 0; i < sketch.vars.size(); ++i) {
     const SketchVar& v = sketch.vars[i];
     if (v.parents.empty()) continue;
-    std::vector<ParentSlot> slots;
-    for (size_t p : v.parents) slots.push_back({Link{nodes[p], "", {}}, -1, true});
-    setNodeParents(*nodes[i], std::move(slots), true);
+    std::vector<Link> links;
+    for (size_t p : v.parents) links.push_back(Link{nodes[p], "", {}});
+    families.emplace_back(nodes[i], std::move(links));
   }
-  for (size_t i = 0; i < sketch.vars.size(); ++i) {
-    const SketchVar& v = sketch.vars[i];
-    if (v.table.empty()) continue;
-    writeTable(*nodes[i], v.kind == UTILITY ? WhichTable::FuncReal : WhichTable::Cpt, nullptr, v.table.data());
-  }
+  linkFresh(std::move(families));
+  for (size_t i = 0; i < sketch.vars.size(); ++i)
+    if (!sketch.vars[i].table.empty()) fillFreshTable(*nodes[i], sketch.vars[i].kind == UTILITY, sketch.vars[i].table.data());
   return net.release();
 }
 

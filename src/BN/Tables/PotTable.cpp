@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "BN/Net/Bnode.h"
 #include "BN/Tables/PotErrors.h"
@@ -130,9 +131,25 @@ void PotTable::shareNodes(const PotTable& other) {
   size_ = other.size_;
 }
 
+namespace {
+// The words for what a table of `dims` dimensions is allocated for, made once for the usual counts.
+// `spare` holds the words for unusual counts.
+const std::string& tablePurpose(size_t dims, std::string& spare) {
+  static const std::vector<std::string> usual = [] {
+    std::vector<std::string> words;
+    for (int d = 0; d < 64; ++d) words.push_back(format("to make full %d dimensional table", d));
+    return words;
+  }();
+  if (dims < usual.size()) return usual[dims];
+  spare = format("to make full %d dimensional table", static_cast<int>(dims));
+  return spare;
+}
+}  // namespace
+
 void PotTable::allocate() {
   QASSERT(env_, size_ != 0);  // sizespace != 0
-  const std::string purpose = format("to make full %d dimensional table", static_cast<int>(numNodes()));
+  std::string spare;
+  const std::string& purpose = tablePurpose(numNodes(), spare);
   auto refuse = [&] { raiseMemoryError(env_, err::NotEnoughMemory, purpose, formatBytes(4.0 * sizeOfSpace(dims()))); };
   if (size_ == TOO_LARGE || size_ >= MAX_ALLOC_ENTRIES) refuse();
   if (capacity_ == size_) {

@@ -1,0 +1,121 @@
+// Shortcuts for building a net that nobody else sees yet.
+#include "BN/Net/FreshNet.h"
+
+#include <algorithm>
+#include <cmath>
+#include <unordered_set>
+
+#include "BN/Net/Bnet.h"
+#include "BN/Net/Links.h"
+#include "BN/Net/NodeStates.h"
+#include "BN/Tables/NodeTables.h"
+#include "BN/Tables/PotTable.h"
+#include "BN/Tables/TableErrors.h"
+#include "Basic/IdName.h"
+#include "Basic/Raise.h"
+
+namespace quorva {
+
+Bnode& addFreshNode(Bnet& net, std::string name, int numStates) { return net.addNode(std::move(name), numStates); }
+
+void nameFreshStates(Bnode& node, const std::vector<std::string>& texts) {
+  std::vector<std::string> names;
+  names.reserve(texts.size());
+  std::unordered_set<std::string> seen;  // used only for long lists
+  const bool many = texts.size() > 16;
+  auto taken = [&](const std::string& n) {
+    return many ? seen.count(n) > 0 : std::find(names.begin(), names.end(), n) != names.end();
+  };
+  for (const std::string& s : texts) {
+    names.push_back(uniqueName(s, taken));
+    if (many) seen.insert(names.back());
+  }
+  node.stateNames = std::move(names);
+  for (size_t i = 0; i < texts.size(); ++i)
+    if (node.stateNames[i] != texts[i]) setStateTitle(node, static_cast<int>(i), texts[i].c_str());
+}
+
+namespace {
+
+// Whether the links form a cycle without delays or repeat a parent of one child.
+bool needsWarnings(const std::vector<Family>& families, Bnet& net) {
+  for (const Family& f : families)
+    for (size_t i = 0; i < f.second.size(); ++i)
+      for (size_t j = 0; j < i; ++j)
+        if (f.second[i].parent == f.second[j].parent) return true;
+  // Kahn's order over the undelayed links: every node leaves it unless it lies on a cycle.  The
+  // nodes' marks hold their indices meanwhile.
+  std::vector<uint64_t> marks;
+  marks.reserve(net.nodes.size());
+  for (size_t i = 0; i < net.nodes.size(); ++i) {
+    marks.push_back(net.nodes[i]->mark);
+    net.nodes[i]->mark = i;
+  }
+  std::vector<int> waiting(net.nodes.size(), 0);
+  std::vector<const Bnode*> ready;
+  for (const Bnode* n : net.nodes) {
+    for (const Link& l : n->parents) waiting[n->mark] += !l.hasDelay();
+    if (waiting[n->mark] == 0) ready.push_back(n);
+  }
+  size_t done = 0;
+  while (!ready.empty()) {
+    const Bnode* x = ready.back();
+    ready.pop_back();
+    ++done;
+    for (const Bnode* c : x->children)  // one entry per link
+      for (const Link& l : c->parents)
+        if (l.parent == x && !l.hasDelay() && --waiting[c->mark] == 0) ready.push_back(c);
+  }
+  for (size_t i = 0; i < net.nodes.size(); ++i) net.nodes[i]->mark = marks[i];
+  return done != net.nodes.size();
+}
+
+}  // namespace
+
+void linkFresh(std::vector<Family> families) {
+  if (families.empty()) return;
+  Bnet& net = *families.front().first->net;
+  for (Family& f : families) {
+    for (const Link& l : f.second) l.parent->children.push_back(f.first);
+    f.first->parents = f.second;
+  }
+  if (!needsWarnings(families, net)) {
+    net.uncompile();
+    return;
+  }
+  // Rare: undo the links and set them child by child, which warns as it goes.
+  for (Family& f : families) {
+    for (const Link& l : f.second) {
+      std::vector<Bnode*>& kids = l.parent->children;
+      kids.erase(std::find(kids.begin(), kids.end(), f.first));
+    }
+    f.first->parents.clear();
+  }
+  for (Family& f : families) {
+    std::vector<ParentSlot> slots;
+    for (Link& l : f.second) slots.push_back({std::move(l), -1, true});
+    setNodeParents(*f.first, std::move(slots), true);
+  }
+}
+
+void fillFreshTable(Bnode& node, bool utility, const double* values) {
+  std::vector<Bnode*> nodes = tableNodes(node, !utility);
+  for (const Link& l : node.parents)
+    if (!l.parent->hasStates()) engError(node.net->env, err::SetContinuousParent, node.name);
+  std::vector<int> dims;
+  for (const Bnode* n : nodes) dims.push_back(n->numStates);
+  checkCptSize(node, dims, "create");
+  PotTable t(node.net->env, std::move(nodes));
+  t.allocate();
+  float* out = t.data();
+  for (size_t i = 0; i < t.size(); ++i) out[i] = std::isnan(values[i]) ? undefFloat() : static_cast<float>(values[i]);
+  if (utility) {
+    node.tables.func = std::move(t);
+    node.tables.funcReal = true;
+  } else {
+    node.tables.cpt = std::move(t);
+  }
+  node.net->tablesChanged();
+}
+
+}  // namespace quorva
