@@ -98,6 +98,20 @@ TEST_F(RandomApiTest, DrawingChecksItsArguments) {
   EXPECT_EQ(draw(gen, 10), draw(twin, 10));  // the refused calls and num 0 drew nothing
 }
 
+TEST_F(RandomApiTest, DeletedGeneratorIsRefused) {
+  double x;
+  randgen_vq* gen = NewRandomGenerator_vq("11", env, nullptr);
+  DeleteRandomGen_vq(gen);
+  EXPECT_EQ(errorCount(NOTICE_ERR), 0);
+  EXPECT_EQ(GenerateRandomNumbers_vq(gen, &x, 1, nullptr), -1.0);
+  expectError(err::DeletedObject.number, "deleted or damaged >-RandomGenerator passed");
+  DeleteRandomGen_vq(gen);
+  EXPECT_EQ(ErrorNumber_vq(lastError()), err::DeletedObject.number);
+  ClearErrors_vq(env, INTERNAL_ERR);
+  SetNetRandomGen_bn(NewNet_bn("N", env), gen, 0);
+  EXPECT_EQ(ErrorNumber_vq(lastError()), err::DeletedObject.number);
+}
+
 TEST_F(RandomApiTest, ANetDrawsFromItsOwnGeneratorUntilItIsDeletedOrTakenAway) {
   net_bn* net = NewNet_bn("Sampler", env);
   Bnet& n = *asNet(net);
