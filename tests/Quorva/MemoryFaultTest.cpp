@@ -228,7 +228,8 @@ class MemoryFaultTest : public EnvTest {
   }
 };
 
-// From no memory at all, the limit doubles each step (from 16 KB) until a run needs no refusal.
+// From no memory at all, the limit grows fourfold each step (from 16 KB) until a run needs no
+// refusal: doubling it refuses the same stages of each net, in twice the steps.
 TEST_F(MemoryFaultTest, limit_sweep_ends_every_stage_in_success_or_the_memory_record) {
 #if defined(__SANITIZE_THREAD__)
   GTEST_SKIP() << "one thread only: swept in the plain and address-sanitizer builds";
@@ -243,7 +244,7 @@ TEST_F(MemoryFaultTest, limit_sweep_ends_every_stage_in_success_or_the_memory_re
     const double usedBefore = limiter().used();
     int steps = 0;
     std::set<std::string> refusedStages;
-    for (double limit = 0;; limit = limit == 0 ? 16384 : limit * 2) {
+    for (double limit = 0;; limit = limit == 0 ? 16384 : limit * 4) {
       SCOPED_TRACE("limit " + std::to_string(limit));
       ++steps;
       Run run = base;

@@ -57,19 +57,6 @@ TEST_F(StreamApiTest, MakingStreamsChecksAccessAndFileName) {
   EXPECT_EQ(lastMessage(), "in argument 'filename', the file name is empty");
 }
 
-TEST_F(StreamApiTest, DeletedAndNullStreamsAreRefused) {
-  stream_vq* s = NewMemoryStream_vq("m", env, nullptr);
-  DeleteStream_vq(s);
-  EXPECT_EQ(errorCount(ERROR_ERR), 0);
-  GetStreamContents_vq(s, nullptr);
-  EXPECT_EQ(lastMessage(), "deleted or damaged >-FileSpec passed");
-  DeleteStream_vq(s);
-  EXPECT_EQ(lastMessage(), "deleted or damaged >-FileSpec passed");
-  DeleteStream_vq(nullptr);
-  EXPECT_EQ(lastMessage(), "NULL passed for >-FileSpec");
-  EXPECT_EQ(errorCount(ERROR_ERR), 3);
-}
-
 TEST_F(StreamApiTest, ClosingTheEnvironmentFreesItsStreams) {
   stream_vq* s = NewMemoryStream_vq("m", env, nullptr);
   SetStreamContents_vq(s, "abc", 3, true);

@@ -17,15 +17,8 @@ using json = nlohmann::json;
 const std::string DATA = std::string(QUORVA_SOURCE_DIR) + "/tests/data/";
 const std::string EXAMPLES = std::string(QUORVA_SOURCE_DIR) + "/examples/";
 
-class FormatsCommandTest : public ::testing::Test {
+class FormatsCommandTest : public ToolDirTest {
  protected:
-  void SetUp() override {
-    char pattern[] = "/tmp/quorva_formats_XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    dir = pattern;
-  }
-  void TearDown() override { std::system(("rm -rf '" + dir + "'").c_str()); }
-  ToolRun quorva(const std::vector<std::string>& args) { return runQuorva(args, dir); }
   json beliefs(std::vector<std::string> args) {
     args.insert(args.begin(), "beliefs");
     args.push_back("--json");
@@ -33,7 +26,6 @@ class FormatsCommandTest : public ::testing::Test {
     EXPECT_EQ(r.status, 0) << r.err;
     return r.status == 0 ? json::parse(r.out) : json();
   }
-  std::string dir;
 };
 
 // Beliefs of node i of two runs agree within 1e-5.

@@ -22,15 +22,8 @@ const std::string ASIA = std::string(QUORVA_SOURCE_DIR) + "/examples/asia.dne";
 const std::string ASIA_CASES = std::string(QUORVA_SOURCE_DIR) + "/examples/asia_cases.txt";
 const std::string ALARM = std::string(QUORVA_SOURCE_DIR) + "/tests/data/alarm.bif";
 
-class SampleCommandTest : public ::testing::Test {
+class SampleCommandTest : public ToolDirTest {
  protected:
-  void SetUp() override {
-    char pattern[] = "/tmp/quorva_sample_XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    dir = pattern;
-  }
-  void TearDown() override { std::system(("rm -rf '" + dir + "'").c_str()); }
-  ToolRun quorva(const std::vector<std::string>& args) { return runQuorva(args, dir); }
 
   // Writes a net built by `build` to `file` in the test's directory, as DNET.
   template <typename Build>
@@ -47,8 +40,6 @@ class SampleCommandTest : public ::testing::Test {
     CloseQuorva_bn(env, nullptr);
     return path;
   }
-
-  std::string dir;
 };
 
 void setRandomCpt(node_bn* node, int rows, std::mt19937& rng) {

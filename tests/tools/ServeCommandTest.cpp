@@ -185,10 +185,10 @@ TEST(ServeCommand, ServesExactlyItsOwnFilesAndNothingElse) {
   EXPECT_EQ(client->Get("/api/beliefs")->status, 200);  // still serving
 }
 
-TEST(ServeCommand, FiftyClientsOfAHundredRequestsEachAllAnswered) {
+TEST(ServeCommand, FiftyClientsOfFortyRequestsEachAllAnswered) {
   ServeProcess server(ASIA);
   ASSERT_GT(server.port(), 0) << server.output();
-  constexpr int CLIENTS = 50, REQUESTS = 100;
+  constexpr int CLIENTS = 50, REQUESTS = 40;  // every kind of request ten times from each client
   std::atomic<int> failures{0}, answered{0};
   std::mutex firstLock;
   std::string first;  // what the first failed request got

@@ -3,6 +3,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <gtest/gtest.h>
+
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -46,3 +48,21 @@ inline ToolRun runQuorva(const std::vector<std::string>& args) {
   std::system(("rm -rf '" + std::string(dir) + "'").c_str());
   return r;
 }
+
+// A test that runs the tool in a temporary directory of its own, removed afterwards.
+class ToolDirTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    char pattern[] = "/tmp/quorva_tool_XXXXXX";
+    ASSERT_NE(mkdtemp(pattern), nullptr);
+    dir = pattern;
+  }
+  void TearDown() override { std::system(("rm -rf '" + dir + "'").c_str()); }
+  ToolRun quorva(const std::vector<std::string>& args) { return runQuorva(args, dir); }
+  // Writes `text` to `name` in the directory and returns its path.
+  std::string write(const std::string& name, const std::string& text) {
+    std::ofstream(dir + "/" + name) << text;
+    return dir + "/" + name;
+  }
+  std::string dir;
+};

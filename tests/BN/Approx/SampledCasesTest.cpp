@@ -78,7 +78,7 @@ TEST_F(SampledCasesTest, FileIsTheSameForEveryThreadCountAndDiffersBySeed) {
   net_bn* net = readDataNet(env, "alarm.bif");
   ASSERT_NE(net, nullptr);
   // Not a whole number of blocks, so that the last block is a short one.
-  const long long cases = 3 * 4096 + 77;
+  const long long cases = 2 * 4096 + 77;
   const std::string one = sampledText(net, env, cases, 11, 1);
   for (int threads : {2, 3, 8}) EXPECT_EQ(sampledText(net, env, cases, 11, threads), one) << threads << " threads";
   EXPECT_NE(sampledText(net, env, cases, 12, 2), one);
@@ -94,7 +94,10 @@ TEST_F(SampledCasesTest, FileIsTheSameForEveryThreadCountAndDiffersBySeed) {
 // Weighted state frequencies against the exact beliefs of the compiled net.  The tolerance is 4
 // standard errors of the weighted frequency (delta method for a ratio, as the engine's own
 // estimate but computed here from the file), with the binomial floor p(1-p) >= 1/N so that a
-// state of tiny probability that shows up once is not a failure.  Fixed seeds: never flaky.
+// state of tiny probability that shows up once is not a failure.  The bound narrows with the
+// number of cases, so a few ten thousand of them show a fault in the draws as surely as more
+// (a row of a table used for another moves a belief by far more than 4 standard errors, about
+// 0.015 at 20000 cases).  Fixed seeds: never flaky.
 void expectFrequenciesMatch(const Parsed& p, const std::vector<node_bn*>& nodes) {
   double W = 0, W2 = 0;
   for (double w : p.weights) W += w, W2 += w * w;
@@ -129,7 +132,7 @@ std::vector<node_bn*> columnNodes(net_bn* net, const Parsed& p) {
 TEST_F(SampledCasesTest, FrequenciesConvergeToExactBeliefs) {
   net_bn* net = readDataNet(env, "alarm.bif");
   ASSERT_NE(net, nullptr);
-  const Parsed p = parse(sampledText(net, env, 100000, 3, 2), net);
+  const Parsed p = parse(sampledText(net, env, 20000, 3, 2), net);
   EXPECT_NE(p.columns[0], "NumCases");  // no findings: no weights
   CompileNet_bn(net);
   expectFrequenciesMatch(p, columnNodes(net, p));
@@ -143,7 +146,7 @@ TEST_F(SampledCasesTest, FindingsAreHonouredThroughTheWeights) {
   EnterFinding_bn(bp, 0);    // a leaf
   EnterFinding_bn(hypo, 0);  // a root
   ASSERT_EQ(lastError(), nullptr) << lastMessage();
-  const std::string text = sampledText(net, env, 100000, 5, 2);
+  const std::string text = sampledText(net, env, 30000, 5, 2);
   const Parsed p = parse(text, net);
   ASSERT_EQ(p.columns[0], "NumCases");
   const std::vector<node_bn*> nodes = columnNodes(net, p);
