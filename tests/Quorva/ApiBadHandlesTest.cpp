@@ -356,7 +356,11 @@ TEST_F(ApiBadHandlesTest, every_function_refuses_null_and_deleted_handles_at_eve
         ClearErrors_vq(env, INTERNAL_ERR);
         EXPECT_TRUE(c.call(*bad)) << c.name << " did not return its failure value";
         if (!UNRECORDED.count(c.name)) {
-          EXPECT_NE(lastError(), nullptr) << c.name << " left no error record";
+          // The refusal is the handle's (null, wrong type or deleted), not some later argument's.
+          report_vq* e = lastError();
+          ASSERT_NE(e, nullptr) << c.name << " left no error record";
+          EXPECT_TRUE(std::set<int>({5105, 5144, 5184}).count(ErrorNumber_vq(e)))
+              << c.name << " refused with " << ErrorNumber_vq(e) << ": " << ErrorMessage_vq(e);
         }
       }
     }
