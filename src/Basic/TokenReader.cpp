@@ -475,27 +475,23 @@ size_t TokenReader::readPlainNumbers(std::vector<double>& out, size_t max, char 
       ++column_;
       skipBlanks();
     }
-    // The number, when all of it and the byte after it are at hand.
+    // The number, when all of it and the byte after it are at hand.  Its value is exact when its
+    // digits make an integer of at most 2^53 and at most 22 of them follow the point: one
+    // correctly rounded division then gives what a full conversion gives.
     const char* p = data_ + pos_;
-    const size_t avail = end_ - pos_;
+    const size_t avail = std::min<size_t>(end_ - pos_, 40);
     size_t i = 0;
     uint64_t digits = 0;
-    int significant = 0, after = 0;
-    bool point = false;
-    for (; i < avail; ++i) {
-      char c = p[i];
-      if (c >= '0' && c <= '9') {
-        digits = digits * 10 + static_cast<uint64_t>(c - '0');
-        significant += digits != 0;
-        after += point;
-      } else if (c == '.' && !point && i > 0) {
-        point = true;
-      } else {
-        break;
-      }
+    for (; i < avail && static_cast<unsigned char>(p[i] - '0') < 10; ++i) digits = digits * 10 + static_cast<uint64_t>(p[i] - '0');
+    size_t after = 0;
+    if (i > 0 && i < avail && p[i] == '.') {
+      const size_t point = ++i;
+      for (; i < avail && static_cast<unsigned char>(p[i] - '0') < 10; ++i) digits = digits * 10 + static_cast<uint64_t>(p[i] - '0');
+      after = i - point;
+      if (after == 0) break;
     }
-    if (i == 0 || significant > 15 || after > 22 || p[i - 1] == '.') break;
-    if (i == avail ? !eof_ : isWordChar(static_cast<unsigned char>(p[i])) || p[i] == '.') break;
+    if (i == 0 || i >= 20 || after > 22 || digits > (uint64_t{1} << 53)) break;
+    if (i == end_ - pos_ ? !eof_ : i == avail || isWordChar(static_cast<unsigned char>(p[i])) || p[i] == '.') break;
     tokenStart_ = here();
     out.push_back(static_cast<double>(digits) / TENS[after]);
     pos_ += i;
@@ -504,6 +500,22 @@ size_t TokenReader::readPlainNumbers(std::vector<double>& out, size_t max, char 
     ++got;
   }
   return got;
+}
+
+bool TokenReader::readPlainCount(uint64_t low, uint64_t high, uint64_t& out) {
+  int c = skipSpace();
+  if (c < '0' || c > '9') return false;
+  const char* p = data_ + pos_;
+  const size_t avail = end_ - pos_;
+  uint64_t v = 0;
+  size_t i = 0;
+  for (; i < avail && i < 18 && p[i] >= '0' && p[i] <= '9'; ++i) v = v * 10 + static_cast<uint64_t>(p[i] - '0');
+  if (i == avail ? !eof_ : isWordChar(static_cast<unsigned char>(p[i])) || p[i] == '.') return false;
+  if (v < low || v > high) return false;
+  startToken();
+  takeInLine(i);
+  out = v;
+  return true;
 }
 
 int TokenReader::readPunct() {

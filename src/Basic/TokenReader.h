@@ -200,6 +200,9 @@ class TokenReader {
   // next (left for the other methods).  Returns how many were read: a fast way through long
   // tables, giving the values readNumber gives.
   size_t readPlainNumbers(std::vector<double>& out, size_t max, char sep = 0);
+  // A whole number written as plain digits (after white space) from `low` to `high`, taken and
+  // put in `out`; false, nothing taken but white space, for anything else (read it the usual way).
+  bool readPlainCount(uint64_t low, uint64_t high, uint64_t& out);
   // The next character if it is punctuation (ASCII, printable, not a letter, digit or '_';
   // '"' counts), taken; else 0 and nothing taken.
   int readPunct();

@@ -397,4 +397,39 @@ TEST_F(TokenReaderTest, PlainDecimalsEqualTheFullConversion) {
       r.readPunct(',');
     }
   }
+  // The fast run through plain numbers gives the same values and leaves the reader where reading
+  // one number at a time does; what is not plain (signs, no digits after the point, too many
+  // digits) is left for readNumber.
+  for (size_t block : {TokenReader::DEFAULT_BLOCK, size_t{33}}) {
+    TokenReader& r = reader(text, {}, block);
+    std::vector<double> got;
+    size_t fast = 0;
+    while (got.size() < texts.size()) {
+      fast += r.readPlainNumbers(got, texts.size() - got.size(), ',');
+      if (got.size() == texts.size()) break;
+      Number n;
+      ASSERT_TRUE(r.readNumber(n)) << texts[got.size()];
+      got.push_back(n.value);
+      r.readPunct(',');
+    }
+    for (size_t i = 0; i < texts.size(); ++i) EXPECT_EQ(got[i], std::strtod(texts[i].c_str(), nullptr)) << texts[i];
+    EXPECT_GT(fast, 10u);  // the unsigned ones of few digits
+    EXPECT_LT(fast, texts.size());
+    TokenReader& slow = reader(text, {}, block);
+    Number n;
+    for (size_t i = 0; i < texts.size(); ++i, slow.readPunct(',')) slow.readNumber(n);
+    EXPECT_EQ(r.offset(), slow.offset());
+    EXPECT_EQ(r.here().line, slow.here().line);
+    EXPECT_EQ(r.here().column, slow.here().column);
+  }
+  // Counts: plain digits in range only, nothing taken otherwise.
+  TokenReader& c = reader(" 12 7 9x 4.0 99 ");
+  uint64_t v = 0;
+  EXPECT_TRUE(c.readPlainCount(0, 20, v));
+  EXPECT_EQ(v, 12u);
+  EXPECT_FALSE(c.readPlainCount(8, 20, v));  // 7 is out of range
+  Number n;
+  ASSERT_TRUE(c.readNumber(n));
+  EXPECT_EQ(n.value, 7);
+  EXPECT_FALSE(c.readPlainCount(0, 20, v));  // 9x is a word
 }

@@ -51,8 +51,9 @@ TEST(SensitivityCommandTest, RowsComeMostTellingFirstUnderTheFindingsGiven) {
     EXPECT_NEAR(got["nodes"][0]["mutual_info"].get<double>(), got["entropy"].get<double>(), 1e-9);
     EXPECT_NEAR(got["nodes"][0]["percent"].get<double>(), 100, 1e-9);
     for (const json& row : got["nodes"])
-      if (std::find(q.found.begin(), q.found.end(), row["name"]) != q.found.end())
+      if (std::find(q.found.begin(), q.found.end(), row["name"]) != q.found.end()) {
         EXPECT_NEAR(row["mutual_info"].get<double>(), 0, 1e-9) << row["name"];
+      }
   }
 }
 

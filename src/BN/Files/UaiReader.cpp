@@ -57,6 +57,8 @@ class UaiReader {
  private:
   // A whole number from `low` to `high`.
   size_t count(const char* what, long low, long high) {
+    uint64_t plain = 0;
+    if (rd_.readPlainCount(static_cast<uint64_t>(low), static_cast<uint64_t>(high), plain)) return plain;
     rd_.skipSpace();
     TextPosition at = rd_.here();
     if (!rd_.readNumber(number_) || !number_.integral || number_.value < static_cast<double>(low) ||

@@ -15,7 +15,7 @@ using namespace quorva;
 
 namespace {
 
-class BifTest : public EnvTest {
+class BifTest : public NetTest {
  protected:
   // Reads the stream as a BIF net, adopted by the environment; null when the read fails.
   net_bn* read(stream_vq* s) {
@@ -276,6 +276,25 @@ struct Fault {
   const char* message;  // the start of the message
   int line, column;
 };
+
+// A cycle in the file gives the net with one warning, for the link that closes it in the order
+// of the variables.
+TEST_F(BifTest, ACycleIsReadWithAWarningForTheLinkThatClosesIt) {
+  clearErrors();
+  net_bn* net = readText(
+      "network n {}\n"
+      "variable A { type discrete [2] { a0, a1 }; }\nvariable B { type discrete [2] { b0, b1 }; }\n"
+      "variable C { type discrete [2] { c0, c1 }; }\n"
+      "probability ( A | B ) { (b0) 0.5, 0.5; (b1) 0.5, 0.5; }\n"
+      "probability ( B | A ) { (a0) 0.5, 0.5; (a1) 0.5, 0.5; }\n"
+      "probability ( C | A ) { (a0) 0.5, 0.5; (a1) 0.5, 0.5; }\n");
+  ASSERT_NE(net, nullptr);
+  std::vector<std::string> w = warnings();
+  ASSERT_EQ(w.size(), 1u);
+  EXPECT_NE(w[0].find("'A' to >-node 'B' results in a cycle"), std::string::npos) << w[0];
+  EXPECT_EQ(GetNodeNumberStates_bn(GetNodeNamed_bn("C", net)), 2);
+  DeleteNet_bn(net);
+}
 
 TEST_F(BifTest, FaultsAreLocatedAndLeaveNoNet) {
   const std::string head = "network n {}\nvariable A { type discrete[2] { a1, a2 }; }\n";
