@@ -172,6 +172,7 @@ Node addNode(const Net& net, const std::string& name, const pb::object& states) 
     } catch (...) {
       DeleteNode_bn(node);
       ClearErrors_vq(processEnv(), INTERNAL_ERR);
+      net.state()->resync();  // a listener may hold a handle of it
       throw;
     }
   }
@@ -180,6 +181,7 @@ Node addNode(const Net& net, const std::string& name, const pb::object& states) 
 
 void deleteNet(Net& net) {
   if (!net.alive()) return;
+  refuseInsideListener(*net.state(), "delete its net");
   DeleteNet_bn(net.get());
   net.state()->kill();
   check(processEnv());
