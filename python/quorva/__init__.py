@@ -30,12 +30,13 @@ from collections.abc import Mapping
 import numpy as np
 
 from ._errors import DeletedError, Error, InternalError, QuorvaWarning
-from ._core import Listener, Net, Node, Random, Sensitivity, read, set_argument_checking, set_memory_limit
+from ._core import (Listener, Net, Node, Random, Sensitivity, guess_format, read, set_argument_checking,
+                    set_memory_limit)
 from . import _core
 
 __all__ = ["Net", "Node", "Sensitivity", "Listener", "Random", "read", "Error", "InternalError",
            "DeletedError", "QuorvaWarning", "version", "set_memory_limit", "set_argument_checking",
-           "case_file_settings", "CaseFileSettings"]
+           "case_file_settings", "CaseFileSettings", "guess_format"]
 
 
 def version():

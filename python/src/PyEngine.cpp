@@ -262,4 +262,5 @@ PYBIND11_MODULE(_core, m) {
   bindListeners(m);
   bindRandom(m);
   bindCaseFiles(m);
+  bindFormats(m);
 }

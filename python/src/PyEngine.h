@@ -155,6 +155,12 @@ void bindEdits(pb::module_& m);
 void bindListeners(pb::module_& m);
 void bindRandom(pb::module_& m);
 void bindCaseFiles(pb::module_& m);
+void bindFormats(pb::module_& m);
+
+// Net files in a named format ("dnet", "bif", "xmlbif", "hugin", "uai", "dot", "dot_beliefs").
+int netFormatCode(const std::string& name);  // ValueError for another name
+Net readNetFormat(const std::string& path, const std::string& format);
+void writeNetFormat(const Net& net, const std::string& path, const std::string& format);
 
 }  // namespace quorva::py
 
