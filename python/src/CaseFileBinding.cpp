@@ -1,5 +1,5 @@
-// The case-file settings of the process's environment: delimiter, missing-data character and
-// the form states are written in.
+// Case files: the settings of the process's environment (delimiter, missing-data character and
+// the form states are written in), and a net's findings written to and read from them case by case.
 #include "PyEngine.h"
 
 namespace quorva::py {
@@ -45,6 +45,54 @@ pb::tuple asPython(const CaseFileForm& f) {
   return pb::make_tuple(std::string(1, static_cast<char>(f.delimiter)), missing, form);
 }
 
+// The cases of a file entered one after another as findings of some nodes of a net.
+class CaseReader {
+ public:
+  CaseReader(const Net& net, const std::string& path, const pb::object& nodes, bool add)
+      : net_(net), nodes_(net.nodesOf(nodes)), add_(add) {
+    stream_ = NewFileStream_vq(path.c_str(), processEnv(), nullptr);
+    check(processEnv());
+  }
+  ~CaseReader() {
+    if (stream_) DeleteStream_vq(stream_);
+  }
+  CaseReader(const CaseReader&) = delete;
+  CaseReader& operator=(const CaseReader&) = delete;
+
+  // Enters the next case; (IDnum or None, NumCases).  StopIteration after the last.
+  pb::tuple next() {
+    if (done_) throw pb::stop_iteration();
+    NodeList list(net_.get(), nodes_);
+    long id = -1;
+    double freq = 1;
+    caseposn_bn position = started_ ? NEXT_CASE : FIRST_CASE;
+    started_ = true;  // after a refused case, the next read goes on after it
+    ReadNetFindings2_bn(&position, stream_, add_, list.get(), &id, &freq);
+    done_ = position == NO_MORE_CASES;
+    check(processEnv());
+    if (done_) throw pb::stop_iteration();
+    pb::object idOut = id < 0 ? pb::object(pb::none()) : pb::object(pb::int_(id));
+    return pb::make_tuple(idOut, freq);
+  }
+
+ private:
+  Net net_;
+  std::vector<Node> nodes_;
+  bool add_;
+  stream_vq* stream_ = nullptr;
+  bool started_ = false, done_ = false;
+};
+
+void writeCase(const Net& net, const std::string& path, const pb::object& nodes, const pb::object& id, double freq) {
+  NodeList list(net.get(), net.nodesOf(nodes));
+  stream_vq* stream = NewFileStream_vq(path.c_str(), processEnv(), nullptr);
+  if (stream) {
+    WriteNetFindings_bn(list.get(), stream, id.is_none() ? -1 : id.cast<long>(), freq);
+    DeleteStream_vq(stream);
+  }
+  check(processEnv());
+}
+
 }  // namespace
 
 bool applyCaseFileForm(environ_vq* env, const CaseFileForm& form) {
@@ -70,6 +118,23 @@ void bindCaseFiles(pb::module_& m) {
         return pb::make_tuple(asPython(before), asPython(caseFileForm(env)));
       },
       pb::arg("delimiter"), pb::arg("missing"), pb::arg("value_form"));
+  pb::class_<CaseReader>(m, "CaseReader", "The cases of a case file, each entered as findings in turn.")
+      .def("__iter__", [](pb::object self) { return self; })
+      .def("__next__", &CaseReader::next);
+  addMethod(
+      m, "Net", "read_cases",
+      [](const Net& net, const std::string& path, const pb::object& nodes, bool add) {
+        return std::make_unique<CaseReader>(net, path, nodes, add);
+      },
+      pb::arg("path"), pb::arg("nodes") = pb::none(), pb::arg("add") = false,
+      "Iterates over the cases of a case file: each step enters the next case as the findings of\n"
+      "`nodes` (None: every node) and gives (IDnum or None, NumCases).  A node whose value is missing\n"
+      "loses its finding, or keeps it with `add`.  A case naming no state is skipped with a\n"
+      "QuorvaWarning; a faulty one raises quorva.Error, and iterating again goes on after it.");
+  addMethod(m, "Net", "write_case", &writeCase, pb::arg("path"), pb::arg("nodes") = pb::none(),
+            pb::arg("id") = pb::none(), pb::arg("freq") = 1.0,
+            "Appends the findings of `nodes` (None: every node) to a case file as one case, with an\n"
+            "IDnum `id` and a NumCases `freq` when given; a new file gets the header line first.");
 }
 
 }  // namespace quorva::py

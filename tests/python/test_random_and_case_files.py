@@ -1,5 +1,6 @@
 import copy
 import gc
+import itertools
 import pickle
 
 import numpy as np
@@ -136,3 +137,24 @@ def test_case_file_settings_are_all_or_nothing_and_restored():
         assert (now.delimiter, now.missing, now.value_form) == (",", "", "title")
         quorva.case_file_settings(delimiter=" ", missing="?")  # the comma leaves last
     assert quorva.case_file_settings() == before
+
+
+def test_findings_written_case_by_case_read_back_in_order(asia, tmp_path):
+    path = str(tmp_path / "cases.csv")
+    written = [{"smoking": "f1"}, {"smoking": "f2", "bronchitis": "g1"}, {}]
+    with quorva.case_file_settings(delimiter=",", missing="?"):
+        for i, findings in enumerate(written):
+            asia.findings = findings
+            asia.write_case(path, ["smoking", "bronchitis"], id=i, freq=2.0)
+        with open(path, "a") as out:
+            out.write("3,1,f9,g1\n4,1,f1,[1;2;3]\n5,1,f2,?\n")  # no such state; a faulty value; fine
+        asia.findings = {"dyspnoea": "h1"}
+        first = itertools.islice(asia.read_cases(path, ["smoking", "bronchitis"]), 3)
+        read = [(case, asia.findings) for case in first]  # dyspnoea is not read, so it stays
+        assert read == [((i, 2.0), dict(f, dyspnoea="h1")) for i, f in enumerate(written)]
+        cases = asia.read_cases(path)
+        with pytest.warns(quorva.QuorvaWarning, match="f9"), pytest.raises(quorva.Error, match="1;2;3"):
+            [case for case in cases]
+        assert next(cases) == (5, 1.0) and asia.findings == {"smoking": "f2"}
+        with pytest.raises(StopIteration):
+            next(cases)
