@@ -16,7 +16,12 @@ Handles raise quorva.DeletedError once their net (or node) is deleted.  The pack
 engine environment per process, made at the first use.
 
 Many cases at once: Net.beliefs_batch (threads in this process) and quorva.dask.beliefs (the
-partitions of a Dask DataFrame, on a cluster).
+partitions of a Dask DataFrame, on a cluster).  case_file_settings sets how case files are
+written and read.
+
+Listeners (Net.on, Node.on) call Python when nodes are made, copied or removed, or findings
+change.  Draws come from quorva.Random generators: net.random = quorva.Random(7), or random=
+on the calls that draw.
 """
 import os
 import tempfile
@@ -25,16 +30,56 @@ from collections.abc import Mapping
 import numpy as np
 
 from ._errors import DeletedError, Error, InternalError, QuorvaWarning
-from ._core import Net, Node, Sensitivity, read, set_argument_checking, set_memory_limit
+from ._core import (Listener, Net, Node, Random, Sensitivity, guess_format, read, set_argument_checking,
+                    set_memory_limit)
 from . import _core
 
-__all__ = ["Net", "Node", "Sensitivity", "read", "Error", "InternalError", "DeletedError",
-           "QuorvaWarning", "version", "set_memory_limit", "set_argument_checking"]
+__all__ = ["Net", "Node", "Sensitivity", "Listener", "Random", "read", "Error", "InternalError",
+           "DeletedError", "QuorvaWarning", "version", "set_memory_limit", "set_argument_checking",
+           "case_file_settings", "CaseFileSettings", "guess_format"]
 
 
 def version():
     """The engine's version string."""
     return _core._version()
+
+
+class CaseFileSettings:
+    """How case files are written (and, for the missing-data character, read): `delimiter`
+    (",", " " or "\\t"), `missing` (the missing-data character: "*", "?", "-", " ", or "" for
+    none) and `value_form` ("name", "title", "level" or "number": how a state is written).
+    As a context manager it puts back the settings before it on exit."""
+
+    def __init__(self, now, before):
+        self.delimiter, self.missing, self.value_form = now
+        self._before = before
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *exc):
+        _core._case_file_settings(*self._before)
+
+    def __eq__(self, other):
+        return isinstance(other, CaseFileSettings) and self._now() == other._now()
+
+    def _now(self):
+        return (self.delimiter, self.missing, self.value_form)
+
+    def __repr__(self):
+        return (f"CaseFileSettings(delimiter={self.delimiter!r}, missing={self.missing!r}, "
+                f"value_form={self.value_form!r})")
+
+
+def case_file_settings(delimiter=None, missing=None, value_form=None):
+    """Sets how the process writes case files (None leaves a setting as it is) and returns the
+    settings now in force, as a CaseFileSettings; used in a `with` block, the settings before
+    come back at its end.  The missing-data character "" (none) or " " needs the delimiter ",".
+    Files written by Net.sample(path=...), and case files read by learn, revise, test and
+    beliefs_batch, follow them.  All or nothing: a refused setting raises quorva.Error and
+    changes none."""
+    before, now = _core._case_file_settings(delimiter, missing, value_form)
+    return CaseFileSettings(now, before)
 
 
 class NodeMap(Mapping):
@@ -160,12 +205,13 @@ def _as_case_file(net, cases):
     if isinstance(cases, (str, os.PathLike)):
         return os.fspath(cases), False
     names, matrix = _cases_matrix(net, cases)
+    settings = case_file_settings()  # the reader takes the missing-data character from them
+    delimiter, missing = settings.delimiter, settings.missing
     fd, path = tempfile.mkstemp(suffix=".cas", text=True)
     with os.fdopen(fd, "w") as out:
-        out.write("\t".join(names) + "\n")
-        nodes = [net.nodes[n] for n in names]
+        out.write(delimiter.join(names) + "\n")
         for row in matrix:
-            out.write("\t".join("*" if s < 0 else f"#{s}" for s in row) + "\n")
+            out.write(delimiter.join(missing if s < 0 else f"#{s}" for s in row) + "\n")
     return path, True
 
 
@@ -209,11 +255,12 @@ def _test(self, cases, test_nodes, unobserved=None):
             os.unlink(path)
 
 
-def _sample(self, count, seed=-1, threads=1, path=None):
+def _sample(self, count, seed=-1, threads=1, path=None, random=None):
     """Draws `count` cases from the net (given its findings; then a NumCases column holds each
     case's weight).  Returns a pandas DataFrame of state names, or, with `path`, writes them there
-    as a case file and returns the path."""
-    text = self._sample_text(int(count), int(seed), int(threads))
+    as a case file (in the case_file_settings) and returns the path.  The draws are seeded by
+    `seed`, else by one draw from `random` (a quorva.Random), else from the net's generator."""
+    text = self._sample_text(int(count), int(seed), int(threads), random, path is None)
     if path is not None:
         with open(path, "w", newline="") as out:
             out.write(text)

@@ -23,6 +23,7 @@ pb::tuple beliefsBatch(const Net& net, const pb::object& source, const std::vect
   pb::array_t<int32_t, pb::array::c_style | pb::array::forcecast> matrix;
   if (pb::isinstance<pb::str>(source)) {
     job.casePath = source.cast<std::string>();
+    job.caseForm = caseFileForm(processEnv());
   } else {
     matrix = pb::array_t<int32_t, pb::array::c_style | pb::array::forcecast>::ensure(source);
     if (!matrix || matrix.ndim() != 2 || static_cast<size_t>(matrix.shape(1)) != columns.size())
@@ -35,6 +36,7 @@ pb::tuple beliefsBatch(const Net& net, const pb::object& source, const std::vect
     pb::gil_scoped_release release;
     result = runBatch(job);
   }
+  check(processEnv());  // what a listener raised while the net was copied on this thread
   if (result.errorNumber != 0) throw EngineError{result.errorNumber, result.errorSeverity, result.errorMessage};
   size_t cases = 0;
   for (const auto& b : result.blocks) cases += b->cases();

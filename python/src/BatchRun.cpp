@@ -102,6 +102,7 @@ class Source {
   explicit Source(const BatchJob& job) : job_(job) {
     if (job.casePath.empty()) return;
     reader_ = std::make_unique<Copy>(job.net, job.columns, std::vector<std::string>{});
+    applyCaseFileForm(reader_->env(), job.caseForm);
     list_ = NewNodeList2_bn(0, reader_->net());
     for (node_bn* n : reader_->columns()) AddNodeToList_bn(n, list_, -1);
     stream_ = NewFileStream_vq(job.casePath.c_str(), reader_->env(), nullptr);

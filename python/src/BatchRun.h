@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "CaseFileForm.h"
 #include "Quorva.h"
 
 namespace quorva::py {
@@ -30,6 +31,7 @@ struct BatchJob {
   const int32_t* matrix = nullptr;
   long matrixCases = 0;
   std::string casePath;
+  CaseFileForm caseForm;  // how the case file is written (the user's settings)
 };
 
 struct BatchResult {

@@ -10,14 +10,6 @@ namespace quorva::py {
 
 namespace {
 
-template <typename Get, typename Set>
-void addProperty(pb::module_& m, const char* cls, const char* name, Get&& get, Set&& set, const char* doc) {
-  pb::object type = m.attr(cls);
-  pb::object builtins = pb::module_::import("builtins");
-  type.attr(name) = builtins.attr("property")(pb::cpp_function(std::forward<Get>(get)),
-                                              pb::cpp_function(std::forward<Set>(set)), pb::none(), doc);
-}
-
 // User fields of a net or a node as a dict of strings.
 template <typename Owner, typename NthField>
 pb::dict userFields(Owner owner, NthField nth) {
@@ -245,10 +237,11 @@ void bindNetEdits(pb::module_& m) {
       "A text report of the junction tree (compile first).");
   addMethod(
       m, "Net", "random_case",
-      [](const Net& n, const pb::object& nodes, double timeout) {
+      [](const Net& n, const pb::object& nodes, double timeout, const pb::object& random) {
         std::vector<Node> chosen = n.nodesOf(nodes);
         NodeList list(n.get(), chosen);
-        const int got = GenerateRandomCase_bn(list.get(), DEFAULT_SAMPLING, timeout, nullptr);
+        std::shared_ptr<RandomGen> gen = randomOf(random);
+        const int got = GenerateRandomCase_bn(list.get(), DEFAULT_SAMPLING, timeout, gen ? gen->gen : nullptr);
         check(processEnv());
         if (got < 0) throw pb::value_error("no case agreeing with the findings was drawn in time");
         pb::dict out;
@@ -256,9 +249,9 @@ void bindNetEdits(pb::module_& m) {
         check(processEnv());
         return out;
       },
-      pb::arg("nodes") = pb::none(), pb::arg("timeout") = 0.0,
+      pb::arg("nodes") = pb::none(), pb::arg("timeout") = 0.0, pb::arg("random") = pb::none(),
       "Draws a case agreeing with the findings and enters it as findings of `nodes` (None: every\n"
-      "node); returns node -> state.");
+      "node); returns node -> state.  Draws from `random` (a quorva.Random), else the net's generator.");
   addMethod(
       m, "Net", "copy_nodes",
       [](const Net& into, const pb::object& nodes) {

@@ -172,6 +172,7 @@ Node addNode(const Net& net, const std::string& name, const pb::object& states) 
     } catch (...) {
       DeleteNode_bn(node);
       ClearErrors_vq(processEnv(), INTERNAL_ERR);
+      net.state()->resync();  // a listener may hold a handle of it
       throw;
     }
   }
@@ -180,6 +181,7 @@ Node addNode(const Net& net, const std::string& name, const pb::object& states) 
 
 void deleteNet(Net& net) {
   if (!net.alive()) return;
+  refuseInsideListener(*net.state(), "delete its net");
   DeleteNet_bn(net.get());
   net.state()->kill();
   check(processEnv());
@@ -240,7 +242,15 @@ void bindNet(pb::module_& m) {
             check(processEnv());
           },
           pb::arg("parent"), pb::arg("child"), "Removes the link from `parent` to `child`.")
-      .def("write", &writeNet, pb::arg("path"), "Writes the net: BIF when the path ends in .bif, else DNET.")
+      .def(
+          "write",
+          [](const Net& net, const std::string& path, const pb::object& format) {
+            if (format.is_none()) return writeNet(net, path);
+            writeNetFormat(net, path, format.cast<std::string>());
+          },
+          pb::arg("path"), pb::arg("format") = pb::none(),
+          "Writes the net in `format` ('dnet', 'bif', 'xmlbif', 'hugin', 'uai', 'dot' or 'dot_beliefs'),\n"
+          "or, when None, as the path's extension says (.bif, .xml, .net, .uai, .dot; else DNET).")
       .def(
           "copy",
           [](const Net& net, const std::string& name) {
@@ -306,8 +316,15 @@ void bindNet(pb::module_& m) {
         return "<quorva.Net '" + std::string(GetNetName_bn(n.get())) + "' of " +
                std::to_string(LengthNodeList_bn(GetNetNodes_bn(n.get()))) + " nodes>";
       });
-  m.def("read", &readNet, pb::arg("path"),
-        "Reads a net file: BIF (by the .bif extension or its content) or DNET (.dne, .dnet).");
+  m.def(
+      "read",
+      [](const std::string& path, const pb::object& format) {
+        return format.is_none() ? readNet(path) : readNetFormat(path, format.cast<std::string>());
+      },
+      pb::arg("path"), pb::arg("format") = pb::none(),
+        "Reads a net file in `format` ('dnet', 'bif', 'xmlbif', 'hugin' or 'uai'; guess_format tells\n"
+        "one), or, when None, as its name says: BIF (.bif, or BIF content), XMLBIF (.xml, .xbif,\n"
+        ".xmlbif), Hugin NET (.net), UAI (.uai), else DNET.");
 }
 
 }  // namespace quorva::py

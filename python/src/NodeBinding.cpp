@@ -167,12 +167,15 @@ void bindNode(pb::module_& m) {
           "The node's equation text ('' for none); a text that does not parse raises quorva.Error.")
       .def(
           "equation_to_table",
-          [](const Node& n, int samples, bool keepSamples, bool add) {
+          [](const Node& n, int samples, bool keepSamples, bool add, const pb::object& random) {
+            NetRandomScope scope(n.net(), random);
             EquationToTable_bn(n.get(), samples, keepSamples, add);
             check(processEnv());
           },
           pb::arg("samples") = 1, pb::arg("keep_samples_as_experience") = false, pb::arg("add") = false,
-          "Builds the node's table from its equation, `samples` draws per row.")
+          pb::arg("random") = pb::none(),
+          "Builds the node's table from its equation, `samples` draws per row (drawn from `random`, a\n"
+          "quorva.Random, else from the net's generator).")
       .def_property(
           "levels",
           [](const Node& n) -> pb::object {
@@ -221,6 +224,7 @@ void bindNode(pb::module_& m) {
           "delete",
           [](Node& n) {
             Net net = n.net();
+            refuseInsideListener(*net.state(), "delete a node of its net");
             DeleteNode_bn(n.get());
             check(processEnv());
             n.markDeleted();

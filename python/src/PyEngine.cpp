@@ -33,6 +33,39 @@ std::string messageOf(const report_vq* r) {
   return text ? text : "";
 }
 
+// The exception a listener raised on this thread, owned (a strong reference) until raised.
+thread_local PyObject* pendingListenerError = nullptr;
+
+// A net Python has a handle of, by its engine handle (looked at with the GIL held).
+std::unordered_map<net_bn*, std::weak_ptr<NetState>>& knownNets() {
+  static std::unordered_map<net_bn*, std::weak_ptr<NetState>> nets;
+  return nets;
+}
+
+}  // namespace
+
+void deferListenerError(pb::error_already_set& e) {
+  if (pendingListenerError) {
+    e.discard_as_unraisable("a quorva listener (a later exception of the same operation)");
+    return;
+  }
+  pendingListenerError = e.value().inc_ref().ptr();
+}
+
+bool listenerErrorPending() { return pendingListenerError != nullptr; }
+
+namespace {
+
+// Raises the exception a listener left for this thread, if any.
+void raiseListenerError() {
+  if (!pendingListenerError) return;
+  PyObject* error = pendingListenerError;
+  pendingListenerError = nullptr;
+  PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(error)), error);
+  Py_DECREF(error);
+  throw pb::error_already_set();
+}
+
 }  // namespace
 
 EngineError takeError(environ_vq* env) {
@@ -55,6 +88,7 @@ void check(environ_vq* env) {
     }
   }
   ClearErrors_vq(env, INTERNAL_ERR);
+  raiseListenerError();
   if (!warnings.empty()) {
     pb::object category = pb::module_::import("quorva._errors").attr("QuorvaWarning");
     for (const EngineError& w : warnings) {
@@ -82,6 +116,7 @@ void NetState::resync() {
   for (auto it = nodeAlive.begin(); it != nodeAlive.end();) {
     if (!std::binary_search(live.begin(), live.end(), it->first)) {
       *it->second = false;
+      dropListeners(this, it->first);
       it = nodeAlive.erase(it);
     } else {
       ++it;
@@ -90,12 +125,27 @@ void NetState::resync() {
 }
 
 void NetState::kill() {
+  dropListeners(this, nullptr);
+  random.reset();
   for (auto& [node, flag] : nodeAlive) *flag = false;
   nodeAlive.clear();
   net = nullptr;
 }
 
-Net::Net(net_bn* net) : state_(std::make_shared<NetState>()) { state_->net = net; }
+Net::Net(net_bn* net) : state_(std::make_shared<NetState>()) {
+  state_->net = net;
+  auto& nets = knownNets();
+  if (nets.size() > 64 && nets.size() % 64 == 0)  // now and then, forget the nets no handle holds
+    for (auto it = nets.begin(); it != nets.end();) it = it->second.expired() ? nets.erase(it) : std::next(it);
+  nets[net] = state_;
+}
+
+std::optional<Net> Net::known(net_bn* net) {
+  auto it = knownNets().find(net);
+  if (it != knownNets().end())
+    if (std::shared_ptr<NetState> state = it->second.lock(); state && state->net == net) return Net(state);
+  return std::nullopt;
+}
 
 net_bn* Net::get() const {
   if (!state_->net) throw DeletedError{"the net has been deleted"};
@@ -209,4 +259,8 @@ PYBIND11_MODULE(_core, m) {
   bindLearning(m);
   bindBatch(m);
   bindEdits(m);
+  bindListeners(m);
+  bindRandom(m);
+  bindCaseFiles(m);
+  bindFormats(m);
 }

@@ -7,10 +7,12 @@
 #include <pybind11/stl.h>
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
+#include "CaseFileForm.h"
 #include "Quorva.h"
 
 namespace quorva::py {
@@ -36,6 +38,19 @@ void check(environ_vq* env);
 // The same, without Python (worker threads): the first error record, or number 0 when none.
 EngineError takeError(environ_vq* env);
 
+// Keeps the first Python exception a listener raised on this thread until check() raises it.
+void deferListenerError(pb::error_already_set& e);
+bool listenerErrorPending();
+
+// A random generator of the process's environment, deleted with its last holder.
+struct RandomGen {
+  explicit RandomGen(randgen_vq* g) : gen(g) {}
+  ~RandomGen();
+  RandomGen(const RandomGen&) = delete;
+  RandomGen& operator=(const RandomGen&) = delete;
+  randgen_vq* gen;
+};
+
 // Thrown for a handle whose net or node has been deleted (quorva.DeletedError).
 struct DeletedError {
   std::string what;
@@ -45,6 +60,8 @@ struct DeletedError {
 struct NetState {
   net_bn* net = nullptr;
   std::unordered_map<node_bn*, std::shared_ptr<bool>> nodeAlive;
+  std::shared_ptr<RandomGen> random;  // the net's own generator (net.random), or none
+  int firing = 0;                     // listeners of this net running now (they may not delete)
   std::shared_ptr<bool> aliveOf(node_bn* node);
   // Marks the handles of nodes no longer in the net as dead (after undo, redo, deletions).
   void resync();
@@ -56,6 +73,8 @@ class Node;
 class Net {
  public:
   explicit Net(net_bn* net);
+  // The handle Python already has of `net`, if any.
+  static std::optional<Net> known(net_bn* net);
   Net(std::shared_ptr<NetState> state) : state_(std::move(state)) {}
   net_bn* get() const;  // DeletedError when deleted
   bool alive() const { return state_->net != nullptr; }
@@ -105,6 +124,27 @@ class NodeList {
 // The nodes of an engine list as handles of `net`.
 std::vector<Node> nodesOfList(const Net& net, const nodelist_bn* list);
 
+// Forgets the listeners of the net (node nullptr) or of one node once they are gone (GIL held).
+void dropListeners(const NetState* net, node_bn* node);
+// RuntimeError when a listener of the net is running: it may not delete the net or its nodes.
+void refuseInsideListener(const NetState& net, const char* what);
+
+// While alive, the net draws from `random` (a quorva.Random, or None for no change); then the
+// net's own generator is back.
+class NetRandomScope {
+ public:
+  NetRandomScope(const Net& net, const pb::object& random);
+  ~NetRandomScope();
+  NetRandomScope(const NetRandomScope&) = delete;
+  NetRandomScope& operator=(const NetRandomScope&) = delete;
+
+ private:
+  Net net_;
+  std::shared_ptr<RandomGen> used_;
+};
+// The generator of a quorva.Random (None: nullptr).
+std::shared_ptr<RandomGen> randomOf(const pb::object& random);
+
 // One binding function per file.
 void bindNet(pb::module_& m);
 void bindNode(pb::module_& m);
@@ -112,6 +152,15 @@ void bindQueries(pb::module_& m);
 void bindLearning(pb::module_& m);
 void bindBatch(pb::module_& m);
 void bindEdits(pb::module_& m);
+void bindListeners(pb::module_& m);
+void bindRandom(pb::module_& m);
+void bindCaseFiles(pb::module_& m);
+void bindFormats(pb::module_& m);
+
+// Net files in a named format ("dnet", "bif", "xmlbif", "hugin", "uai", "dot", "dot_beliefs").
+int netFormatCode(const std::string& name);  // ValueError for another name
+Net readNetFormat(const std::string& path, const std::string& format);
+void writeNetFormat(const Net& net, const std::string& path, const std::string& format);
 
 }  // namespace quorva::py
 
@@ -122,5 +171,13 @@ void addMethod(pb::module_& m, const char* cls, const char* name, F&& f, const E
   pb::object type = m.attr(cls);
   type.attr(name) = pb::cpp_function(std::forward<F>(f), pb::name(name), pb::is_method(type),
                                      pb::sibling(pb::getattr(type, name, pb::none())), extra...);
+}
+// Adds a property with a getter and a setter to a class bound in another file.
+template <typename Get, typename Set>
+void addProperty(pb::module_& m, const char* cls, const char* name, Get&& get, Set&& set, const char* doc) {
+  pb::object type = m.attr(cls);
+  pb::object builtins = pb::module_::import("builtins");
+  type.attr(name) = builtins.attr("property")(pb::cpp_function(std::forward<Get>(get)),
+                                              pb::cpp_function(std::forward<Set>(set)), pb::none(), doc);
 }
 }  // namespace quorva::py

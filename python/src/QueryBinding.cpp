@@ -122,9 +122,16 @@ approx_method_bn methodNamed(const std::string& name) {
   throw pb::value_error("a method is 'lw', 'is' or 'loopy', not '" + name + "'");
 }
 
+// The seed of a call that draws: `seed`, or -1 (one drawn from the net's generator) with `random`.
+void checkSeedOrRandom(long long seed, const pb::object& random) {
+  if (seed != -1 && !random.is_none()) throw pb::value_error("give a seed or a random generator, not both");
+}
+
 pb::tuple approxBeliefs(const Net& net, const std::string& method, double samples, double seconds, double damping,
-                        long long seed) {
+                        long long seed, const pb::object& random) {
   const approx_method_bn m = methodNamed(method);
+  checkSeedOrRandom(seed, random);
+  NetRandomScope scope(net, random);
   const int size = ApproxNetBeliefs_bn(net.get(), m, samples, seconds, damping, seed, nullptr, nullptr, 0, nullptr);
   check(processEnv());
   std::vector<double> beliefs(static_cast<size_t>(std::max(size, 1))), errors(beliefs.size());
@@ -152,8 +159,23 @@ pb::tuple approxBeliefs(const Net& net, const std::string& method, double sample
   return pb::make_tuple(b, e, s);
 }
 
-std::string sampleText(const Net& net, long long count, long long seed, int threads) {
+// Cases drawn from the net as case-file text: in the user's case-file settings, or, with `plain`,
+// tab-separated state names with '*' for no finding (for a DataFrame).
+std::string sampleText(const Net& net, long long count, long long seed, int threads, const pb::object& random,
+                       bool plain) {
+  checkSeedOrRandom(seed, random);
+  NetRandomScope scope(net, random);
   environ_vq* env = processEnv();
+  const CaseFileForm users = caseFileForm(env);
+  if (plain) applyCaseFileForm(env, {'\t', '*', 0});
+  struct Restore {
+    environ_vq* env;
+    CaseFileForm form;
+    bool active;
+    ~Restore() {
+      if (active) applyCaseFileForm(env, form);
+    }
+  } restore{env, users, plain};
   stream_vq* stream = NewMemoryStream_vq("samples", env, nullptr);
   check(env);
   std::string text;
@@ -232,6 +254,7 @@ void bindQueries(pb::module_& m) {
   addMethod(
       m, "Net", "undo",
       [](const Net& net) {
+        refuseInsideListener(*net.state(), "undo an edit of its net");
         const bool done = UndoNetLastOper_vq(net.get(), -1);
         net.state()->resync();
         check(processEnv());
@@ -241,6 +264,7 @@ void bindQueries(pb::module_& m) {
   addMethod(
       m, "Net", "redo",
       [](const Net& net) {
+        refuseInsideListener(*net.state(), "redo an edit of its net");
         const bool done = RedoNetOper_vq(net.get(), -1);
         net.state()->resync();
         check(processEnv());
@@ -287,11 +311,13 @@ void bindQueries(pb::module_& m) {
       "The optimal policy of this decision node: the option chosen for each state of its parents.");
   addMethod(
       m, "Net", "approx_beliefs", &approxBeliefs, pb::arg("method") = "lw", pb::arg("samples") = 0.0,
-      pb::arg("seconds") = 0.0, pb::arg("damping") = 0.0, pb::arg("seed") = -1,
+      pb::arg("seconds") = 0.0, pb::arg("damping") = 0.0, pb::arg("seed") = -1, pb::arg("random") = pb::none(),
       "Beliefs of every node without compiling: method 'lw' (likelihood weighting), 'is'\n"
       "(importance sampling) or 'loopy'.  Returns (beliefs, errors, summary): node -> array twice,\n"
-      "and a dict of what the run did.");
-  addMethod(m, "Net", "_sample_text", &sampleText, pb::arg("count"), pb::arg("seed") = -1, pb::arg("threads") = 1);
+      "and a dict of what the run did.  Sampling is seeded by `seed`, else by one draw from `random`\n"
+      "(a quorva.Random), else from the net's generator.");
+  addMethod(m, "Net", "_sample_text", &sampleText, pb::arg("count"), pb::arg("seed") = -1, pb::arg("threads") = 1,
+            pb::arg("random") = pb::none(), pb::arg("plain") = false);
 
   pb::class_<Sensitivity>(m, "Sensitivity",
                           "How much findings at other nodes would change the beliefs of one target node.")
