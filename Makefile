@@ -22,8 +22,13 @@ DEB_PACKAGES := $(DEMO_PACKAGES) libgtest-dev libbenchmark-dev pybind11-dev pyth
   python3-pytest python3-pandas python3-distributed chromium chromium-driver python3-selenium
 FUZZ_PACKAGES := clang libclang-rt-14-dev
 FUZZ_SECONDS ?= 30
-# Which fuzzers fuzz and fuzz-long run (names or patterns in build-fuzz/fuzz).
+# Which fuzzers fuzz and fuzz-long run (names or patterns in $(FUZZ_DIR)/fuzz).
 FUZZERS ?= fuzz_*
+# The sanitizers the fuzzers are built with ('leak' alone runs long runs about twice as fast),
+# and the build directory that goes with them.
+FUZZ_SANITIZE ?= address
+FUZZ_DIR ?= $(if $(filter address,$(FUZZ_SANITIZE)),build-fuzz,build-fuzz-$(subst $(comma),-,$(FUZZ_SANITIZE)))
+comma := ,
 FUZZ_LONG_SECONDS ?= 600
 # When set, each long run stops after this many inputs instead of after FUZZ_LONG_SECONDS.
 FUZZ_LONG_RUNS ?=
@@ -107,25 +112,25 @@ bench: deps
 	@cat build-release/bench-table.md
 
 fuzz-build: deps fuzz-deps
-	CC=clang CXX=clang++ $(CMAKE) -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-	  -DQUORVA_FUZZ=ON -DQUORVA_TESTS=OFF -DQUORVA_BENCH=OFF
-	cmake --build build-fuzz $(JOBS) --target fuzzers
+	CC=clang CXX=clang++ $(CMAKE) -S . -B $(FUZZ_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	  -DQUORVA_FUZZ=ON -DQUORVA_TESTS=OFF -DQUORVA_BENCH=OFF -DQUORVA_FUZZ_SANITIZE=$(FUZZ_SANITIZE)
+	cmake --build $(FUZZ_DIR) $(JOBS) --target fuzzers
 
 # Every fuzz/fuzz_*.cpp is a fuzzer; what a short run finds stays in build-fuzz/corpus.
 fuzz: fuzz-build
-	@set -e; for f in $(addprefix build-fuzz/fuzz/,$(FUZZERS)); do \
+	@set -e; for f in $(addprefix $(FUZZ_DIR)/fuzz/,$(FUZZERS)); do \
 	  [ -x "$$f" ] && [ -f "$$f" ] || continue; \
-	  name=$$(basename "$$f"); mkdir -p "build-fuzz/corpus/$$name"; \
+	  name=$$(basename "$$f"); mkdir -p "$(FUZZ_DIR)/corpus/$$name"; \
 	  echo "== $$name for $(FUZZ_SECONDS) s"; \
-	  "$$f" -max_total_time=$(FUZZ_SECONDS) $(FUZZ_FLAGS) "build-fuzz/corpus/$$name" $(FUZZ_INPUTS); \
+	  "$$f" -max_total_time=$(FUZZ_SECONDS) $(FUZZ_FLAGS) "$(FUZZ_DIR)/corpus/$$name" $(FUZZ_INPUTS); \
 	done
 
 # A long run per fuzzer; then the kept corpus becomes the smallest set of inputs that covers
 # what it, the seeds and the run cover.
 fuzz-long: fuzz-build
-	@set -e; for f in $(addprefix build-fuzz/fuzz/,$(FUZZERS)); do \
+	@set -e; for f in $(addprefix $(FUZZ_DIR)/fuzz/,$(FUZZERS)); do \
 	  [ -x "$$f" ] && [ -f "$$f" ] || continue; \
-	  name=$$(basename "$$f"); found="build-fuzz/long/$$name"; merged="build-fuzz/merged/$$name"; \
+	  name=$$(basename "$$f"); found="$(FUZZ_DIR)/long/$$name"; merged="$(FUZZ_DIR)/merged/$$name"; \
 	  mkdir -p "$$found"; rm -rf "$$merged"; mkdir -p "$$merged"; \
 	  echo "== $$name: $(FUZZ_LONG_LIMIT)"; \
 	  "$$f" $(FUZZ_LONG_LIMIT) $(FUZZ_FLAGS) "$$found" $(FUZZ_INPUTS); \
@@ -135,4 +140,4 @@ fuzz-long: fuzz-build
 	done
 
 clean:
-	rm -rf build build-asan build-tsan build-release build-fuzz
+	rm -rf build build-asan build-tsan build-release build-fuzz build-fuzz-*

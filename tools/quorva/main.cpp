@@ -66,7 +66,7 @@ CLI::Option* addNodesOption(CLI::App* command, std::vector<std::string>& names) 
 int main(int argc, char** argv) {
   using namespace quorva::cli;
   CLI::App app{"quorva: belief and decision nets from the command line.\n"
-               "Reads nets as DNET (.dne, .dnet) or BIF (.bif) files, enters findings and prints beliefs,\n"
+               "Reads nets as DNET, BIF, XMLBIF, Hugin NET or UAI files, enters findings and prints beliefs,\n"
                "runs case files, compiles, converts and checks nets, and measures inference.",
                "quorva"};
   app.require_subcommand(1, 1);
