@@ -227,7 +227,7 @@ void addBenchCommand(CLI::App& app, Runner& chosen) {
       "in a process of its own.\n"
       "Example:\n"
       "  quorva bench tests/data/alarm.bif tests/data/Pigs.bif --cases 500");
-  c->add_option("NET", o->nets, "The nets (.dne, .dnet or .bif)")->required();
+  c->add_option("NET", o->nets, "The nets (.dne, .dnet, .bif, .xml, .net or .uai, or another told by its start)")->required();
   c->add_option("--cases", o->cases, "Updates to time per net")->capture_default_str()->check(CLI::Range(1, 10000000));
   c->add_option("--findings", o->findings, "Findings entered per update")->capture_default_str()->check(CLI::NonNegativeNumber);
   c->add_option("--seed", o->seed, "Seed of the sampling and the choice of nodes")->capture_default_str()->check(CLI::NonNegativeNumber);

@@ -57,7 +57,7 @@ void addTablesCommand(CLI::App& app, Runner& chosen) {
       "  quorva tables examples/sprinkler_eqn.dne -o sprinkler.dne\n"
       "  quorva tables model.dne -o model.dne --samples 5000 --seed 7");
   addNetArgument(c, o->net);
-  c->add_option("-o,--output", o->out, "The file to write the net to (.dne, .dnet or .bif, or another with --to)")
+  c->add_option("-o,--output", o->out, "The file to write the net to (.dne, .dnet, .bif, .xml, .net or .uai, or another with --to)")
       ->required();
   c->add_option("--samples", o->samples, "Samples per table row where sampling is needed")
       ->capture_default_str()
