@@ -415,12 +415,14 @@ TEST_F(TokenReaderTest, PlainDecimalsEqualTheFullConversion) {
     for (size_t i = 0; i < texts.size(); ++i) EXPECT_EQ(got[i], std::strtod(texts[i].c_str(), nullptr)) << texts[i];
     EXPECT_GT(fast, 10u);  // the unsigned ones of few digits
     EXPECT_LT(fast, texts.size());
-    TokenReader& slow = reader(text, {}, block);
+    const uint64_t offset = r.offset();
+    const TextPosition at = r.here();
+    TokenReader& slow = reader(text, {}, block);  // the fixture's one reader: `r` is gone
     Number n;
     for (size_t i = 0; i < texts.size(); ++i, slow.readPunct(',')) slow.readNumber(n);
-    EXPECT_EQ(r.offset(), slow.offset());
-    EXPECT_EQ(r.here().line, slow.here().line);
-    EXPECT_EQ(r.here().column, slow.here().column);
+    EXPECT_EQ(offset, slow.offset());
+    EXPECT_EQ(at.line, slow.here().line);
+    EXPECT_EQ(at.column, slow.here().column);
   }
   // Counts: plain digits in range only, nothing taken otherwise.
   TokenReader& c = reader(" 12 7 9x 4.0 99 ");
