@@ -34,6 +34,24 @@ pb::array_t<double> jointBeliefs(const Net& net, const pb::object& keys) {
   return out;
 }
 
+// The probability that the nodes are in the states of `states` (node -> state), given the
+// findings, or with `and_findings` jointly with the findings.
+double jointProbability(const Net& net, const pb::dict& states, bool andFindings) {
+  std::vector<Node> nodes;
+  std::vector<state_bn> config;
+  for (const auto& [key, value] : states) {
+    nodes.push_back(net.nodeOf(pb::reinterpret_borrow<pb::object>(key)));
+    config.push_back(nodes.back().stateOf(pb::reinterpret_borrow<pb::object>(value)));
+  }
+  NodeList list(net.get(), nodes);
+  CompileNet_bn(net.get());  // the engine asks for a compiled net; nothing when compiled
+  check(processEnv());
+  const double p = andFindings ? GetJointProbability_bn(list.get(), config.data())
+                               : JointProbability_bn(list.get(), config.data());
+  check(processEnv());
+  return p;
+}
+
 std::pair<pb::dict, double> mostProbable(const Net& net, const pb::object& keys) {
   std::vector<Node> nodes = keys.is_none() ? stateNodes(net) : net.nodesOf(keys);
   NodeList list(net.get(), nodes);
@@ -100,6 +118,16 @@ class Sensitivity {
     Node n = net_.nodeOf(w);
     state_bn t = target_.stateOf(ts);
     return ask([&] { return GetSensvBeliefChange_bn(sensv_, n.get(), t); });
+  }
+  double realMean(const pb::object& w, const pb::object& ws) {
+    Node n = net_.nodeOf(w);
+    state_bn a = n.stateOf(ws);
+    return ask([&] { return GetSensvRealMean_bn(sensv_, n.get(), a); });
+  }
+  double beliefChangeVariance(const pb::object& w, const pb::object& ts) {
+    Node n = net_.nodeOf(w);
+    state_bn t = target_.stateOf(ts);
+    return ask([&] { return GetSensvBeliefChangeVariance_bn(sensv_, n.get(), t); });
   }
   std::pair<double, double> beliefRange(const pb::object& w, const pb::object& ts) {
     Node n = net_.nodeOf(w);
@@ -196,6 +224,10 @@ std::string sampleText(const Net& net, long long count, long long seed, int thre
 void bindQueries(pb::module_& m) {
   addMethod(m, "Net", "joint_beliefs", &jointBeliefs, pb::arg("nodes"),
             "The joint beliefs of the nodes given the findings: an array with one axis per node.");
+  addMethod(m, "Net", "joint_probability", &jointProbability, pb::arg("states"), pb::arg("and_findings") = false,
+            "The probability that the nodes are in the given states (dict node -> state) given the\n"
+            "findings; with and_findings=True, that they are and the findings hold (the probability\n"
+            "of the findings for an empty dict).");
   addMethod(m, "Net", "map", &mostProbable, pb::arg("nodes") = pb::none(),
             "The most probable joint state of the nodes (others summed out; all nodes when None) as\n"
             "(dict node -> state, its probability given the findings).");
@@ -330,7 +362,11 @@ void bindQueries(pb::module_& m) {
            "Expected reduction of the variance of the target's value (the target needs levels).")
       .def("ratio", &Sensitivity::ratio, pb::arg("node"), pb::arg("node_state"), pb::arg("target_state"))
       .def("belief_change", &Sensitivity::beliefChange, pb::arg("node"), pb::arg("target_state"))
-      .def("belief_range", &Sensitivity::beliefRange, pb::arg("node"), pb::arg("target_state"));
+      .def("belief_range", &Sensitivity::beliefRange, pb::arg("node"), pb::arg("target_state"))
+      .def("real_mean", &Sensitivity::realMean, pb::arg("node"), pb::arg("node_state"),
+           "The target's mean value once the node is found in `node_state` (the target needs levels).")
+      .def("belief_change_variance", &Sensitivity::beliefChangeVariance, pb::arg("node"), pb::arg("target_state"),
+           "The variance of the target's belief in `target_state` over findings at the node.");
 }
 
 }  // namespace quorva::py

@@ -17,6 +17,9 @@ def test_joint_beliefs_and_map_match_enumeration(small):
     i, j = np.unravel_index(np.argmax(given), given.shape)
     assert best == {"A": ("a0", "a1")[i], "C": ("c0", "c1", "c2")[j]}
     assert p == pytest.approx(given[i, j], abs=1e-6)
+    assert small.joint_probability({"A": "a0", "C": 1}) == pytest.approx(given[0, 1], abs=1e-6)
+    both = small.joint_probability({"A": "a0", "C": 1}, and_findings=True)
+    assert both == pytest.approx(joint[0, 1, 1] / joint.sum(), abs=1e-6)
     full = joint / joint.sum()
     small.findings = {}
     k = np.unravel_index(np.argmax(full), full.shape)
@@ -81,6 +84,8 @@ def test_mutual_information_against_sums(small):
     lo, hi = s.belief_range("A", "yes")
     cond = joint[:, 0] / pa
     assert (lo, hi) == pytest.approx((cond.min(), cond.max()), abs=1e-5)
+    spread = float((pa * (cond - pb[0]) ** 2).sum())
+    assert s.belief_change_variance("A", "yes") == pytest.approx(spread, abs=1e-6)
 
 
 @pytest.mark.parametrize("method", ["lw", "is", "loopy"])
