@@ -261,10 +261,7 @@ void DnetReader::createNode(NodeDecl& d) {
   Bnode& node = quorva::createNode(*net_, d.name.c_str(), discrete ? n : 0);
   if (levels > 0) setLevels(node, n, d.levels.data());
   setStates(node, d);
-  if (d.kind >= NATURE && d.kind <= UTILITY)
-    setNodeKind(node, d.kind);
-  else
-    node.kind = d.kind;  // kinds that only a file can give (parameters, unknown, adversary)
+  node.kind = d.kind;  // also the kinds only a file can give (parameters, unknown, adversary)
   node.measure = d.measure;
   node.title = d.title;
   node.comment = d.comment;
@@ -279,7 +276,6 @@ void DnetReader::createNode(NodeDecl& d) {
 
 void DnetReader::setStates(Bnode& node, NodeDecl& d) {
   if (!d.states.empty()) {
-    std::string joined;
     std::set<std::string> seen;
     for (size_t i = 0; i < d.states.size(); ++i) {
       const std::string& s = d.states[i];
@@ -288,9 +284,14 @@ void DnetReader::setStates(Bnode& node, NodeDecl& d) {
       if (checkName(s, NAME_ALL | NAME_NO_ASTERISK, &why))
         failIn(d, "states", d.at("states"), err::DnetIllegalName, s, "state");
       if (!seen.insert(s).second) failIn(d, "states", d.at("states"), err::DnetDuplicateNode, "state", s);
-      joined += (i ? "," : "") + s;
     }
-    setStateNames(node, joined.c_str());
+    if (static_cast<int>(d.states.size()) == node.numStates) {
+      node.stateNames = d.states;  // legal and distinct: set as they stand, the net is not yet seen
+    } else {
+      std::string joined;
+      for (size_t i = 0; i < d.states.size(); ++i) joined += (i ? "," : "") + d.states[i];
+      setStateNames(node, joined.c_str());  // refuses the count
+    }
   }
   auto texts = [&](const char* field, const std::vector<std::string>& list, bool title) {
     if (list.empty()) return;

@@ -8,6 +8,7 @@
 
 #include "BN/Files/DnetReaderImpl.h"
 #include "BN/Findings/Findings.h"
+#include "BN/Net/FreshNet.h"
 #include "BN/Tables/NodeTableOps.h"
 
 namespace quorva {
@@ -346,7 +347,8 @@ void DnetReader::readTable(NodeDecl& d, Bnode& node, const std::string& field, c
       rd_.failAt(c.pos, err::DnetLessThanZero, c.value);
   }
   std::vector<double> v = values(cells);
-  writeTable(node, which, nullptr, v.data());
+  if (which == WhichTable::Cpt) fillFreshTable(node, false, v.data());  // checked above
+  else writeTable(node, which, nullptr, v.data());
 }
 
 }  // namespace quorva
