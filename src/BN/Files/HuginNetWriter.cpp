@@ -55,7 +55,7 @@ void writeHuginNet(const Bnet& net, FileSpec& out) {
     text += std::string("\n") + (n->kind == DECISION ? "decision " : n->kind == UTILITY ? "utility " : "node ") +
             n->name + "\n{\n";
     if (!n->title.empty()) text += "    label = " + quoteString(n->title) + ";\n";
-    if (positions) text += "    position = (" + floatText(n->visX) + " " + floatText(n->visY) + ");\n";
+    if (positions) text += "    position = (" + doubleText(n->visX) + " " + doubleText(n->visY) + ");\n";
     if (n->kind != UTILITY) {
       std::vector<std::string> states = exportTexts(stateNamesOf(*n), n->stateTitles, [](const std::string&) {
         return true;

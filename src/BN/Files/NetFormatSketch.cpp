@@ -82,4 +82,10 @@ std::string floatText(double v) {
   return ec == std::errc() ? std::string(buf, end) : std::to_string(v);
 }
 
+std::string doubleText(double v) {
+  char buf[40];
+  auto [end, ec] = std::to_chars(buf, buf + sizeof buf, v);
+  return ec == std::errc() ? std::string(buf, end) : std::to_string(v);
+}
+
 }  // namespace quorva

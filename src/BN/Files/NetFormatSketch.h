@@ -57,5 +57,8 @@ std::vector<std::string> stateNamesOf(const Bnode& node);
 
 // The shortest decimal that reads back to the same float.
 std::string floatText(double v);
+// The shortest decimal that reads back to the same double (for values such as positions, which
+// are not held as floats).
+std::string doubleText(double v);
 
 }  // namespace quorva

@@ -76,7 +76,7 @@ void writeXmlBifNet(const Bnet& net, FileSpec& out) {
       for (const std::string& s : states) v.append_child("OUTCOME").text() = s.c_str();
     }
     if (positions) {
-      std::string pos = "position = (" + floatText(n.visX) + ", " + floatText(n.visY) + ")";
+      std::string pos = "position = (" + doubleText(n.visX) + ", " + doubleText(n.visY) + ")";
       v.append_child("PROPERTY").text() = pos.c_str();
     }
   }
