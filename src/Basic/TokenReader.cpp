@@ -45,13 +45,15 @@ double outOfRange(const std::string& text) {
   return negative ? -v : v;
 }
 
+// The powers of ten that doubles hold exactly.
+constexpr double TENS[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
+                           1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+
 // The value of [+|-] digits [. digits] when it is found exactly by one division: at most 15
 // significant digits (so the digits make an exact integer below 2^53) and at most 22 after the
 // point (so the power of ten is exact); one correctly rounded division then gives the same double
 // as a full conversion.  False, `value` unset, otherwise.
 bool exactDecimal(const std::string& text, double& value) {
-  static constexpr double TENS[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
-                                    1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
   size_t i = text[0] == '+' || text[0] == '-' ? 1 : 0;
   uint64_t digits = 0;
   int significant = 0, after = 0;
@@ -450,8 +452,6 @@ bool TokenReader::readNumber(Number& out) {
 }
 
 size_t TokenReader::readPlainNumbers(std::vector<double>& out, size_t max, char sep) {
-  static constexpr double TENS[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
-                                    1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
   // Passes over spaces, tabs and line feeds.
   auto skipBlanks = [this] {
     for (; pos_ < end_; ++pos_, ++offset_) {

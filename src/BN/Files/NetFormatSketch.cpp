@@ -25,7 +25,7 @@ Bnet* buildNet(const NetSketch& sketch, EnvCore* env) {
   std::vector<Bnode*> nodes;
   for (const SketchVar& v : sketch.vars) {
     std::string name = uniqueName(v.text, [&net](const std::string& n) { return net->nameTaken(n); });
-    Bnode& node = addFreshNode(*net, name, v.kind == UTILITY ? 0 : static_cast<int>(NetSketch::stateCount(v)));
+    Bnode& node = net->addNode(name, v.kind == UTILITY ? 0 : static_cast<int>(NetSketch::stateCount(v)));
     node.kind = v.kind;
     if (v.numberedStates > 0) {
       for (size_t s = 0; s < v.numberedStates; ++s) node.stateNames.push_back("s" + std::to_string(s));
@@ -76,16 +76,17 @@ std::vector<std::string> stateNamesOf(const Bnode& node) {
   return names;
 }
 
-std::string floatText(double v) {
-  char buf[40];
-  auto [end, ec] = std::to_chars(buf, buf + sizeof buf, static_cast<float>(v));
-  return ec == std::errc() ? std::string(buf, end) : std::to_string(v);
-}
-
-std::string doubleText(double v) {
+namespace {
+template <class Real>
+std::string shortestText(Real v) {
   char buf[40];
   auto [end, ec] = std::to_chars(buf, buf + sizeof buf, v);
   return ec == std::errc() ? std::string(buf, end) : std::to_string(v);
 }
+}  // namespace
+
+std::string floatText(double v) { return shortestText(static_cast<float>(v)); }
+
+std::string doubleText(double v) { return shortestText(v); }
 
 }  // namespace quorva

@@ -10,13 +10,9 @@
 #include "BN/Net/NodeStates.h"
 #include "BN/Tables/NodeTables.h"
 #include "BN/Tables/PotTable.h"
-#include "BN/Tables/TableErrors.h"
 #include "Basic/IdName.h"
-#include "Basic/Raise.h"
 
 namespace quorva {
-
-Bnode& addFreshNode(Bnet& net, std::string name, int numStates) { return net.addNode(std::move(name), numStates); }
 
 void nameFreshStates(Bnode& node, const std::vector<std::string>& texts) {
   std::vector<std::string> names;
@@ -99,14 +95,7 @@ void linkFresh(std::vector<Family> families) {
 }
 
 void fillFreshTable(Bnode& node, bool utility, const double* values) {
-  std::vector<Bnode*> nodes = tableNodes(node, !utility);
-  for (const Link& l : node.parents)
-    if (!l.parent->hasStates()) engError(node.net->env, err::SetContinuousParent, node.name);
-  std::vector<int> dims;
-  for (const Bnode* n : nodes) dims.push_back(n->numStates);
-  checkCptSize(node, dims, "create");
-  PotTable t(node.net->env, std::move(nodes));
-  t.allocate();
+  PotTable t = unfilledTable(node, !utility);
   float* out = t.data();
   for (size_t i = 0; i < t.size(); ++i) out[i] = std::isnan(values[i]) ? undefFloat() : static_cast<float>(values[i]);
   if (utility) {

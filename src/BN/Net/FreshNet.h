@@ -1,6 +1,7 @@
 // Building a net that nobody else sees yet, as the readers do: each operation has the effect of
 // the general one on a net without findings, tables, listeners or undo history, without the
-// per-call bookkeeping (edits, argument checks, table re-indexing) a live net needs.
+// per-call bookkeeping (edits, argument checks, table re-indexing) a live net needs.  Nodes are
+// added with Bnet::addNode, under names the caller has made legal and unique.
 #pragma once
 #include <string>
 #include <utility>
@@ -9,10 +10,6 @@
 #include "BN/Net/Bnode.h"
 
 namespace quorva {
-
-// A node named `name`, which the caller has made legal and not taken, with `numStates` states
-// (0: continuous).
-Bnode& addFreshNode(Bnet& net, std::string name, int numStates);
 
 // Gives the node legal, distinct state names made from `texts` (one per state); each text that
 // had to change is kept as its state's title.

@@ -42,13 +42,18 @@ std::vector<int> dimsOf(const std::vector<Bnode*>& nodes) {
 
 }  // namespace
 
-PotTable freshTable(Bnode& node, bool withNode, float initial) {
+PotTable unfilledTable(Bnode& node, bool withNode) {
   std::vector<Bnode*> nodes = tableNodes(node, withNode);
   for (const Link& l : node.parents)
     if (!l.parent->hasStates()) engError(node.net->env, err::SetContinuousParent, node.name);
   checkCptSize(node, dimsOf(nodes), "create");
   PotTable fresh(node.net->env, std::move(nodes));
   fresh.allocate();
+  return fresh;
+}
+
+PotTable freshTable(Bnode& node, bool withNode, float initial) {
+  PotTable fresh = unfilledTable(node, withNode);
   std::fill(fresh.data(), fresh.data() + fresh.size(), initial);
   return fresh;
 }

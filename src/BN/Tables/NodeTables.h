@@ -33,8 +33,11 @@ std::vector<Bnode*> tableNodes(const Bnode& node, bool withNode);
 double cptEntries(const std::vector<int>& dims);
 void checkCptSize(const Bnode& node, const std::vector<int>& dims, const char* verb);
 
-// A new table over the node's parents (and the node), every entry `initial`, not yet the node's.
-// Refused before anything is allocated when a parent has no states or the table would be too large.
+// A new allocated table over the node's parents (and the node), its entries not yet set, not yet
+// the node's.  Refused before anything is allocated when a parent has no states or the table
+// would be too large.
+PotTable unfilledTable(Bnode& node, bool withNode);
+// The same with every entry `initial`.
 PotTable freshTable(Bnode& node, bool withNode, float initial);
 
 // Makes the node's CPT if it has none, every entry undefined.
