@@ -1,5 +1,5 @@
-// Reading speed of the foreign format readers, in bytes of file per second: Link and Pigs of
-// tests/data written into memory as XMLBIF, Hugin NET and UAI by the engine, then read back.
+// Reading speed of every net reader, in bytes of file per second: Link and Pigs of tests/data
+// written into memory as DNET, BIF, XMLBIF, Hugin NET and UAI by the engine, then read back.
 #include <benchmark/benchmark.h>
 
 #include <string>
@@ -9,8 +9,8 @@
 namespace {
 
 const char* const NETS[] = {"Pigs", "Link"};
-const int FORMATS[] = {XMLBIF_FORMAT, HUGIN_NET_FORMAT, UAI_FORMAT};
-const char* const FORMAT_NAMES[] = {"", "", "", "XMLBIF", "HuginNET", "UAI"};
+const int FORMATS[] = {DNET_FORMAT, BIF_FORMAT, XMLBIF_FORMAT, HUGIN_NET_FORMAT, UAI_FORMAT};
+const char* const FORMAT_NAMES[] = {"", "DNET", "BIF", "XMLBIF", "HuginNET", "UAI"};
 
 std::string streamText(stream_vq* s) {
   long long length = 0;

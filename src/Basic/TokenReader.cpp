@@ -2,6 +2,7 @@
 #include "Basic/TokenReader.h"
 
 #include <algorithm>
+#include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -161,8 +162,8 @@ int TokenReader::skipSpaceSlow() {
   for (;;) {
     if (pos_ >= end_ && !fill(1)) return END;
     int c = static_cast<unsigned char>(data_[pos_]);
-    if (c == ' ' || c == '\t') {
-      takeInLine(1);
+    if (c == ' ' || c == '\t' || c == '\n') {
+      skipBlanks();  // indentation and padding in one loop
     } else if (isSpace(c)) {
       readChar();
     } else if ((c != '/' && c != '<' && c != intro) || !skipComment()) {
@@ -341,14 +342,21 @@ void TokenReader::readBareWord(std::string_view stops, std::string& out) {
   skipSpace();
   startToken();
   out.clear();
+  // The bytes that end a run: white space and control characters, '/' and the stops.
+  uint64_t ends[4] = {(uint64_t{1} << 33) - 1, 0, 0, 0};
+  for (char c : stops) {
+    const unsigned char u = static_cast<unsigned char>(c);
+    ends[u >> 6] |= uint64_t{1} << (u & 63);
+  }
+  ends['/' >> 6] |= uint64_t{1} << ('/' & 63);
   for (;;) {
     // The run of the bytes at hand that can neither end the word nor open a comment, in one step
     // (none of them ends a line).
     const char* from = data_ + pos_;
     size_t n = end_ - pos_, i = 0;
     while (i < n) {
-      unsigned char c = static_cast<unsigned char>(from[i]);
-      if (c <= ' ' || c == '/' || stops.find(static_cast<char>(c)) != std::string_view::npos) break;
+      const unsigned char c = static_cast<unsigned char>(from[i]);
+      if ((ends[c >> 6] >> (c & 63)) & 1) break;
       ++i;
     }
     out.append(from, i);
@@ -451,55 +459,126 @@ bool TokenReader::readNumber(Number& out) {
   return true;
 }
 
-size_t TokenReader::readPlainNumbers(std::vector<double>& out, size_t max, char sep) {
-  // Passes over spaces, tabs and line feeds.
-  auto skipBlanks = [this] {
-    for (; pos_ < end_; ++pos_, ++offset_) {
-      char c = data_[pos_];
-      if (c == ' ' || c == '\t') {
-        ++column_;
-      } else if (c == '\n') {
-        ++line_;
-        column_ = 1;
-      } else {
-        break;
-      }
+namespace {
+
+// The end of the run of spaces in data[from, end).  Padding is common in tables, so eight bytes
+// are looked at a time.
+inline size_t spacesEnd(const char* data, size_t from, size_t end) {
+  if constexpr (std::endian::native == std::endian::little) {
+    constexpr uint64_t SPACES = 0x2020202020202020ULL;
+    for (; from + 8 <= end; from += 8) {
+      uint64_t word;
+      std::memcpy(&word, data + from, 8);
+      if (const uint64_t other = word ^ SPACES) return from + static_cast<size_t>(std::countr_zero(other) / 8);
     }
-  };
+  }
+  while (from < end && data[from] == ' ') ++from;
+  return from;
+}
+
+// A place in the bytes being read, kept in locals by the fast loops (a store through a char
+// pointer could alias the reader's members).
+struct Cursor {
+  size_t pos;
+  long line, column;
+};
+
+// Passes over spaces, tabs and line feeds.
+inline void passBlanks(const char* data, size_t end, Cursor& at) {
+  while (at.pos < end) {
+    const char c = data[at.pos];
+    if (c == ' ') {
+      const size_t run = at.pos;
+      at.pos = spacesEnd(data, at.pos + 1, end);
+      at.column += static_cast<long>(at.pos - run);
+    } else if (c == '\t') {
+      ++at.column;
+      ++at.pos;
+    } else if (c == '\n') {
+      ++at.line;
+      at.column = 1;
+      ++at.pos;
+    } else {
+      return;
+    }
+  }
+}
+
+// The length of the plain number at the start of p[0, avail), when all of it and the byte after
+// it are at hand (`more`: bytes may follow p[avail - 1]); 0 for anything else.  Its value is
+// exact when its digits make an integer of at most 2^53 and at most 22 of them follow the point:
+// one correctly rounded division then gives what a full conversion gives.
+inline size_t plainNumberLength(const char* p, size_t avail, bool more, uint64_t& digits, size_t& after) {
+  const size_t limit = std::min<size_t>(avail, 40);
+  size_t i = 0;
+  digits = 0;
+  after = 0;
+  for (; i < limit && static_cast<unsigned char>(p[i] - '0') < 10; ++i) digits = digits * 10 + static_cast<uint64_t>(p[i] - '0');
+  if (i > 0 && i < limit && p[i] == '.') {
+    const size_t point = ++i;
+    for (; i < limit && static_cast<unsigned char>(p[i] - '0') < 10; ++i) digits = digits * 10 + static_cast<uint64_t>(p[i] - '0');
+    after = i - point;
+    if (after == 0) return 0;
+  }
+  if (i == 0 || i >= 20 || after > 22 || digits > (uint64_t{1} << 53)) return 0;
+  if (i == avail ? more : i == limit || isWordChar(static_cast<unsigned char>(p[i])) || p[i] == '.') return 0;
+  return i;
+}
+
+}  // namespace
+
+void TokenReader::skipBlanks() {
+  Cursor at{pos_, line_, column_};
+  passBlanks(data_, end_, at);
+  offset_ += at.pos - pos_;
+  pos_ = at.pos;
+  line_ = at.line;
+  column_ = at.column;
+}
+
+template <class Take>
+size_t TokenReader::plainNumbers(size_t max, char sep, bool sepNeeded, bool first, Take take) {
+  const char* const data = data_;
+  const size_t end = end_;
+  Cursor at{pos_, line_, column_};
+  TextPosition start = tokenStart_;
   size_t got = 0;
   while (got < max) {
-    skipBlanks();
-    if (sep && pos_ < end_ && data_[pos_] == sep && !out.empty()) {
-      ++pos_;
-      ++offset_;
-      ++column_;
-      skipBlanks();
+    passBlanks(data, end, at);
+    // A separator is taken only with the number after it.
+    Cursor next = at;
+    const bool follows = !(first && got == 0);  // a number stands before this one
+    if (sep && next.pos < end && data[next.pos] == sep && follows) {
+      ++next.pos;
+      ++next.column;
+      passBlanks(data, end, next);
+    } else if (sepNeeded && follows) {
+      break;
     }
-    // The number, when all of it and the byte after it are at hand.  Its value is exact when its
-    // digits make an integer of at most 2^53 and at most 22 of them follow the point: one
-    // correctly rounded division then gives what a full conversion gives.
-    const char* p = data_ + pos_;
-    const size_t avail = std::min<size_t>(end_ - pos_, 40);
-    size_t i = 0;
     uint64_t digits = 0;
-    for (; i < avail && static_cast<unsigned char>(p[i] - '0') < 10; ++i) digits = digits * 10 + static_cast<uint64_t>(p[i] - '0');
     size_t after = 0;
-    if (i > 0 && i < avail && p[i] == '.') {
-      const size_t point = ++i;
-      for (; i < avail && static_cast<unsigned char>(p[i] - '0') < 10; ++i) digits = digits * 10 + static_cast<uint64_t>(p[i] - '0');
-      after = i - point;
-      if (after == 0) break;
-    }
-    if (i == 0 || i >= 20 || after > 22 || digits > (uint64_t{1} << 53)) break;
-    if (i == end_ - pos_ ? !eof_ : i == avail || isWordChar(static_cast<unsigned char>(p[i])) || p[i] == '.') break;
-    tokenStart_ = here();
-    out.push_back(static_cast<double>(digits) / TENS[after]);
-    pos_ += i;
-    offset_ += i;
-    column_ += static_cast<long>(i);
+    const size_t n = plainNumberLength(data + next.pos, end - next.pos, !eof_, digits, after);
+    if (n == 0) break;
+    start = {next.line, next.column};
+    take(digits, after);
+    at = {next.pos + n, next.line, next.column + static_cast<long>(n)};
     ++got;
   }
+  offset_ += at.pos - pos_;
+  pos_ = at.pos;
+  line_ = at.line;
+  column_ = at.column;
+  tokenStart_ = start;
   return got;
+}
+
+size_t TokenReader::readPlainNumbers(std::vector<double>& out, size_t max, char sep, bool sepNeeded) {
+  return plainNumbers(max, sep, sepNeeded, out.empty(),
+                      [&out](uint64_t digits, size_t after) { out.push_back(static_cast<double>(digits) / TENS[after]); });
+}
+
+size_t TokenReader::skipPlainNumbers(char sep) {
+  return plainNumbers(SIZE_MAX, sep, false, true, [](uint64_t, size_t) {});
 }
 
 bool TokenReader::readPlainCount(uint64_t low, uint64_t high, uint64_t& out) {
@@ -523,14 +602,6 @@ int TokenReader::readPunct() {
   startToken();
   if (!isPunctuation(c)) return 0;
   return readChar();
-}
-
-bool TokenReader::readPunct(char c) {
-  if (skipSpace() != static_cast<unsigned char>(c)) return false;
-  startToken();
-  if (c == '\n' || c == '\r' || c == '\f') readChar();
-  else takeInLine(1);
-  return true;
 }
 
 Token TokenReader::readToken() {

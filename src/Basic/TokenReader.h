@@ -199,7 +199,12 @@ class TokenReader {
   // `out` holds a number), appended to `out` until `max` have been read or something else stands
   // next (left for the other methods).  Returns how many were read: a fast way through long
   // tables, giving the values readNumber gives.
-  size_t readPlainNumbers(std::vector<double>& out, size_t max, char sep = 0);
+  // A `sep` is taken only together with the number after it; with `sepNeeded` the numbers must
+  // be separated by it (white space alone ends the run).
+  size_t readPlainNumbers(std::vector<double>& out, size_t max, char sep = 0, bool sepNeeded = false);
+  // Passes over plain numbers as readPlainNumbers reads them (the first not after a `sep`), and
+  // returns how many; tokenStart() is then the start of the last.
+  size_t skipPlainNumbers(char sep = 0);
   // A whole number written as plain digits (after white space) from `low` to `high`, taken and
   // put in `out`; false, nothing taken but white space, for anything else (read it the usual way).
   bool readPlainCount(uint64_t low, uint64_t high, uint64_t& out);
@@ -207,7 +212,13 @@ class TokenReader {
   // '"' counts), taken; else 0 and nothing taken.
   int readPunct();
   // Takes the punctuation character `c` when it stands next.
-  bool readPunct(char c);
+  bool readPunct(char c) {
+    if (skipSpace() != static_cast<unsigned char>(c)) return false;
+    startToken();
+    if (c == '\n' || c == '\r' || c == '\f') readChar();
+    else takeInLine(1);
+    return true;
+  }
   // A quoted string with its escapes decoded (the rules above); "missing open quote" when none
   // stands next, "unterminated quote mark" at the end of input.  With the setting "Put_strings_in_unicode_normalization_form_C"
   // on, non-ASCII text not in Normalization Form C is converted (with a notice); with the syntax's
@@ -254,6 +265,11 @@ class TokenReader {
 
   const ReadContext& context() const { return context_; }
   void setContext(ReadContext c) { context_ = std::move(c); }
+  void swapContext(ReadContext& c) {
+    std::swap(context_.kind, c.kind);
+    std::swap(context_.name, c.name);
+    std::swap(context_.field, c.field);
+  }
   // The suffix that ends every message about a fault at `at`.
   std::string suffix(TextPosition at) const;
 
@@ -290,6 +306,9 @@ class TokenReader {
   void skipNestedComment();
   bool skipMarkup();
   void skipIgnoreSection(TextPosition start);
+  void skipBlanks();  // spaces, tabs and line feeds
+  template <class Take>
+  size_t plainNumbers(size_t max, char sep, bool sepNeeded, bool first, Take take);
   bool startsNumber();
   void readDigits(std::string& text);
   bool readInfinity(Number& out);
@@ -322,10 +341,8 @@ class TokenReader {
 // Sets the reader's context for a scope and puts the previous one back at its end.
 class ContextScope {
  public:
-  ContextScope(TokenReader& rd, ReadContext c) : rd_(rd), saved_(rd.context()) {
-    rd.setContext(std::move(c));
-  }
-  ~ContextScope() { rd_.setContext(std::move(saved_)); }
+  ContextScope(TokenReader& rd, ReadContext c) : rd_(rd), saved_(std::move(c)) { rd.swapContext(saved_); }
+  ~ContextScope() { rd_.swapContext(saved_); }
   ContextScope(const ContextScope&) = delete;
   ContextScope& operator=(const ContextScope&) = delete;
 

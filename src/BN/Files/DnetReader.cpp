@@ -290,6 +290,15 @@ void DnetReader::skimValue(TokenText& into) {
   for (;;) {
     int c = rd_.skipSpace();
     if (c == TokenReader::END || c == ';' || (depth == 0 && c == '}')) return;
+    if (c >= '0' && c <= '9') {
+      // A row of plain numbers and the commas between them, in one step.
+      if (size_t n = rd_.skipPlainNumbers(',')) {
+        into.last = rd_.tokenStart();
+        into.to = rd_.offset();
+        into.count += static_cast<long>(n);
+        continue;
+      }
+    }
     int punct = 0;
     TokenKind kind = rd_.skipToken(punct);
     into.last = rd_.tokenStart();

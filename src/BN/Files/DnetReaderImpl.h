@@ -28,7 +28,7 @@ struct TokenText {
   std::vector<Token> tokens;
   TextPosition pos;
   uint64_t from = 0, to = 0;  // the span: bytes of the file
-  long count = 0;             // tokens in the span
+  long count = 0;             // tokens in the span (0 only for an empty one)
   TextPosition last;          // where its last token starts
   bool words = false;         // some token is a word or "#" (names of states)
 };

@@ -26,7 +26,8 @@ struct Cell {
 enum class TableKind { Probs, FuncState, FuncReal, Exper };
 
 // Parses one table's tokens into its entries, in the table's order (first parent slowest).  The
-// tokens are read again from the table's span of the file, one ahead of the parser.
+// tokens are read again from the table's span of the file; runs of plain numbers are read in one
+// step, anything else token by token.
 class TableParser {
  public:
   TableParser(TokenReader& rd, Bnode& node, const TokenText& text, TableKind kind)
@@ -35,21 +36,21 @@ class TableParser {
     for (const Link& l : node.parents) dims_.push_back(l.parent->numStates);
     dims_.push_back(kind == TableKind::Probs ? node.numStates : 1);
     path_.assign(dims_.size(), -1);
-    next_ = toks_.readToken();
   }
 
   std::vector<Cell> parse() {
     std::vector<Cell> cells;
-    if (!atEnd() && !isPunct(peek(), "(")) {
+    int c = next();
+    if (c != TokenReader::END && c != '(') {
       // A lone entry stands for the whole table.
-      Cell c = entry(take());
-      cells.assign(static_cast<size_t>(span(0)), c);
+      Cell e = entry(take());
+      cells.assign(static_cast<size_t>(span(0)), e);
     } else {
-      if (atEnd()) rd_.failAt(endPos_, err::DnetNotEnoughEntries);
+      if (c == TokenReader::END) rd_.failAt(endPos_, err::DnetNotEnoughEntries);
       group(0, cells);
     }
-    if (!atEnd()) {
-      const Token& t = peek();
+    if (next() != TokenReader::END) {
+      Token t = take();
       if (isPunct(t, ")")) rd_.failAt(t.start, err::DnetExtraClose, label(dims_.size()), node_.name);
       rd_.failAt(t.start, err::DnetUnexpectedPunct, t.text, label(dims_.size()), node_.name);
     }
@@ -67,14 +68,14 @@ class TableParser {
   }
 
  private:
-  bool atEnd() const { return next_.kind == TokenKind::End; }
-  const Token& peek() const { return next_; }
+  // The next character after white space and comments (not taken), or END.
+  int next() { return toks_.skipSpace(); }
+  // The next token, taken.
   Token take() {
-    Token t = std::move(next_);
-    advance();
+    Token t;
+    toks_.readToken(t);
     return t;
   }
-  void advance() { toks_.readToken(next_); }
   static bool isPunct(const Token& t, const char* p) {
     return t.kind == TokenKind::Punct && t.text.size() == 1 && t.text[0] == p[0];
   }
@@ -103,52 +104,66 @@ class TableParser {
   [[noreturn]] void unclosed(size_t level) {
     rd_.failAt(endPos_, err::DnetTooFewClose, closes_, opens_, label(level), node_.name);
   }
+  [[noreturn]] void unexpected(size_t level) {
+    Token t = take();
+    rd_.failAt(t.start, err::DnetUnexpectedPunct, t.text, label(level), node_.name);
+  }
 
-  // Reads the group that opens here, appending its entries to `items`.
+  // Reads the group that opens here (at its "("), appending its entries to `items`.
   void group(size_t level, std::vector<Cell>& items) {
-    Token open = take();
+    TextPosition openAt = toks_.here();
+    toks_.readPunct('(');
     ++opens_;
     if (level >= dims_.size())
-      rd_.failAt(open.start, err::DnetTooManyOpen, static_cast<int>(level + 1), static_cast<int>(dims_.size()),
+      rd_.failAt(openAt, err::DnetTooManyOpen, static_cast<int>(level + 1), static_cast<int>(dims_.size()),
                  flat_ ? "FLAT " : "", node_.name);
+    // Every entry of a run of plain numbers is placed where the run starts: only the first entry
+    // of a row is ever named in a message, so runs are read this way only within rows (and in
+    // tables without rows).
+    const bool runs = kind_ != TableKind::FuncState && (kind_ != TableKind::Probs || level + 1 == dims_.size());
     size_t first = items.size();
     int subgroups = 0, entries = 0;
     for (;;) {
-      if (atEnd()) unclosed(level);
-      if (isPunct(peek(), ")")) break;
+      int c = next();
+      if (c == TokenReader::END) unclosed(level);
+      if (c == ')') break;
       if (subgroups + entries > 0) {
-        const Token& t = peek();
-        if (!isPunct(t, ",")) {
+        if (c != ',') {
+          Token t = take();
           if (t.kind == TokenKind::Punct && t.text != "#")
             rd_.failAt(t.start, err::DnetUnexpectedPunct, t.text, label(level), node_.name);
           rd_.failAt(t.start, err::DnetTableMissingComma, label(level), node_.name);
         }
-        advance();
-        if (atEnd()) unclosed(level);
+        toks_.readPunct(',');
+        c = next();
+        if (c == TokenReader::END) unclosed(level);
       }
-      const Token& t = peek();
-      if (isPunct(t, "(")) {
-        if (entries > 0) rd_.failAt(t.start, err::DnetUnexpectedPunct, t.text, label(level), node_.name);
+      if (c == '(') {
+        if (entries > 0) unexpected(level);
         if (level < path_.size()) path_[level] = subgroups;
         group(level + 1, items);
         ++subgroups;
-      } else {
-        if (subgroups > 0) rd_.failAt(t.start, err::DnetUnexpectedPunct, t.text, label(level), node_.name);
-        if (t.kind == TokenKind::Number && t.number.escape.empty() && kind_ != TableKind::FuncState) {
-          items.push_back(Cell{t.number.value, CellTag::Number, t.start});  // the common case, in place
-          advance();
-        } else {
-          items.push_back(entry(take()));
-        }
-        ++entries;
+        continue;
       }
+      if (subgroups > 0) unexpected(level);
+      if (runs && c >= '0' && c <= '9') {
+        TextPosition at = toks_.here();
+        run_.clear();
+        if (size_t n = toks_.readPlainNumbers(run_, SIZE_MAX, ',', true)) {
+          for (double v : run_) items.push_back(Cell{v, CellTag::Number, at});
+          entries += static_cast<int>(n);
+          continue;
+        }
+      }
+      items.push_back(entry(take()));
+      ++entries;
     }
-    Token close = take();
+    TextPosition closeAt = toks_.here();
+    toks_.readPunct(')');
     ++closes_;
     if (level < path_.size()) path_[level] = -1;
-    shape(items, first, level, subgroups, entries, close.start);
+    shape(items, first, level, subgroups, entries, closeAt);
   }
-
   // Makes a group's entries cover its whole span: a short row is filled with undefined
   // entries, and a row given above the innermost level is repeated for every combination of
   // the dimensions below.  The group's entries are those of `items` from `first` on.
@@ -206,13 +221,17 @@ class TableParser {
 
   // A state of the node: its name, or "#" and its index.
   Cell stateEntry(const Token& t, Cell c) {
-    if (isPunct(t, "#") && !atEnd() && peek().kind == TokenKind::Number && peek().number.integral) {
-      double v = take().number.value;
-      if (v < 0 || v >= node_.numStates)
-        rd_.failAt(t.start, err::DnetUnknownStateEntry, "#" + std::to_string(static_cast<long long>(v)),
-                   label(dims_.size()), node_.name);
-      c.value = v;
-      return c;
+    if (isPunct(t, "#")) {
+      int d = next();
+      Number n;
+      if ((d == '.' || (d >= '0' && d <= '9') || d == '-' || d == '+' || d == '@') && toks_.readNumber(n) && n.integral) {
+        double v = n.value;
+        if (v < 0 || v >= node_.numStates)
+          rd_.failAt(t.start, err::DnetUnknownStateEntry, "#" + std::to_string(static_cast<long long>(v)),
+                     label(dims_.size()), node_.name);
+        c.value = v;
+        return c;
+      }
     }
     for (size_t i = 0; i < node_.stateNames.size(); ++i)
       if (node_.stateNames[i] == t.text) {
@@ -229,7 +248,7 @@ class TableParser {
   TableKind kind_;
   std::vector<int> dims_;
   std::vector<int> path_;  // the parent states of the groups now open (-1: none)
-  Token next_;
+  std::vector<double> run_;
   int opens_ = 0, closes_ = 0;
   bool flat_ = false;
 };

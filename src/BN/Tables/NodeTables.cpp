@@ -46,8 +46,10 @@ PotTable unfilledTable(Bnode& node, bool withNode) {
   std::vector<Bnode*> nodes = tableNodes(node, withNode);
   for (const Link& l : node.parents)
     if (!l.parent->hasStates()) engError(node.net->env, err::SetContinuousParent, node.name);
-  checkCptSize(node, dimsOf(nodes), "create");
-  PotTable fresh(node.net->env, std::move(nodes));
+  std::vector<int> dims = dimsOf(nodes);
+  checkCptSize(node, dims, "create");
+  PotTable fresh(node.net->env);
+  fresh.setNodes(std::move(nodes), std::move(dims));
   fresh.allocate();
   return fresh;
 }
