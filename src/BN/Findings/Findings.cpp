@@ -94,13 +94,15 @@ void changed(Bnode& n) {
 // refused for want of memory), so that a refused call leaves the previous findings in force.
 class FindingsKept {
  public:
-  FindingsKept(Bnet& net, Bnode* only) : net_(net) {
-    if (only) saved_.emplace_back(only, only->finding);
+  FindingsKept(Bnet& net, Bnode* only) : net_(net), only_(only) {
+    if (only)
+      onlyFinding_ = only->finding;  // one node, the usual case: no list to allocate
     else
       for (Bnode* n : net.nodes) saved_.emplace_back(n, n->finding);
   }
   ~FindingsKept() {
     if (!restore_) return;
+    if (only_) only_->finding = std::move(onlyFinding_);
     for (auto& [node, finding] : saved_) node->finding = std::move(finding);
     net_.findingsChanged();
   }
@@ -110,6 +112,8 @@ class FindingsKept {
 
  private:
   Bnet& net_;
+  Bnode* only_;
+  Finding onlyFinding_;
   std::vector<std::pair<Bnode*, Finding>> saved_;
   bool restore_ = true;
 };
@@ -208,23 +212,24 @@ void enterState(Bnode& n, int state, bool replace, bool check, bool action) {
     if (state >= n.numStates) engError(env, err::FindingTooLarge, state, n.numStates - 1);
     if (state < 0) engError(env, err::FindingNegative, state, UNDEF_STATE_VALUE);
   }
-  std::string name = stateLabel(n, state);
+  // The state as messages name it, made only for a message.
+  auto name = [&n, state] { return stateLabel(n, state); };
   if (!replace) {
-    if (f.state >= 0 && f.state != state) engError(env, err::FindingContradicts, name, stateLabel(n, f.state));
+    if (f.state >= 0 && f.state != state) engError(env, err::FindingContradicts, name(), stateLabel(n, f.state));
     if (!f.likelihood.empty() && f.likelihood[static_cast<size_t>(state)] == 0.0f)
-      engError(env, err::FindingContradictsLikelihood, name);
+      engError(env, err::FindingContradictsLikelihood, name());
   }
   int stated = statedValue(n);
-  if (stated >= 0 && stated != state) engError(env, err::FindingStatedValue, name);
+  if (stated >= 0 && stated != state) engError(env, err::FindingStatedValue, name());
   int fromParents = valueFromParents(n);
   if (fromParents >= 0 && fromParents != state)
-    engError(env, err::FindingFromParents, name, stateLabel(n, fromParents));
+    engError(env, err::FindingFromParents, name(), stateLabel(n, fromParents));
   Finding next;
   next.state = state;
   next.action = action;
   NetEdit edit(*n.net, "enter finding", EditKind::Findings, UndoScope::finding(n));
   FindingsKept kept(*n.net, &n);
-  if (!installPossible(n, std::move(next))) engError(env, err::FindingInconsistentModel, name);
+  if (!installPossible(n, std::move(next))) engError(env, err::FindingInconsistentModel, name());
   changed(n);
   kept.keep();
   edit.commit();
