@@ -36,6 +36,7 @@ void checkCptSize(const Bnode& node, const std::vector<int>& dims, const char* v
 namespace {
 std::vector<int> dimsOf(const std::vector<Bnode*>& nodes) {
   std::vector<int> d;
+  d.reserve(nodes.size());
   for (const Bnode* n : nodes) d.push_back(n->numStates);
   return d;
 }

@@ -120,8 +120,15 @@ void PotTable::setNodes(NodeVec nodes) {
 void PotTable::setNodes(NodeVec nodes, std::vector<int> dims) {
   freeData();
   size_ = entriesOf(dims);
-  nodes_ = std::make_shared<const NodeVec>(std::move(nodes));
-  dims_ = std::make_shared<const std::vector<int>>(std::move(dims));
+  // The nodes and their state counts share one allocation.
+  struct Both {
+    NodeVec nodes;
+    std::vector<int> dims;
+  };
+  auto both = std::make_shared<const Both>(Both{std::move(nodes), std::move(dims)});
+  const std::vector<int>* dimsIn = &both->dims;
+  nodes_ = std::shared_ptr<const NodeVec>(both, &both->nodes);
+  dims_ = std::shared_ptr<const std::vector<int>>(std::move(both), dimsIn);
 }
 
 void PotTable::shareNodes(const PotTable& other) {
