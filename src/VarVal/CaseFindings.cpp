@@ -137,20 +137,11 @@ bool enterCase(const CaseReader& reader, const CaseRow& row, const CaseBinding& 
   // Each finding is saved just before it first changes; only those are put back on a refusal.
   std::vector<std::pair<Bnode*, Finding>>& saved = scratch.saved;
   saved.clear();
-  // A node whose finding is at most a state and that gets a state again has its finding replaced
-  // in one step (nothing changes when the state is the same), not retracted first.
-  auto replaceable = [&values](const Bnode& n, size_t c) {
-    const Finding& f = n.finding;
-    return values[c].kind == CaseValue::State && f.likelihood.empty() && f.calibration.empty() && f.value != f.value;
-  };
-  const uint64_t label = net->newLabel();
-  for (size_t c = 0; c < bound.size(); ++c)
-    if (bound[c] && replaceable(*bound[c], c)) bound[c]->mark = label;
   try {
     FindingBatch batch(*net);  // one update for the whole case
     if (!add)
       for (Bnode* n : listed)
-        if (n && !n->finding.empty() && n->mark != label) {
+        if (n && !n->finding.empty()) {
           saved.emplace_back(n, n->finding);
           retractNode(*n);
         }
@@ -159,7 +150,7 @@ bool enterCase(const CaseReader& reader, const CaseRow& row, const CaseBinding& 
       const CaseValue& v = values[c];
       if (!n || v.kind == CaseValue::Missing) continue;
       saved.emplace_back(n, n->finding);
-      if (!n->finding.empty() && !replaceable(*n, c)) retractNode(*n);
+      if (!n->finding.empty()) retractNode(*n);
       if (v.kind == CaseValue::State)
         enterState(*n, v.state, true, true);
       else if (v.kind == CaseValue::Value)

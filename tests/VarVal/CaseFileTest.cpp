@@ -4,7 +4,6 @@
 #include <fstream>
 #include <functional>
 #include <string>
-#include <vector>
 
 #include "Support/EnvFixture.h"
 
@@ -301,33 +300,6 @@ struct Malformed {
   const char* text;
   const char* message;
 };
-
-// A case that gives a node the state it has already changes nothing about it (no change event),
-// while a changed state replaces the finding with one event and a missing field retracts it.
-TEST_F(CaseFileTest, NextCaseChangesOnlyTheFindingsThatDiffer) {
-  setText("A\tB\nyes\tlow\nyes\thigh\n*\thigh\n");
-  std::vector<std::string> heard;
-  auto onNode = [](const node_bn* node, eventtype_vq, void* object, void*) {
-    static_cast<std::vector<std::string>*>(object)->push_back(GetNodeName_bn(node));
-    return 0;
-  };
-  AddNodeListener_bn(a, onNode, &heard, CHANGE_EVENT);
-  AddNodeListener_bn(b, onNode, &heard, CHANGE_EVENT);
-  caseposn_bn posn = FIRST_CASE;
-  read(posn);
-  heard.clear();
-  posn = NEXT_CASE;
-  read(posn);
-  EXPECT_EQ(GetNodeFinding_bn(a), 0);
-  EXPECT_EQ(GetNodeFinding_bn(b), 2);
-  EXPECT_EQ(heard, std::vector<std::string>{"B"});
-  heard.clear();
-  posn = NEXT_CASE;
-  read(posn);
-  EXPECT_EQ(GetNodeFinding_bn(a), UNDEF_STATE);
-  EXPECT_EQ(GetNodeFinding_bn(b), 2);
-  EXPECT_EQ(heard, std::vector<std::string>{"A"});
-}
 
 TEST_F(CaseFileTest, MalformedInputIsReportedWithItsLocation) {
   const Malformed cases[] = {
