@@ -435,4 +435,19 @@ TEST_F(TokenReaderTest, PlainDecimalsEqualTheFullConversion) {
   ASSERT_TRUE(c.readNumber(n));
   EXPECT_EQ(n.value, 7);
   EXPECT_FALSE(c.readPlainCount(0, 20, v));  // 9x is a word
+
+  // A separator goes only with the number after it; a needed one ends the run where it is absent;
+  // passing over a run gives the count and the last number's place.
+  TokenReader& s = reader("1, 2,\n 3 4, @undef");
+  std::vector<double> got;
+  EXPECT_EQ(s.readPlainNumbers(got, 10, ',', true), 3u);
+  EXPECT_EQ(got, (std::vector<double>{1, 2, 3}));
+  EXPECT_EQ(s.peek(), '4');  // no separator before it: left, after the blanks
+  EXPECT_EQ(s.readPlainNumbers(got, 10, ','), 1u);
+  EXPECT_EQ(s.skipSpace(), ',');  // the comma before '@' is left
+  TokenReader& k = reader("  5,6 ,\n7;");
+  EXPECT_EQ(k.skipPlainNumbers(','), 3u);
+  EXPECT_EQ(k.tokenStart().line, 2);
+  EXPECT_EQ(k.tokenStart().column, 1);
+  EXPECT_EQ(k.skipSpace(), ';');
 }
