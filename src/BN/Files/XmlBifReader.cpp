@@ -152,15 +152,16 @@ class XmlBifReader {
     if (need > MAX_CPT_ENTRIES) rd_.failAt(at(table), err::FmtTableTooBig, var.text, need);
     const char* cur = table.child_value();
     double count = 0;
+    var.reserveTable(need);
     for (;;) {
       cur += std::strspn(cur, " \t\r\n");
       if (!*cur) break;
       char* end = nullptr;
       double v = std::strtod(cur, &end);
-      std::string word(cur, std::strcspn(cur, " \t\r\n"));
-      if (end == cur || (*end && !std::strchr(" \t\r\n", *end))) rd_.failAt(at(table), err::FmtBadNumber, word);
+      auto word = [cur] { return std::string(cur, std::strcspn(cur, " \t\r\n")); };  // for a message
+      if (end == cur || (*end && !std::strchr(" \t\r\n", *end))) rd_.failAt(at(table), err::FmtBadNumber, word());
       if (var.kind == UTILITY ? !std::isfinite(v) : !(v >= 0 && v <= 3.4e38))
-        rd_.failAt(at(table), err::FmtBadProbability, word, var.text);
+        rd_.failAt(at(table), err::FmtBadProbability, word(), var.text);
       if (++count <= need) var.table.push_back(v);
       cur = end;
     }

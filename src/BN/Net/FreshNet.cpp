@@ -27,8 +27,12 @@ void nameFreshStates(Bnode& node, const std::vector<std::string>& texts) {
     if (many) seen.insert(names.back());
   }
   node.stateNames = std::move(names);
+  // A text that had to change is kept as the state's title (set directly: the net is not yet seen).
   for (size_t i = 0; i < texts.size(); ++i)
-    if (node.stateNames[i] != texts[i]) setStateTitle(node, static_cast<int>(i), texts[i].c_str());
+    if (node.stateNames[i] != texts[i]) {
+      if (node.stateTitles.empty()) node.stateTitles.resize(texts.size());
+      node.stateTitles[i] = texts[i];
+    }
 }
 
 namespace {
