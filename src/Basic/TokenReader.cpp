@@ -584,15 +584,12 @@ size_t TokenReader::skipPlainNumbers(char sep) {
 bool TokenReader::readPlainCount(uint64_t low, uint64_t high, uint64_t& out) {
   int c = skipSpace();
   if (c < '0' || c > '9') return false;
-  const char* p = data_ + pos_;
-  const size_t avail = end_ - pos_;
   uint64_t v = 0;
-  size_t i = 0;
-  for (; i < avail && i < 18 && p[i] >= '0' && p[i] <= '9'; ++i) v = v * 10 + static_cast<uint64_t>(p[i] - '0');
-  if (i == avail ? !eof_ : isWordChar(static_cast<unsigned char>(p[i])) || p[i] == '.') return false;
-  if (v < low || v > high) return false;
+  size_t after = 0;
+  const size_t n = plainNumberLength(data_ + pos_, end_ - pos_, !eof_, v, after);
+  if (n == 0 || after > 0 || v < low || v > high) return false;  // a point makes it no count
   startToken();
-  takeInLine(i);
+  takeInLine(n);
   out = v;
   return true;
 }

@@ -268,7 +268,7 @@ class BifReader {
     std::vector<double>& nums = nums_;
     std::vector<std::string>& texts = texts_;  // the parent states of a row, as written
     std::vector<double> given, defaultRow;
-    given.reserve(std::min<size_t>(rows * nc, size_t{1} << 16));  // a claimed huge table grows as it is read
+    reserveTableEntries(given, rowsD * static_cast<double>(nc));
     std::vector<size_t> givenRow;
     std::vector<bool> seen(rows, false);
     size_t seenCount = 0;

@@ -221,17 +221,14 @@ class TableParser {
 
   // A state of the node: its name, or "#" and its index.
   Cell stateEntry(const Token& t, Cell c) {
-    if (isPunct(t, "#")) {
-      int d = next();
-      Number n;
-      if ((d == '.' || (d >= '0' && d <= '9') || d == '-' || d == '+' || d == '@') && toks_.readNumber(n) && n.integral) {
-        double v = n.value;
-        if (v < 0 || v >= node_.numStates)
-          rd_.failAt(t.start, err::DnetUnknownStateEntry, "#" + std::to_string(static_cast<long long>(v)),
-                     label(dims_.size()), node_.name);
-        c.value = v;
-        return c;
-      }
+    // readNumber takes nothing when no number stands next; a number that is not whole is refused
+    // below with the "#".
+    if (Number n; isPunct(t, "#") && toks_.readNumber(n) && n.integral) {
+      if (n.value < 0 || n.value >= node_.numStates)
+        rd_.failAt(t.start, err::DnetUnknownStateEntry, "#" + std::to_string(static_cast<long long>(n.value)),
+                   label(dims_.size()), node_.name);
+      c.value = n.value;
+      return c;
     }
     for (size_t i = 0; i < node_.stateNames.size(); ++i)
       if (node_.stateNames[i] == t.text) {

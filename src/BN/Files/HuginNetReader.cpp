@@ -207,7 +207,7 @@ class HuginReader {
     TextPosition start = rd_.here();
     if (need > MAX_CPT_ENTRIES) rd_.failAt(start, err::FmtTableTooBig, var.text, need);
     expect('(');
-    var.reserveTable(need);
+    reserveTableEntries(var.table, need);
     int depth = 1;
     double count = 0;
     while (depth > 0) {

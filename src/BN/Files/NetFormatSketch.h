@@ -28,13 +28,6 @@ struct SketchVar {
   // A CPT (parents first, own states fastest), or for a utility one value per parent row;
   // empty: no table given.
   std::vector<double> table;
-
-  // Makes room for a table of `need` entries before it is read; past a bound the table grows as
-  // it is read, so that a file that claims a huge table does not claim its memory up front.
-  void reserveTable(double need) {
-    constexpr double BOUND = 1 << 16;
-    table.reserve(static_cast<size_t>(need < BOUND ? need : BOUND));
-  }
 };
 
 struct NetSketch {

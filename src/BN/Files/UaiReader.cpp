@@ -103,7 +103,7 @@ class UaiReader {
     TextPosition at = rd_.here();
     size_t given = count("a table's entry count", 0, 400000000);
     if (static_cast<double>(given) != need) rd_.failAt(at, err::FmtTableCount, var.text, static_cast<int>(given), need);
-    var.reserveTable(static_cast<double>(given));
+    reserveTableEntries(var.table, need);
     for (size_t k = 0; k < given; ++k) {
       k += rd_.readPlainNumbers(var.table, given - k);
       if (k == given) break;

@@ -152,7 +152,7 @@ class XmlBifReader {
     if (need > MAX_CPT_ENTRIES) rd_.failAt(at(table), err::FmtTableTooBig, var.text, need);
     const char* cur = table.child_value();
     double count = 0;
-    var.reserveTable(need);
+    reserveTableEntries(var.table, need);
     for (;;) {
       cur += std::strspn(cur, " \t\r\n");
       if (!*cur) break;

@@ -12,6 +12,14 @@ class Bnode;
 
 inline constexpr double MAX_CPT_ENTRIES = 400'000'000.0;
 
+// Makes room in `entries` for a table of `need` entries about to be read from a file; past a
+// bound the vector grows as the entries come, so that a file claiming a huge table does not
+// claim its memory up front.
+inline void reserveTableEntries(std::vector<double>& entries, double need) {
+  constexpr double BOUND = 1 << 16;
+  entries.reserve(static_cast<size_t>(need < BOUND ? need : BOUND));
+}
+
 struct NodeTables {
   PotTable cpt;
   PotTable func;   // a state index (as a float) or a real value per row
