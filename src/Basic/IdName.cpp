@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <charconv>
 #include <set>
 
 #include "Basic/Format.h"
@@ -87,9 +88,9 @@ int checkName(std::string_view name, int flags, std::string* message) {
 }
 
 std::string legalName(std::string_view text) {
-  std::string out;
-  for (char c : text.substr(0, MAX_NAME_LENGTH))
-    out += isAsciiLetterOrDigit(static_cast<unsigned char>(c)) ? c : '_';
+  std::string out(text.substr(0, MAX_NAME_LENGTH));
+  for (char& c : out)
+    if (!isAsciiLetterOrDigit(static_cast<unsigned char>(c))) c = '_';
   if (out.empty()) return "_";
   if (std::isdigit(static_cast<unsigned char>(out[0]))) out[0] = '_';
   return out;
@@ -98,10 +99,12 @@ std::string legalName(std::string_view text) {
 std::string uniqueName(std::string_view text, const std::function<bool(const std::string&)>& taken) {
   std::string name = legalName(text);
   if (!taken(name)) return name;
-  std::string stem = name.substr(0, std::min<size_t>(name.size(), 20));
+  const size_t stem = std::min<size_t>(name.size(), 20);
   for (unsigned long i = 0;; ++i) {
-    std::string candidate = stem + std::to_string(i);
-    if (!taken(candidate)) return candidate;
+    char digits[24];
+    name.resize(stem);
+    name.append(digits, std::to_chars(digits, digits + sizeof digits, i).ptr);
+    if (!taken(name)) return name;
   }
 }
 

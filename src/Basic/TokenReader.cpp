@@ -509,10 +509,16 @@ inline void passBlanks(const char* data, size_t end, Cursor& at) {
 // exact when its digits make an integer of at most 2^53 and at most 22 of them follow the point:
 // one correctly rounded division then gives what a full conversion gives.
 inline size_t plainNumberLength(const char* p, size_t avail, bool more, uint64_t& digits, size_t& after) {
+  after = 0;
+  // One digit alone, as most entries of deterministic tables are.
+  if (avail >= 2 && static_cast<unsigned char>(p[0] - '0') < 10 && !isWordChar(static_cast<unsigned char>(p[1])) &&
+      p[1] != '.') {
+    digits = static_cast<uint64_t>(p[0] - '0');
+    return 1;
+  }
   const size_t limit = std::min<size_t>(avail, 40);
   size_t i = 0;
   digits = 0;
-  after = 0;
   for (; i < limit && static_cast<unsigned char>(p[i] - '0') < 10; ++i) digits = digits * 10 + static_cast<uint64_t>(p[i] - '0');
   if (i > 0 && i < limit && p[i] == '.') {
     const size_t point = ++i;
@@ -536,15 +542,30 @@ void TokenReader::skipBlanks() {
   column_ = at.column;
 }
 
-template <class Take>
-size_t TokenReader::plainNumbers(size_t max, char sep, bool sepNeeded, bool first, Take take) {
+template <bool Nested, class Take>
+size_t TokenReader::plainNumbers(size_t max, char sep, bool sepNeeded, bool first, Take take, Brackets* brackets) {
   const char* const data = data_;
   const size_t end = end_;
   Cursor at{pos_, line_, column_};
   TextPosition start = tokenStart_;
   size_t got = 0;
-  while (got < max) {
+  while (Nested || got < max) {
     passBlanks(data, end, at);
+    if constexpr (Nested) {
+      const char c = at.pos < end ? data[at.pos] : 0;
+      if (c == brackets->open || c == brackets->close) {
+        start = {at.line, at.column};
+        ++at.pos;
+        ++at.column;
+        if (c == brackets->open) {
+          ++brackets->depth;
+        } else if (--brackets->depth == 0) {
+          break;
+        }
+        continue;
+      }
+      if (got == max) break;
+    }
     // A separator is taken only with the number after it.
     Cursor next = at;
     const bool follows = !(first && got == 0);  // a number stands before this one
@@ -573,12 +594,19 @@ size_t TokenReader::plainNumbers(size_t max, char sep, bool sepNeeded, bool firs
 }
 
 size_t TokenReader::readPlainNumbers(std::vector<double>& out, size_t max, char sep, bool sepNeeded) {
-  return plainNumbers(max, sep, sepNeeded, out.empty(),
-                      [&out](uint64_t digits, size_t after) { out.push_back(static_cast<double>(digits) / TENS[after]); });
+  return plainNumbers<false>(max, sep, sepNeeded, out.empty(), [&out](uint64_t digits, size_t after) {
+    out.push_back(static_cast<double>(digits) / TENS[after]);
+  });
+}
+
+size_t TokenReader::readNestedNumbers(std::vector<double>& out, size_t max, Brackets& brackets) {
+  return plainNumbers<true>(
+      max, 0, false, true,
+      [&out](uint64_t digits, size_t after) { out.push_back(static_cast<double>(digits) / TENS[after]); }, &brackets);
 }
 
 size_t TokenReader::skipPlainNumbers(char sep) {
-  return plainNumbers(SIZE_MAX, sep, false, true, [](uint64_t, size_t) {});
+  return plainNumbers<false>(SIZE_MAX, sep, false, true, [](uint64_t, size_t) {});
 }
 
 bool TokenReader::readPlainCount(uint64_t low, uint64_t high, uint64_t& out) {

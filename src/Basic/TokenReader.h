@@ -202,6 +202,15 @@ class TokenReader {
   // A `sep` is taken only together with the number after it; with `sepNeeded` the numbers must
   // be separated by it (white space alone ends the run).
   size_t readPlainNumbers(std::vector<double>& out, size_t max, char sep = 0, bool sepNeeded = false);
+  // Brackets around and between numbers, and how deeply the reader stands inside them.
+  struct Brackets {
+    char open, close;
+    int depth;
+  };
+  // Plain numbers as readPlainNumbers reads them (without separators) and the brackets around
+  // and between them, counted in `brackets.depth`, until the bracket that brings the depth to 0
+  // has been taken, or something else stands next (a number once `max` have been read).
+  size_t readNestedNumbers(std::vector<double>& out, size_t max, Brackets& brackets);
   // Passes over plain numbers as readPlainNumbers reads them (the first not after a `sep`), and
   // returns how many; tokenStart() is then the start of the last.
   size_t skipPlainNumbers(char sep = 0);
@@ -307,8 +316,8 @@ class TokenReader {
   bool skipMarkup();
   void skipIgnoreSection(TextPosition start);
   void skipBlanks();  // spaces, tabs and line feeds
-  template <class Take>
-  size_t plainNumbers(size_t max, char sep, bool sepNeeded, bool first, Take take);
+  template <bool Nested, class Take>
+  size_t plainNumbers(size_t max, char sep, bool sepNeeded, bool first, Take take, Brackets* brackets = nullptr);
   bool startsNumber();
   void readDigits(std::string& text);
   bool readInfinity(Number& out);

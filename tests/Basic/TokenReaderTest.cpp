@@ -450,4 +450,21 @@ TEST_F(TokenReaderTest, PlainDecimalsEqualTheFullConversion) {
   EXPECT_EQ(k.tokenStart().line, 2);
   EXPECT_EQ(k.tokenStart().column, 1);
   EXPECT_EQ(k.skipSpace(), ';');
+
+  // Nested runs take brackets around and between numbers and stop at the closing bracket that
+  // ends the nesting, at a number past the count, or at anything else.
+  TokenReader& b = reader("((1 0.5)\n (2 3)) 9 ((4 5) 6 -7)");
+  TokenReader::Brackets br{'(', ')', 0};
+  got.clear();
+  EXPECT_EQ(b.readNestedNumbers(got, 10, br), 4u);
+  EXPECT_EQ(got, (std::vector<double>{1, 0.5, 2, 3}));
+  EXPECT_EQ(br.depth, 0);
+  EXPECT_EQ(b.tokenStart().line, 2);
+  EXPECT_EQ(b.tokenStart().column, 7);  // the closing bracket
+  EXPECT_EQ(b.readNestedNumbers(got, 3, br), 3u);  // 9 4 5, and the brackets before 6
+  EXPECT_EQ(br.depth, 1);
+  EXPECT_EQ(b.peek(), '6');
+  EXPECT_EQ(b.readNestedNumbers(got, 10, br), 1u);  // "-7" is not plain
+  EXPECT_EQ(got.back(), 6);
+  EXPECT_EQ(b.peek(), '-');
 }

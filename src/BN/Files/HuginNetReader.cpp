@@ -208,10 +208,14 @@ class HuginReader {
     if (need > MAX_CPT_ENTRIES) rd_.failAt(start, err::FmtTableTooBig, var.text, need);
     expect('(');
     reserveTableEntries(var.table, need);
-    int depth = 1;
+    TokenReader::Brackets brackets{'(', ')', 1};
+    int& depth = brackets.depth;
     double count = 0;
     while (depth > 0) {
-      if (count < need) count += static_cast<double>(rd_.readPlainNumbers(var.table, static_cast<size_t>(need - count)));
+      if (count < need) {
+        count += static_cast<double>(rd_.readNestedNumbers(var.table, static_cast<size_t>(need - count), brackets));
+        if (depth == 0) break;
+      }
       int c = rd_.skipSpace();
       if (c == '(' || c == ')') {
         rd_.readPunct(static_cast<char>(c));

@@ -23,11 +23,14 @@ Bnet* buildNet(const NetSketch& sketch, EnvCore* env) {
   if (!sketch.label.empty()) net->title = sketch.label;
   else if (!sketch.name.empty() && netName != sketch.name) net->title = sketch.name;
   std::vector<Bnode*> nodes;
+  nodes.reserve(sketch.vars.size());
+  net->reserveNodes(sketch.vars.size());
   for (const SketchVar& v : sketch.vars) {
     std::string name = uniqueName(v.text, [&net](const std::string& n) { return net->nameTaken(n); });
     Bnode& node = net->addNode(name, v.kind == UTILITY ? 0 : static_cast<int>(NetSketch::stateCount(v)));
     node.kind = v.kind;
     if (v.numberedStates > 0) {
+      node.stateNames.reserve(v.numberedStates);
       for (size_t s = 0; s < v.numberedStates; ++s) node.stateNames.push_back("s" + std::to_string(s));
     } else if (!v.states.empty() && v.kind != UTILITY) {
       nameFreshStates(node, v.states);
@@ -40,11 +43,12 @@ Bnet* buildNet(const NetSketch& sketch, EnvCore* env) {
     nodes.push_back(&node);
   }
   std::vector<Family> families;
+  families.reserve(sketch.vars.size());
   for (size_t i = 0; i < sketch.vars.size(); ++i) {
     const SketchVar& v = sketch.vars[i];
     if (v.parents.empty()) continue;
-    std::vector<Link> links;
-    for (size_t p : v.parents) links.push_back(Link{nodes[p], "", {}});
+    std::vector<Link> links(v.parents.size());
+    for (size_t k = 0; k < v.parents.size(); ++k) links[k].parent = nodes[v.parents[k]];
     families.emplace_back(nodes[i], std::move(links));
   }
   linkFresh(std::move(families));

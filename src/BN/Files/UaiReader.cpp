@@ -75,12 +75,18 @@ class UaiReader {
   size_t readScope() {
     const size_t n = sketch_.vars.size();
     size_t size = count("a scope size", 1, static_cast<long>(std::max<size_t>(n, 1)));
-    std::vector<size_t> scope;
+    std::vector<size_t>& scope = scope_;
+    scope.clear();
     TextPosition childAt;
     for (size_t k = 0; k < size; ++k) {
-      rd_.skipSpace();
-      childAt = rd_.here();
-      size_t v = count("a variable index", 0, 1000000);
+      uint64_t v = 0;
+      if (rd_.readPlainCount(0, 1000000, v)) {
+        childAt = rd_.tokenStart();
+      } else {
+        rd_.skipSpace();
+        childAt = rd_.here();
+        v = count("a variable index", 0, 1000000);
+      }
       if (v >= n) rd_.failAt(childAt, err::UaiVariableIndex, std::to_string(v), static_cast<int>(n));
       for (size_t u : scope)
         if (u == v) rd_.failAt(childAt, err::FmtParentTwice, "v" + std::to_string(v), "scope");
@@ -119,6 +125,7 @@ class UaiReader {
   TokenReader rd_;
   NetSketch sketch_;
   Number number_;
+  std::vector<size_t> scope_;  // the scope being read
 };
 
 }  // namespace

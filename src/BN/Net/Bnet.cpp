@@ -66,6 +66,12 @@ Bnode& Bnet::addNode(std::string nodeName, int numStates) {
   return ref;
 }
 
+void Bnet::reserveNodes(size_t more) {
+  storage_.reserve(storage_.size() + more);
+  nodes.reserve(nodes.size() + more);
+  byName_.reserve(byName_.size() + more);
+}
+
 void Bnet::removeNode(Bnode& node) {
   byName_.erase(node.name);
   nodes.erase(std::remove(nodes.begin(), nodes.end(), &node), nodes.end());

@@ -37,12 +37,14 @@ void nameFreshStates(Bnode& node, const std::vector<std::string>& texts) {
 
 namespace {
 
-// Whether the links form a cycle without delays or repeat a parent of one child.
+// Whether the links, in place, form a cycle without delays or repeat a parent of one child.
 bool needsWarnings(const std::vector<Family>& families, Bnet& net) {
-  for (const Family& f : families)
-    for (size_t i = 0; i < f.second.size(); ++i)
+  for (const Family& f : families) {
+    const std::vector<Link>& links = f.first->parents;
+    for (size_t i = 0; i < links.size(); ++i)
       for (size_t j = 0; j < i; ++j)
-        if (f.second[i].parent == f.second[j].parent) return true;
+        if (links[i].parent == links[j].parent) return true;
+  }
   // Kahn's order over the undelayed links: every node leaves it unless it lies on a cycle.  The
   // nodes' marks hold their indices meanwhile.
   std::vector<uint64_t> marks;
@@ -77,7 +79,7 @@ void linkFresh(std::vector<Family> families) {
   Bnet& net = *families.front().first->net;
   for (Family& f : families) {
     for (const Link& l : f.second) l.parent->children.push_back(f.first);
-    f.first->parents = f.second;
+    f.first->parents = std::move(f.second);
   }
   if (!needsWarnings(families, net)) {
     net.uncompile();
@@ -85,6 +87,7 @@ void linkFresh(std::vector<Family> families) {
   }
   // Rare: undo the links and set them child by child, which warns as it goes.
   for (Family& f : families) {
+    f.second = std::move(f.first->parents);
     for (const Link& l : f.second) {
       std::vector<Bnode*>& kids = l.parent->children;
       kids.erase(std::find(kids.begin(), kids.end(), f.first));
