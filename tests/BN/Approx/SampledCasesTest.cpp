@@ -7,16 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "Support/EnvFixture.h"
+#include "BN/DataNets.h"
 
 namespace {
-
-net_bn* readDataNet(environ_vq* env, const std::string& file) {
-  stream_vq* s = NewFileStream_vq(dataPath(file).c_str(), env, nullptr);
-  net_bn* net = ReadNet_bn(s, NO_VISUAL_INFO);
-  DeleteStream_vq(s);
-  return net;
-}
 
 std::string sampledText(net_bn* net, environ_vq* env, long long cases, long long seed, int threads) {
   stream_vq* s = NewMemoryStream_vq("sampled.txt", env, nullptr);

@@ -1,31 +1,20 @@
 // The two example decision nets solved against answers worked out by hand, with and without
-// findings, and the no-forgetting setting.
+// findings.
 #include <cmath>
-#include <cstdio>
 #include <string>
 
-#include "Support/EnvFixture.h"
+#include "BN/DataNets.h"
 
 namespace {
 
 class DecisionExamplesTest : public EnvTest {
  protected:
   net_bn* read(const char* file) {
-    net_bn* net = netFromText(env, fileText(file), file);
+    net_bn* net = readDataNet(env, std::string("../../examples/") + file);
     EXPECT_NE(net, nullptr) << lastMessage();
     CompileNet_bn(net);
     EXPECT_EQ(errorCount(ERROR_ERR), 0) << lastMessage();
     return net;
-  }
-  static std::string fileText(const char* file) {
-    std::string path = dataPath(std::string("../../examples/") + file);
-    FILE* f = std::fopen(path.c_str(), "rb");
-    EXPECT_NE(f, nullptr) << path;
-    std::string text;
-    char buf[4096];
-    for (size_t n; f && (n = std::fread(buf, 1, sizeof buf, f)) > 0;) text.append(buf, n);
-    if (f) std::fclose(f);
-    return text;
   }
   node_bn* at(net_bn* net, const char* name) { return GetNodeNamed_bn(name, net); }
   double eu(net_bn* net, const char* decision, int option) {
@@ -102,60 +91,6 @@ TEST_F(DecisionExamplesTest, TwoDecisionNetGivesHandWorkedPoliciesWithAndWithout
   for (state_bn r = 0; r < 3; ++r) EXPECT_EQ(policy(net, "Treat", r), 0) << "result " << r;
   EXPECT_NEAR(belief(net, "Result", 2), 1.0, 1e-6);
   EXPECT_EQ(errorCount(ERROR_ERR), 0) << lastMessage();
-}
-
-// Treat's own parent (Result) tells whether the test ran, so forgetting RunTest changes nothing
-// here; single policy updating without no forgetting reaches the same optimum.
-TEST_F(DecisionExamplesTest, NoForgettingSettingReadsBackAndBothSettingsSolveTheSequence) {
-  net_bn* net = read("test_treat.dne");
-  EXPECT_EQ(SetNetNoForgetting_bn(net, -1), 1);
-  EXPECT_EQ(SetNetNoForgetting_bn(net, 0), 1);
-  EXPECT_EQ(SetNetNoForgetting_bn(net, -1), 0);
-  EXPECT_NEAR(GetNetExpectedUtility_bn(net), 90.4, 1e-4);
-  EXPECT_EQ(SetNetNoForgetting_bn(net, 2), -1);
-  EXPECT_EQ(ErrorNumber_vq(lastError()), 5806);
-  EXPECT_EQ(SetNetNoForgetting_bn(net, -1), 0) << "a refused setting changes nothing";
-}
-
-// Every kind of node and table a decision net uses survives writing and reading: a decision with
-// a policy function table, utilities with real function tables, a constant with its value.
-TEST_F(DecisionExamplesTest, DecisionNetWrittenReadAndWrittenAgainGivesTheSameText) {
-  net_bn* net = NewNet_bn("Round", env);
-  node_bn* k = addNode(net, "Dose", 3, "low,mid,high");
-  SetNodeKind_bn(k, CONSTANT_NODE);
-  EnterFinding_bn(k, 1);
-  node_bn* x = addNode(net, "Sick", 2, "yes,no", {k}, {0.2, 0.8, 0.3, 0.7, 0.5, 0.5});
-  node_bn* d = addNode(net, "Act", 2, "act,wait", {x});
-  SetNodeKind_bn(d, DECISION_NODE);
-  for (state_bn s = 0; s < 2; ++s) SetNodeFuncState_bn(d, &s, 1 - s);
-  node_bn* u = NewNode_bn("Gain", 0, net);
-  SetNodeKind_bn(u, UTILITY_NODE);
-  AddLink_bn(x, u);
-  AddLink_bn(d, u);
-  for (state_bn a = 0; a < 2; ++a)
-    for (state_bn b = 0; b < 2; ++b) {
-      state_bn ps[2] = {a, b};
-      SetNodeFuncReal_bn(u, ps, 12.5 * a - 3.25 * b + 0.125);
-    }
-  node_bn* c = NewNode_bn("Cost", 0, net);
-  SetNodeKind_bn(c, UTILITY_NODE);
-  AddLink_bn(d, c);
-  for (state_bn a = 0; a < 2; ++a) SetNodeFuncReal_bn(c, &a, -7.75 * a);
-  ASSERT_EQ(errorCount(ERROR_ERR), 0) << lastMessage();
-  // The creator line carries the time of writing.
-  auto text = [&](net_bn* n) {
-    std::string t = netText(n, env, "round.dne");
-    size_t at = t.find("// File created");
-    return at == std::string::npos ? t : t.erase(at, t.find('\n', at) - at);
-  };
-  std::string first = text(net);
-  net_bn* back = netFromText(env, netText(net, env, "round.dne"), "round.dne");
-  ASSERT_NE(back, nullptr) << lastMessage();
-  EXPECT_EQ(text(back), first);
-  EXPECT_EQ(GetNodeKind_bn(GetNodeNamed_bn("Act", back)), DECISION_NODE);
-  EXPECT_EQ(GetNodeKind_bn(GetNodeNamed_bn("Dose", back)), CONSTANT_NODE);
-  state_bn ps[2] = {1, 0};
-  EXPECT_EQ(GetNodeFuncReal_bn(GetNodeNamed_bn("Gain", back), ps), 12.625);
 }
 
 }  // namespace

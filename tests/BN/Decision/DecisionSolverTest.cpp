@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "Support/EnvFixture.h"
+#include "BN/DataNets.h"
 
 namespace {
 
@@ -75,12 +75,7 @@ struct RandomDecisionNet {
 
 class DecisionSolverTest : public EnvTest {
  protected:
-  // The net's text without the creator line, which carries the time of writing.
-  std::string text(net_bn* net) {
-    std::string t = netText(net, env);
-    size_t at = t.find("// File created");
-    return at == std::string::npos ? t : t.erase(at, t.find('\n', at) - at);
-  }
+  std::string text(net_bn* net) { return withoutCreatorLine(netText(net, env)); }
 };
 
 // Every deterministic policy pair (4 for D1 times 256 for D2) enumerated over the joint: the best
@@ -215,8 +210,12 @@ TEST_F(DecisionSolverTest, NoForgettingLetsALaterDecisionUseWhatAnEarlierOneSaw)
   }
   CompileNet_bn(net);
   EXPECT_NEAR(GetNetExpectedUtility_bn(net), 6.5, 1e-5) << lastMessage();
-  SetNetNoForgetting_bn(net, 0);
+  EXPECT_EQ(SetNetNoForgetting_bn(net, 0), 1);
+  EXPECT_EQ(SetNetNoForgetting_bn(net, -1), 0);
   EXPECT_NEAR(GetNetExpectedUtility_bn(net), 3.5, 1e-5) << lastMessage();
+  EXPECT_EQ(SetNetNoForgetting_bn(net, 2), -1);
+  EXPECT_EQ(ErrorNumber_vq(lastError()), 5806);
+  EXPECT_EQ(SetNetNoForgetting_bn(net, -1), 0) << "a refused setting changes nothing";
   SetNetNoForgetting_bn(net, 1);
   EXPECT_NEAR(GetNetExpectedUtility_bn(net), 6.5, 1e-5) << lastMessage();
 }

@@ -113,12 +113,8 @@ TEST_F(DnetRoundTripTest, EveryNodeKindTypeTableAndFindingReadsBackAsWritten) {
     for (state_bn u = 0; u < 2; ++u) {
       const state_bn row[] = {w, u};
       SetNodeFuncState_bn(wet, row, w == 1 && u == 1 ? 0 : 1);
-    }
-  for (state_bn w = 0; w < 2; ++w)
-    for (state_bn u = 0; u < 2; ++u) {
-      const state_bn row[] = {w, u};
       SetNodeExperience_bn(wet, row, 3);
-    };
+    }
   ASSERT_EQ(lastError(), nullptr) << ErrorDisplayMessage_vq(lastError());
 
   std::string before = picture(net);

@@ -162,36 +162,18 @@ TEST_F(DnetWriterTest, ProbabilityTableLayout) {
   SetNodeProbs_bn(b, last, tenth);
   ASSERT_EQ(errorCount(ERROR_ERR), 0) << lastMessage();
 
-  std::string block = nodeBlock(written(), "B");
-  std::regex rowLine("\t\t[ (]*\\(([^)]*)\\)+[,;] *// (\\S+) +(\\S+)");
-  std::vector<std::smatch> rows;
-  std::vector<std::string> lines;
-  for (size_t at = 0, end; (end = block.find('\n', at)) != std::string::npos; at = end + 1)
-    lines.push_back(block.substr(at, end - at));
-  std::vector<std::string> cells, comments;
-  size_t commentColumn = 0;
-  for (const std::string& l : lines) {
-    std::smatch m;
-    if (!std::regex_match(l, m, rowLine)) continue;
-    cells.push_back(std::regex_replace(m[1].str(), std::regex(" +"), ""));
-    comments.push_back(m[2].str() + " " + m[3].str());
-    size_t col = l.find("//");
-    if (commentColumn == 0) commentColumn = col;
-    EXPECT_EQ(col, commentColumn) << "comment columns are not aligned:\n" << block;
-  }
-  ASSERT_EQ(cells.size(), 6u) << block;
-  EXPECT_EQ(cells[0], "0.3333333,0.6666667");
-  EXPECT_EQ(cells[1], "@undef,@undef");
-  EXPECT_EQ(cells[5], "0.1,0.9");
-  EXPECT_EQ(comments[0], "a1 c1");
-  EXPECT_EQ(comments[2], "a1 c3");
-  EXPECT_EQ(comments[3], "a2 c1");
-
-  // The nesting: three levels open at the first row, two at the first row of a2, one elsewhere;
-  // likewise they close, and the table ends the statement.
-  expectInOrder(block, {"probs = \n", "// yes", "no", "A", "C\n", "(((0.3333333,", "),",
-                        "\n\t\t  (@undef,", "\n\t\t  (@undef", ")),", "\n\t\t ((@undef,",
-                        "(0.1,", "0.9)));"});
+  // One row a line, nested by parent, each row's parent states in a comment column of its own.
+  EXPECT_EQ(nodeBlock(written(), "B"),
+            "\tnode B {\n\t\tdiscrete = TRUE;\n\t\tnumstates = 2;\n\t\tstates = (yes, no);\n"
+            "\t\tparents = (A, C);\n\t\tprobs = \n"
+            "\t\t// yes          no                  A  C\n"
+            "\t\t(((0.3333333,   0.6666667),      // a1 c1\n"
+            "\t\t  (@undef,      @undef),         // a1 c2\n"
+            "\t\t  (@undef,      @undef)),        // a1 c3\n"
+            "\t\t ((@undef,      @undef),         // a2 c1\n"
+            "\t\t  (@undef,      @undef),         // a2 c2\n"
+            "\t\t  (0.1,         0.9)));          // a2 c3\n"
+            "\t};\n");
 }
 
 TEST_F(DnetWriterTest, FunctionAndExperienceTables) {

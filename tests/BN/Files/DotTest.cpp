@@ -6,7 +6,7 @@
 #include <regex>
 #include <string>
 
-#include "Support/EnvFixture.h"
+#include "BN/DataNets.h"
 
 namespace {
 
@@ -44,9 +44,7 @@ TEST_F(DotTest, shapes_follow_kinds_and_labels_are_titles) {
 }
 
 TEST_F(DotTest, bars_show_beliefs_given_findings) {
-  stream_vq* s = NewFileStream_vq(dataPath("asia.bif").c_str(), env, nullptr);
-  net_bn* net = ReadNet_bn(s, NO_VISUAL_INFO);
-  DeleteStream_vq(s);
+  net_bn* net = readDataNet(env, "asia.bif");
   ASSERT_NE(net, nullptr) << lastMessage();
   CompileNet_bn(net);
   EnterFinding_bn(GetNodeNamed_bn("positive_XraY", net), 0);

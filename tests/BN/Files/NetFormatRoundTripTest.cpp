@@ -119,10 +119,10 @@ INSTANTIATE_TEST_SUITE_P(
                       Case{"asia.bif", UAI_FORMAT, false}, Case{"alarm.bif", UAI_FORMAT, false},
                       Case{"hailfinder.bif", UAI_FORMAT, false}));
 
-// Positions survive XMLBIF and Hugin NET exactly, also those beyond a float's range and
+// Positions survive DNET, XMLBIF and Hugin NET exactly, also those beyond a float's range and
 // precision; a net without any writes none.
-TEST_F(EnvTest, positions_survive_xmlbif_and_hugin) {
-  for (int format : {XMLBIF_FORMAT, HUGIN_NET_FORMAT}) {
+TEST_F(EnvTest, positions_survive_dnet_xmlbif_and_hugin) {
+  for (int format : {DNET_FORMAT, XMLBIF_FORMAT, HUGIN_NET_FORMAT}) {
     net_bn* net = NewNet_bn("P", env);
     node_bn* a = addNode(net, "A", 2, "a0,a1", {}, {0.25, 0.75});
     node_bn* b = addNode(net, "B", 2, "b0,b1", {a}, {0.5, 0.5, 0.1, 0.9});

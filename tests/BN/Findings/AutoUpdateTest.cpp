@@ -6,7 +6,7 @@
 #include "BN/Inference/JunctionTree.h"
 #include "BN/Net/Bnet.h"
 #include "Quorva/Handles.h"
-#include "Support/EnvFixture.h"
+#include "BN/DataNets.h"
 
 namespace {
 
@@ -14,9 +14,7 @@ class AutoUpdateTest : public EnvTest {
  protected:
   void SetUp() override {
     EnvTest::SetUp();
-    stream_vq* s = NewFileStream_vq(dataPath("alarm.bif").c_str(), env, nullptr);
-    net = ReadNet_bn(s, NO_VISUAL_INFO);
-    DeleteStream_vq(s);
+    net = readDataNet(env, "alarm.bif");
     ASSERT_NE(net, nullptr);
     nodes = GetNetNodes_bn(net);
     CompileNet_bn(net);

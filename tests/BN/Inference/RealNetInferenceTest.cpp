@@ -9,7 +9,7 @@
 #include "BN/Inference/JunctionTree.h"
 #include "BN/Net/Bnet.h"
 #include "Quorva/Handles.h"
-#include "Support/EnvFixture.h"
+#include "BN/DataNets.h"
 #include "Support/ReferenceElimination.h"
 
 namespace {
@@ -24,9 +24,7 @@ TEST_F(RealNetInferenceTest, BeliefsAgreeWithVariableElimination) {
     for (const char* name : {"asia", "survey", "alarm", "insurance", "hailfinder"}) {
       if (!keepCopy && (std::string(name) == "insurance" || std::string(name) == "hailfinder")) continue;
       SCOPED_TRACE(std::string(name) + (keepCopy ? ", copy kept" : ", rebuilt from the tables"));
-      stream_vq* s = NewFileStream_vq(dataPath(std::string(name) + ".bif").c_str(), env, nullptr);
-      net_bn* net = ReadNet_bn(s, NO_VISUAL_INFO);
-      DeleteStream_vq(s);
+      net_bn* net = readDataNet(env, std::string(name) + ".bif");
       ASSERT_NE(net, nullptr);
       SetNetAutoUpdate_bn(net, 0);
       CompileNet_bn(net);

@@ -5,16 +5,14 @@
 #include <vector>
 
 #include "Quorva/ToolSupport.h"
-#include "Support/EnvFixture.h"
+#include "BN/DataNets.h"
 
 namespace {
 
 class UpdateProgressTest : public EnvTest {
  protected:
   net_bn* read() {
-    stream_vq* s = NewFileStream_vq(dataPath("alarm.bif").c_str(), env, nullptr);
-    net_bn* net = ReadNet_bn(s, NO_VISUAL_INFO);
-    DeleteStream_vq(s);
+    net_bn* net = readDataNet(env, "alarm.bif");
     SetNetAutoUpdate_bn(net, 0);
     CompileNet_bn(net);
     return net;

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "BN/DataNets.h"
 #include "Support/NetSnapshot.h"
 
 struct DrawnCases {
@@ -16,12 +17,7 @@ struct DrawnCases {
 
 class LearnTest : public NetTest {
  protected:
-  net_bn* readData(const char* file) {
-    stream_vq* s = NewFileStream_vq(dataPath(file).c_str(), env, nullptr);
-    net_bn* net = ReadNet_bn(s, NO_VISUAL_INFO);
-    DeleteStream_vq(s);
-    return net;
-  }
+  net_bn* readData(const char* file) { return readDataNet(env, file); }
 
   // `count` cases drawn from `net` (findings retracted afterwards), each value hidden with
   // probability `missing`.
@@ -57,11 +53,7 @@ class LearnTest : public NetTest {
   }
 
   // A copy of `net` without any tables.
-  net_bn* blankCopy(const net_bn* net) {
-    net_bn* copy = CopyNet_bn(net, "blank", env, "no_tables");
-    return copy;
-  }
-
+  net_bn* blankCopy(const net_bn* net) { return CopyNet_bn(net, "blank", env, "no_tables"); }
 
  public:
   // The node's whole table `which` ("cpt" or "exper").

@@ -8,25 +8,19 @@
 
 #include "BN/Net/Bnet.h"
 #include "Quorva/Handles.h"
+#include "BN/DataNets.h"
 #include "Support/NetSnapshot.h"
 
 namespace {
 
 class UndoTest : public NetTest {
  protected:
-  net_bn* read(const char* file) {
-    stream_vq* s = NewFileStream_vq(dataPath(file).c_str(), env, nullptr);
-    net_bn* net = ReadNet_bn(s, NO_VISUAL_INFO);
-    DeleteStream_vq(s);
-    return net;
-  }
+  net_bn* read(const char* file) { return readDataNet(env, file); }
   static quorva::UndoHistory& history(net_bn* net) { return quorva::asNet(net)->undo; }
   // The net's file text with each node's finding code, whether its name finds it, and the node
   // sets' colours: what an undo must give back exactly.
   std::string text(net_bn* net) {
-    std::string out = netText(net, env, "undo");
-    size_t created = out.find("// File created by ");  // carries the time of writing
-    if (created != std::string::npos) out.erase(created, out.find('\n', created) - created);
+    std::string out = withoutCreatorLine(netText(net, env, "undo"));
     const nodelist_bn* nodes = GetNetNodes_bn(net);
     for (int i = 0; i < LengthNodeList_bn(nodes); ++i) {
       node_bn* n = GetNthNode_bn(nodes, i);
