@@ -85,13 +85,6 @@ TEST_F(WholeWriteTest, failed_write_leaves_old_file_whole_and_no_temporary) {
   }
 }
 
-TEST_F(WholeWriteTest, failed_first_write_makes_no_file) {
-  FileSpec f(&env, FileSpec::Kind::File, file);
-  f.failWritesAfter(10);
-  EXPECT_EQ(failure([&] { f.write(NEW); }), "couldn't write to file '" + file + "'");
-  EXPECT_TRUE(names().empty());
-}
-
 TEST_F(WholeWriteTest, dropped_without_commit_leaves_old_file) {
   put(file, OLD);
   FileSpec f(&env, FileSpec::Kind::File, file);

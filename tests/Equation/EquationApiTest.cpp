@@ -77,11 +77,4 @@ TEST_F(EquationApiTest, copied_net_keeps_the_equation) {
   EXPECT_STREQ(GetNodeEquation_bn(GetNodeNamed_bn("Y", copy)), "Y (Color) = Color != red");
 }
 
-TEST_F(EquationApiTest, null_node_is_refused) {
-  EXPECT_EQ(GetNodeEquation_bn(nullptr), nullptr);
-  EXPECT_NE(lastError(), nullptr);
-  SetNodeEquation_bn(nullptr, "Y () = 1");
-  EXPECT_NE(lastError(), nullptr);
-}
-
 }  // namespace

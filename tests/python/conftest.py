@@ -8,6 +8,12 @@ import quorva
 
 DATA = pathlib.Path(os.environ.get("QUORVA_TEST_DATA", pathlib.Path(__file__).parents[1] / "data"))
 
+# The small net's tables: P(A), P(C) and P(B | A, C) with axes A, C, B.
+PA = np.array([0.3, 0.7])
+PC = np.array([0.2, 0.5, 0.3])
+_YES = np.array([[0.1, 0.4, 0.7], [0.9, 0.6, 0.25]])
+PB = np.stack([_YES, 1 - _YES], axis=-1)
+
 
 @pytest.fixture
 def alarm():
@@ -25,18 +31,11 @@ def small():
     b = net.add_node("B", ["yes", "no"])
     net.add_link(a, b)
     net.add_link(c, b)
-    a.table = np.array([0.3, 0.7])
-    c.table = np.array([0.2, 0.5, 0.3])
-    yes = np.array([[0.1, 0.4, 0.7], [0.9, 0.6, 0.25]])
-    b.table = np.stack([yes, 1 - yes], axis=-1)
+    a.table, c.table, b.table = PA.copy(), PC.copy(), PB.copy()  # the references stay untouched
     yield net
     net.delete()
 
 
 def joint_small():
     """P(A, C, B) of the small net, by hand: axes A, C, B."""
-    pa = np.array([0.3, 0.7])
-    pc = np.array([0.2, 0.5, 0.3])
-    yes = np.array([[0.1, 0.4, 0.7], [0.9, 0.6, 0.25]])
-    pb = np.stack([yes, 1 - yes], axis=-1)
-    return pa[:, None, None] * pc[None, :, None] * pb
+    return PA[:, None, None] * PC[None, :, None] * PB

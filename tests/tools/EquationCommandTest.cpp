@@ -3,11 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "ToolRun.h"
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -18,10 +14,6 @@ namespace {
 
 class EquationViewTest : public EnvTest {
  protected:
-  void SetUp() override {
-    EnvTest::SetUp();
-    makeNet("eq");
-  }
   void makeNet(const char* name) {
     net = NewNet_bn(name, env);
     a = addNode(net, "A", 2, "cold,hot");
@@ -30,22 +22,6 @@ class EquationViewTest : public EnvTest {
   net_bn* net = nullptr;
   node_bn *a = nullptr, *y = nullptr;
 };
-
-TEST_F(EquationViewTest, parsed_equation_shows_its_printed_form_calls_and_type) {
-  SetNodeEquation_bn(y, "Y(A)=A==hot?2:0");
-  quorva::tool::EquationView v;
-  ASSERT_TRUE(quorva::tool::viewEquation(y, nullptr, v));
-  EXPECT_TRUE(v.parses);
-  EXPECT_EQ(v.text, "Y(A)=A==hot?2:0");
-  EXPECT_EQ(v.printed, "Y (A) = A == hot ? 2 : 0");
-  EXPECT_EQ(v.tree, "if (equal (A, hot), 2, 0)");
-  EXPECT_FALSE(v.probabilistic);
-  EXPECT_EQ(v.valueType, "integer");
-  ASSERT_TRUE(quorva::tool::viewEquation(y, "P (Y | A) = Y == #0 && A == cold ? 0.6 : 0.2", v));
-  EXPECT_TRUE(v.probabilistic) << v.message;
-  EXPECT_EQ(v.tree, "if (and (equal (Y, 0 state), equal (A, cold)), 0.6, 0.2)");
-  EXPECT_STREQ(GetNodeEquation_bn(y), "Y(A)=A==hot?2:0");  // a text to try is not kept
-}
 
 // An equation that parsed when set and no longer does after the net changed under it.
 TEST_F(EquationViewTest, equation_left_behind_by_an_edit_gives_the_message_and_where_it_stopped) {

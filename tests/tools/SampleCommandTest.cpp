@@ -92,23 +92,16 @@ TEST_F(SampleCommandTest, BadCommandLinesAndNetsFail) {
   }
 }
 
-json beliefsJson(const ToolRun& r) {
-  EXPECT_EQ(r.status, 0) << r.err;
-  return json::parse(r.out);
-}
-
 // Every method against the exact beliefs of the same findings, through the JSON output.
 TEST_F(SampleCommandTest, ApproximateMethodsPrintBeliefsNearTheExactOnesWithErrors) {
-  const std::vector<std::string> findings{"-f", "smoking=smoker", "-f", "dyspnoea=present"};
-  std::vector<std::string> args{"beliefs", ASIA, "--json"};
-  args.insert(args.end(), findings.begin(), findings.end());
-  const json exact = beliefsJson(quorva(args));
+  const std::vector<std::string> args{ASIA, "-f", "smoking=smoker", "-f", "dyspnoea=present"};
+  const json exact = beliefs(args);
   EXPECT_FALSE(exact.contains("method"));
   for (const char* method : {"lw", "is", "loopy"}) {
     SCOPED_TRACE(method);
     std::vector<std::string> a = args;
     a.insert(a.end(), {"--method", method, "--seed", "3"});
-    const json approx = beliefsJson(quorva(a));
+    const json approx = beliefs(a);
     EXPECT_EQ(approx["method"], method);
     ASSERT_EQ(approx["nodes"].size(), exact["nodes"].size());
     for (size_t i = 0; i < exact["nodes"].size(); ++i) {
@@ -195,7 +188,7 @@ TEST_F(SampleCommandTest, ExpectedValuesOfNodesWithLevels) {
   });
   for (const char* method : {"exact", "lw"}) {
     SCOPED_TRACE(method);
-    const json j = beliefsJson(quorva({"beliefs", net, "--json", "--method", method}));
+    const json j = beliefs({net, "--method", method});
     const std::vector<std::vector<double>> values{{1.5, 4, 10}, {10, 35}};
     for (size_t i = 0; i < 2; ++i) {
       const json& node = j["nodes"][i];

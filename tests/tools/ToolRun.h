@@ -5,8 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
+#include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -64,5 +66,29 @@ class ToolDirTest : public ::testing::Test {
     std::ofstream(dir + "/" + name) << text;
     return dir + "/" + name;
   }
+  // `quorva beliefs --json ARGS`, which must succeed with one line of JSON (null when it fails).
+  nlohmann::json beliefs(std::vector<std::string> args) {
+    args.insert(args.begin(), {"beliefs", "--json"});
+    ToolRun r = quorva(args);
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(std::count(r.out.begin(), r.out.end(), '\n'), 1) << r.out;
+    return r.status == 0 ? nlohmann::json::parse(r.out) : nlohmann::json();
+  }
   std::string dir;
 };
+
+// Two JSON answers of `quorva beliefs` name the same nodes and states, with beliefs within
+// `tolerance` and findings probabilities within `probTolerance`.
+inline void expectSameBeliefs(const nlohmann::json& a, const nlohmann::json& b, double tolerance,
+                              double probTolerance = -1) {
+  EXPECT_NEAR(a["findings_probability"].get<double>(), b["findings_probability"].get<double>(),
+              probTolerance < 0 ? tolerance : probTolerance);
+  ASSERT_EQ(a["nodes"].size(), b["nodes"].size());
+  for (size_t i = 0; i < a["nodes"].size(); ++i) {
+    const nlohmann::json &x = a["nodes"][i], &y = b["nodes"][i];
+    EXPECT_EQ(x["name"], y["name"]);
+    EXPECT_EQ(x["states"], y["states"]);
+    for (size_t s = 0; s < x["beliefs"].size(); ++s)
+      EXPECT_NEAR(x["beliefs"][s].get<double>(), y["beliefs"][s].get<double>(), tolerance) << x["name"];
+  }
+}

@@ -37,31 +37,7 @@ std::vector<std::string> lines(const std::string& text) {
   return out;
 }
 
-class ToolTest : public ToolDirTest {
- protected:
-  using Run = ToolRun;
-
-  json beliefs(const std::vector<std::string>& args) {
-    std::vector<std::string> all{"beliefs", "--json"};
-    all.insert(all.end(), args.begin(), args.end());
-    Run r = quorva(all);
-    EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(lines(r.out).size(), 1u);
-    return json::parse(r.out);
-  }
-};
-
-void expectSameBeliefs(const json& a, const json& b, double tolerance) {
-  EXPECT_NEAR(a["findings_probability"].get<double>(), b["findings_probability"].get<double>(), tolerance);
-  ASSERT_EQ(a["nodes"].size(), b["nodes"].size());
-  for (size_t i = 0; i < a["nodes"].size(); ++i) {
-    const json &x = a["nodes"][i], &y = b["nodes"][i];
-    EXPECT_EQ(x["name"], y["name"]);
-    EXPECT_EQ(x["states"], y["states"]);
-    for (size_t s = 0; s < x["beliefs"].size(); ++s)
-      EXPECT_NEAR(x["beliefs"][s].get<double>(), y["beliefs"][s].get<double>(), tolerance) << x["name"];
-  }
-}
+using ToolTest = ToolDirTest;
 
 TEST_F(ToolTest, BeliefsAgreeWithTheEnumeratedJointDistribution) {
   environ_vq* env = NewQuorvaEnviron_vq(nullptr, nullptr, nullptr);
@@ -103,7 +79,7 @@ TEST_F(ToolTest, BeliefsAgreeWithTheEnumeratedJointDistribution) {
   CloseQuorva_bn(env, nullptr);
   // --nodes picks and orders the nodes printed; each belief (a float) is printed with the digits
   // to read it back exactly.
-  Run r = quorva({"beliefs", ASIA_BIF, "--json", "--nodes", "tuberculos_or_cancer,lung_cancer", "-f", "smoking=f2"});
+  ToolRun r = quorva({"beliefs", ASIA_BIF, "--json", "--nodes", "tuberculos_or_cancer,lung_cancer", "-f", "smoking=f2"});
   json picked = json::parse(r.out);
   ASSERT_EQ(picked["nodes"].size(), 2u);
   EXPECT_EQ(picked["nodes"][1]["name"], "lung_cancer");
@@ -116,7 +92,7 @@ TEST_F(ToolTest, BeliefsAgreeWithTheEnumeratedJointDistribution) {
 
 TEST_F(ToolTest, CasesPrintALinePerCaseAndAnErrorForTheImpossibleOne) {
   // One case refused: every other case printed, the refusal summed, and status 1.
-  Run r = quorva({"cases", ASIA_DNE, ASIA_CASES, "--json", "--threads", "1"});
+  ToolRun r = quorva({"cases", ASIA_DNE, ASIA_CASES, "--json", "--threads", "1"});
   EXPECT_EQ(r.status, 1) << r.err;
   EXPECT_EQ(r.err, "quorva: 1 of 12 cases refused\n");
   std::vector<std::string> got = lines(r.out);
@@ -127,7 +103,6 @@ TEST_F(ToolTest, CasesPrintALinePerCaseAndAnErrorForTheImpossibleOne) {
     EXPECT_EQ(line.contains("error"), k == 4) << got[k];
   }
   EXPECT_EQ(json::parse(got[4])["error"], "according to this model, the findings entered are inconsistent");
-  EXPECT_NE(json::parse(got[4])["error"].get<std::string>().find("inconsistent"), std::string::npos);
   // Case 0 is visit_to_Asia=a2, smoking=f1, positive_XraY=d1, dyspnoea=h1: as `beliefs` says.
   // (`beliefs` updates after each finding, the cases after all of them: the floats may differ.)
   json first = json::parse(got[0]);
@@ -145,8 +120,8 @@ TEST_F(ToolTest, CasesGiveTheSameOutputWithOneAndSeveralThreads) {
   const char* rows[] = {"a2\tf1\td1\th1", "*\tf2\t*\t*", "a1\t*\td2\th2", "*\tf1\tzz\t*", "a2\tf2\td1"};
   for (int i = 0; i < 1500; ++i) file += std::string(rows[i % 5]) + "\n";
   const std::string path = write("many.txt", file);
-  Run one = quorva({"cases", ASIA_DNE, path, "--json", "--threads", "1", "--nodes", "lung_cancer"});
-  Run two = quorva({"cases", ASIA_DNE, path, "--json", "--threads", "2", "--nodes", "lung_cancer"});
+  ToolRun one = quorva({"cases", ASIA_DNE, path, "--json", "--threads", "1", "--nodes", "lung_cancer"});
+  ToolRun two = quorva({"cases", ASIA_DNE, path, "--json", "--threads", "2", "--nodes", "lung_cancer"});
   ASSERT_EQ(one.status, 1) << one.err;
   EXPECT_EQ(two.status, 1);
   EXPECT_EQ(one.err, "quorva: 600 of 1500 cases refused\n");
@@ -162,14 +137,14 @@ TEST_F(ToolTest, CasesGiveTheSameOutputWithOneAndSeveralThreads) {
   EXPECT_NE(got[3].find("unknown value 'zz'"), std::string::npos) << got[3];
   EXPECT_NE(got[4].find("too few entries"), std::string::npos) << got[4];
   // The human form: a header per case.
-  Run human = quorva({"cases", ASIA_DNE, ASIA_CASES, "--nodes", "smoking"});
+  ToolRun human = quorva({"cases", ASIA_DNE, ASIA_CASES, "--nodes", "smoking"});
   EXPECT_NE(human.out.find("Case 12\n"), std::string::npos);
   EXPECT_NE(human.out.find("Case 5: error: "), std::string::npos);
   EXPECT_EQ(human.out.find("Case 0"), std::string::npos);
 }
 
 TEST_F(ToolTest, CompileAndBenchReportTheCompiledNet) {
-  Run r = quorva({"compile", ALARM, "--json", "--report"});
+  ToolRun r = quorva({"compile", ALARM, "--json", "--report"});
   ASSERT_EQ(r.status, 0) << r.err;
   json got = json::parse(r.out);
   // The size, read independently through the API.
@@ -203,14 +178,14 @@ TEST_F(ToolTest, CompileAndBenchReportTheCompiledNet) {
   for (const auto& [name, count] : homes) EXPECT_EQ(count, 1) << name;
   EXPECT_EQ(total, got["total_table_size"].get<double>());
 
-  Run optimized = quorva({"compile", ALARM, "--optimize", "0.2"});
+  ToolRun optimized = quorva({"compile", ALARM, "--optimize", "0.2"});
   EXPECT_EQ(optimized.status, 0) << optimized.err;
   EXPECT_NE(optimized.out.find("Max Required:"), std::string::npos) << optimized.out;
   json estimated = json::parse(quorva({"compile", ALARM, "--optimize", "0.2", "--json"}).out);
   ASSERT_FALSE(estimated["estimates"].empty());
   EXPECT_GT(estimated["estimates"].back()["memory_bytes"].get<double>(), 0);
 
-  Run bench = quorva({"bench", ASIA_BIF, "--cases", "7", "--findings", "3", "--json"});
+  ToolRun bench = quorva({"bench", ASIA_BIF, "--cases", "7", "--findings", "3", "--json"});
   ASSERT_EQ(bench.status, 0) << bench.err;
   json b = json::parse(bench.out);
   EXPECT_EQ(b["cases"], 7);
@@ -222,75 +197,85 @@ TEST_F(ToolTest, CompileAndBenchReportTheCompiledNet) {
   EXPECT_GT(b["peak_memory_mb"].get<double>(), 0);
 }
 
-TEST_F(ToolTest, FailuresExitWithOneAndPrintEachRecord) {
-  Run missing = quorva({"beliefs", dir + "/nothing.dne"});
-  EXPECT_EQ(missing.status, 1);
-  EXPECT_TRUE(std::regex_search(missing.err, RECORD_LINE)) << missing.err;
-  EXPECT_NE(missing.err.find("nothing.dne"), std::string::npos);
-
-  Run node = quorva({"beliefs", ASIA_BIF, "-f", "smokes=f1"});
-  EXPECT_EQ(node.status, 1);
-  EXPECT_EQ(node.err, "quorva: net 'Asia' has no node named 'smokes'\n");
-  Run state = quorva({"beliefs", ASIA_BIF, "-f", "smoking=#2"});
-  EXPECT_EQ(state.status, 1);
-  EXPECT_NE(state.err.find("no state #2 in node 'smoking'"), std::string::npos) << state.err;
-  Run lik = quorva({"beliefs", ASIA_BIF, "-l", "smoking=0.5,0.5,0.5"});
-  EXPECT_EQ(lik.status, 1);
-
+// Each command line with its status: 2 when it is wrong, 1 when the command failed (with an
+// error line that says why), and what it says or prints.
+TEST_F(ToolTest, CommandLinesGiveTheirStatusAndSayWhy) {
+  const std::string one =
+      write("one.dne", "// ~->[DNET-1]->~\nbnet One { node A { states = (x, y); probs = (0.5, 0.5); }; };\n");
+  struct Case {
+    std::vector<std::string> args;
+    int status;
+    std::string err, out;  // substrings; "" for no check
+    bool record = false;   // standard error holds an engine record line
+  } cases[] = {
+      {{"frob"}, 2, "quorva: unknown command 'frob' (the commands are beliefs, cases, compile, convert, check, bench", ""},
+      {{}, 2, "a command is required", ""},
+      {{"beliefs"}, 2, "", ""},
+      {{"beliefs", ASIA_BIF, "--bogus"}, 2, "", ""},
+      {{"beliefs", ASIA_BIF, "-f", "smoking"}, 2, "", ""},
+      {{"beliefs", ASIA_BIF, "-f"}, 2, "", ""},
+      {{"beliefs", ASIA_BIF, "-l", "smoking=0.5,x"}, 2, "", ""},
+      {{"beliefs", ASIA_BIF, "-v", "smoking=high"}, 2, "", ""},
+      {{"cases", ASIA_BIF}, 2, "", ""},
+      {{"cases", ASIA_BIF, ASIA_CASES, "--threads", "0"}, 2, "", ""},
+      {{"compile", ASIA_BIF, "--optimize", "soon"}, 2, "", ""},
+      {{"compile", ASIA_BIF, "--optimize", "0"}, 2, "expected a number of seconds above 0, got '0'", ""},
+      {{"beliefs", dir + "/nothing.dne"}, 1, "nothing.dne", "", true},
+      {{"beliefs", ASIA_BIF, "-f", "smoking=#2"}, 1, "no state #2 in node 'smoking'", ""},
+      {{"beliefs", ASIA_BIF, "-l", "smoking=0.5,0.5,0.5"}, 1, "", ""},
+      {{"beliefs", ASIA_BIF, "-l", "smoking=0.5"}, 1, "has 2 states, but the likelihood given has 1 number\n", ""},
+      {{"cases", ASIA_BIF, dir + "/none.txt"}, 1, "", ""},
+      {{"cases", ASIA_BIF, write("empty.txt", "smoking\n")}, 1, "", "", true},
+      {{"compile", one}, 0, "", "Net One: 1 node, compiled to 1 clique, total table size (with separators) 2\n"},
+      {{"compile", SRC + "/tests/data/Link.bif"}, 0, "", "Net Link: 724 nodes, compiled to 591 cliques"},
+      {{"beliefs", ASIA_BIF, "--nodes", "smoking, lung_cancer", "--json"}, 0, "", "\"name\":\"lung_cancer\""},
+  };
+  for (const Case& c : cases) {
+    ToolRun r = quorva(c.args);
+    const std::string what = c.args.empty() ? "(none)" : c.args[0] + " " + c.args.back();
+    EXPECT_EQ(r.status, c.status) << what << ": " << r.err;
+    EXPECT_EQ(r.err.empty(), c.status == 0) << what << ": " << r.err;
+    EXPECT_NE(r.err.find(c.err), std::string::npos) << what << ": " << r.err;
+    EXPECT_NE(r.out.find(c.out), std::string::npos) << what << ": " << r.out;
+    if (c.record) {
+      EXPECT_TRUE(std::regex_search(r.err, RECORD_LINE)) << what << ": " << r.err;
+    }
+    if (c.err.empty()) continue;
+    EXPECT_LT(r.err.size(), 200u) << what;
+    EXPECT_EQ((r.out + r.err).find("Unknown"), std::string::npos) << what;
+  }
+  for (const char* command : {"beliefs", "cases", "compile", "convert", "check", "bench"}) {
+    ToolRun help = quorva({command, "--help"});
+    EXPECT_EQ(help.status, 0);
+    EXPECT_NE(help.out.find(std::string("quorva ") + command), std::string::npos) << help.out;
+  }
+  EXPECT_EQ(quorva({"beliefs", ASIA_BIF, "-f", "smokes=f1"}).err,
+            "quorva: net 'Asia' has no node named 'smokes'\n");
   // Impossible findings: the engine's record, once.
-  Run impossible = quorva({"beliefs", ASIA_BIF, "-f", "tuberculosis=b1", "-f", "tuberculos_or_cancer=c2"});
+  ToolRun impossible = quorva({"beliefs", ASIA_BIF, "-f", "tuberculosis=b1", "-f", "tuberculos_or_cancer=c2"});
   EXPECT_EQ(impossible.status, 1);
   EXPECT_TRUE(std::regex_search(impossible.err, std::regex("^quorva: error [0-9]+: [^\n]*inconsistent[^\n]*\n$")))
       << impossible.err;
   EXPECT_TRUE(impossible.out.empty());
+}
 
-  // A net with a fault: check lists the record with its line, and fails; beliefs fails the same way.
+// check lists a record with its line and fails on an error; warnings alone do not fail it.
+TEST_F(ToolTest, CheckCountsErrorsAndWarnings) {
   const std::string broken = write("broken.dne", "bnet B {\n node A {\n  states = (x, y);\n  probs = (0.5, 0.5, 0.1);\n };\n};\n");
-  Run check = quorva({"check", broken});
+  ToolRun check = quorva({"check", broken});
   EXPECT_EQ(check.status, 1);
-  EXPECT_TRUE(std::regex_search(check.out, std::regex("(^|\n)error [0-9]+: [^\n]*line")) ) << check.out;
+  EXPECT_TRUE(std::regex_search(check.out, std::regex("(^|\n)error [0-9]+: [^\n]*line"))) << check.out;
   EXPECT_NE(check.out.find("1 error"), std::string::npos) << check.out;
-  Run read = quorva({"beliefs", broken});
+  ToolRun read = quorva({"beliefs", broken});
   EXPECT_EQ(read.status, 1);
   EXPECT_TRUE(std::regex_search(read.err, RECORD_LINE)) << read.err;
-  Run fine = quorva({"check", ASIA_DNE});
+  ToolRun fine = quorva({"check", ASIA_DNE});
   EXPECT_EQ(fine.status, 0) << fine.out;
   EXPECT_NE(fine.out.find("0 errors, 0 warnings"), std::string::npos) << fine.out;
-  // Warnings alone do not fail a check.
-  Run warned = quorva({"check", write("old.dne", "bnet W { node A { states = (x, y); probs = (0.5, 0.5); }; };\n")});
+  ToolRun warned = quorva({"check", write("old.dne", "bnet W { node A { states = (x, y); probs = (0.5, 0.5); }; };\n")});
   EXPECT_EQ(warned.status, 0) << warned.out;
   EXPECT_TRUE(std::regex_search(warned.out, std::regex("(^|\n)warning [0-9]+: "))) << warned.out;
   EXPECT_NE(warned.out.find("0 errors, 1 warning\n"), std::string::npos) << warned.out;
-
-  // Case files that cannot be read at all.
-  EXPECT_EQ(quorva({"cases", ASIA_BIF, dir + "/none.txt"}).status, 1);
-  Run empty = quorva({"cases", ASIA_BIF, write("empty.txt", "smoking\n")});
-  EXPECT_EQ(empty.status, 1);
-  EXPECT_TRUE(std::regex_search(empty.err, RECORD_LINE)) << empty.err;
-}
-
-TEST_F(ToolTest, BadCommandLinesExitWithTwo) {
-  const std::vector<std::vector<std::string>> bad = {
-      {"beliefs"},
-      {"beliefs", ASIA_BIF, "--bogus"},
-      {"beliefs", ASIA_BIF, "-f", "smoking"},
-      {"beliefs", ASIA_BIF, "-f"},
-      {"beliefs", ASIA_BIF, "-l", "smoking=0.5,x"},
-      {"beliefs", ASIA_BIF, "-v", "smoking=high"},
-      {"cases", ASIA_BIF},
-      {"cases", ASIA_BIF, ASIA_CASES, "--threads", "0"},
-      {"compile", ASIA_BIF, "--optimize", "soon"},
-  };
-  for (const auto& args : bad) {
-    Run r = quorva(args);
-    EXPECT_EQ(r.status, 2) << (args.empty() ? "" : args[0]) << " " << r.err;
-    EXPECT_FALSE(r.err.empty());
-  }
-  for (const char* command : {"beliefs", "cases", "compile", "convert", "check", "bench"}) {
-    Run help = quorva({command, "--help"});
-    EXPECT_EQ(help.status, 0);
-    EXPECT_NE(help.out.find(std::string("quorva ") + command), std::string::npos) << help.out;
-  }
 }
 
 }  // namespace
@@ -307,7 +292,7 @@ TEST_F(ToolTest, RealValuesGoToTheIntervalTheyFallIn) {
   EXPECT_NEAR(byValue["nodes"][0]["beliefs"][0].get<double>(), 0.24 / 0.31, 1e-6);
   expectSameBeliefs(byValue, beliefs({net, "-f", "Temp=#1"}), 1e-7);
   // The same value read from a case file (comma-separated, with IDnum and NumCases columns).
-  Run r = quorva({"cases", net, write("t.csv", "IDnum,NumCases,Temp,Heating\n1,2,21.5,*\n2,1,*,off\n3,1,55,*\n"),
+  ToolRun r = quorva({"cases", net, write("t.csv", "IDnum,NumCases,Temp,Heating\n1,2,21.5,*\n2,1,*,off\n3,1,55,*\n"),
                   "--json", "--threads", "2"});
   std::vector<std::string> got = lines(r.out);
   ASSERT_EQ(got.size(), 3u) << r.out << r.err;
@@ -315,7 +300,7 @@ TEST_F(ToolTest, RealValuesGoToTheIntervalTheyFallIn) {
   EXPECT_NEAR(json::parse(got[1])["nodes"][1]["beliefs"][0].get<double>(), 0.9, 1e-6);
   EXPECT_TRUE(json::parse(got[2]).contains("error")) << got[2];  // 55 is in no interval
   // The human form: a table row per state with its percentage and a bar of blocks.
-  Run human = quorva({"beliefs", net, "-v", "Temp=21.5", "--nodes", "Heating"});
+  ToolRun human = quorva({"beliefs", net, "-v", "Temp=21.5", "--nodes", "Heating"});
   EXPECT_NE(human.out.find("  on    77.42% \u2588\u2588\u2588"), std::string::npos) << human.out;
 }
 
@@ -372,14 +357,14 @@ TEST_F(ToolTest, CheckReportsWhatBeliefsWouldMeet) {
   std::system(("mkdir '" + dir + "/dir'").c_str());
   for (const Case& c : cases) {
     const std::string path = c.file == "dir" ? dir + "/dir" : write(c.file, c.text);
-    Run r = quorva({"check", path});
+    ToolRun r = quorva({"check", path});
     EXPECT_EQ(r.status, c.status) << c.file << ":\n" << r.out;
     const std::vector<std::string> got = lines(r.out);
     for (const std::string& want : c.lines)
       EXPECT_TRUE(std::any_of(got.begin(), got.end(), [&](const std::string& l) { return std::regex_match(l, std::regex(want)); }))
           << c.file << ": no line " << want << " in\n" << r.out;
     // beliefs fails exactly when check does, saying the fault and nothing else.
-    Run b = quorva({"beliefs", path});
+    ToolRun b = quorva({"beliefs", path});
     EXPECT_EQ(b.status == 0, c.status == 0) << c.file;
     if (c.status == 0) continue;
     EXPECT_NE(b.err.find(c.said), std::string::npos) << c.file << ": " << b.err;
@@ -406,10 +391,10 @@ TEST_F(ToolTest, TitlesStandForNamesThatTheReaderHadToChange) {
   expectSameBeliefs(byTitle, beliefs({net, "-f", secondName + "=" + one, "--nodes", "C," + secondName}), 0);
   expectSameBeliefs(beliefs({net, "-f", "C=2_1"}), beliefs({net, "-f", "C=#1"}), 0);
   // The text form gives each title beside its name.
-  Run text = quorva({"beliefs", net, "--nodes", "2nd"});
+  ToolRun text = quorva({"beliefs", net, "--nodes", "2nd"});
   EXPECT_NE(text.out.find(secondName + ": 2nd\n  " + std::string(second["states"][0]) + " (0) "), std::string::npos) << text.out;
   // --nodes names by title in `cases` too.
-  Run cases = quorva({"cases", net, write("c.txt", "C\n*\n"), "--json", "--nodes", "2nd"});
+  ToolRun cases = quorva({"cases", net, write("c.txt", "C\n*\n"), "--json", "--nodes", "2nd"});
   EXPECT_EQ(json::parse(lines(cases.out).at(0))["nodes"][0]["name"], secondName) << cases.err;
 }
 
@@ -428,7 +413,7 @@ TEST_F(ToolTest, FormatsComeFromTheContentWhenTheNameDoesNotSay) {
     args.insert(args.end(), c.extra.begin(), c.extra.end());
     expectSameBeliefs(beliefs(args), want, 1e-7);
   }
-  Run unknown = quorva({"beliefs", write("notes.txt", "// a note\nhello world\n")});
+  ToolRun unknown = quorva({"beliefs", write("notes.txt", "// a note\nhello world\n")});
   EXPECT_EQ(unknown.status, 1);
   EXPECT_NE(unknown.err.find("is neither a DNET net"), std::string::npos) << unknown.err;
   EXPECT_EQ(quorva({"beliefs", ASIA_BIF, "--format", "xml"}).status, 2);
@@ -440,36 +425,10 @@ TEST_F(ToolTest, FormatsComeFromTheContentWhenTheNameDoesNotSay) {
   ASSERT_EQ(quorva({"convert", ASIA_DNE, dir + "/out.txt", "--to", "bif"}).status, 0);
   EXPECT_EQ(slurp(dir + "/out.txt").rfind("network", 0), 0u);
   const std::string copy = write("copy.dne", dnet);
-  Run same = quorva({"convert", copy, dir + "/./copy.dne"});
+  ToolRun same = quorva({"convert", copy, dir + "/./copy.dne"});
   EXPECT_EQ(same.status, 2);
   EXPECT_NE(same.err.find("is the net being read"), std::string::npos) << same.err;
   EXPECT_EQ(slurp(copy), dnet);
-}
-
-TEST_F(ToolTest, MessagesCountAndNameThingsAsAPersonWould) {
-  struct Case {
-    std::vector<std::string> args;
-    int status;
-    std::string err, out;  // substrings; "" for no check
-  } cases[] = {
-      {{"frob"}, 2, "quorva: unknown command 'frob' (the commands are beliefs, cases, compile, convert, check, bench", ""},
-      {{}, 2, "a command is required", ""},
-      {{"beliefs", ASIA_BIF, "-l", "smoking=0.5"}, 1, "has 2 states, but the likelihood given has 1 number\n", ""},
-      {{"compile", ASIA_BIF, "--optimize", "0"}, 2, "expected a number of seconds above 0, got '0'", ""},
-      {{"compile", write("one.dne", "// ~->[DNET-1]->~\nbnet One { node A { states = (x, y); probs = (0.5, 0.5); }; };\n")},
-       0, "", "Net One: 1 node, compiled to 1 clique, total table size (with separators) 2\n"},
-      {{"compile", SRC + "/tests/data/Link.bif"}, 0, "", "Net Link: 724 nodes, compiled to 591 cliques"},
-      {{"beliefs", ASIA_BIF, "--nodes", "smoking, lung_cancer", "--json"}, 0, "", "\"name\":\"lung_cancer\""},
-  };
-  for (const Case& c : cases) {
-    Run r = quorva(c.args);
-    const std::string what = c.args.empty() ? "(none)" : c.args[0] + " " + c.args.back();
-    EXPECT_EQ(r.status, c.status) << what << ": " << r.err;
-    EXPECT_NE(r.err.find(c.err), std::string::npos) << what << ": " << r.err;
-    EXPECT_NE(r.out.find(c.out), std::string::npos) << what << ": " << r.out;
-    EXPECT_LT(r.err.size(), 200u) << what;
-    EXPECT_EQ((r.out + r.err).find("Unknown"), std::string::npos) << what;
-  }
 }
 
 TEST_F(ToolTest, TheOrderSearchGivesSmallerTablesWhereverItIsOffered) {
@@ -484,9 +443,9 @@ TEST_F(ToolTest, TheOrderSearchGivesSmallerTablesWhereverItIsOffered) {
   EXPECT_LE(saved, greedy);
   // beliefs and cases with a search give the beliefs they give without one.
   expectSameBeliefs(beliefs({ASIA_BIF, "--optimize", "0.1", "-f", "smoking=f1"}), beliefs({ASIA_BIF, "-f", "smoking=f1"}), 1e-6);
-  Run searched = quorva({"cases", ASIA_DNE, ASIA_CASES, "--json", "--optimize", "0.1", "--threads", "2"});
+  ToolRun searched = quorva({"cases", ASIA_DNE, ASIA_CASES, "--json", "--optimize", "0.1", "--threads", "2"});
   EXPECT_EQ(searched.out, quorva({"cases", ASIA_DNE, ASIA_CASES, "--json", "--threads", "2"}).out);
-  Run bench = quorva({"bench", ASIA_BIF, "--cases", "3", "--optimize", "0.1", "--json"});
+  ToolRun bench = quorva({"bench", ASIA_BIF, "--cases", "3", "--optimize", "0.1", "--json"});
   EXPECT_EQ(bench.status, 0) << bench.err;
 }
 
@@ -523,7 +482,7 @@ bnet Eqn {
 TEST_F(ToolTest, TablesAreBuiltFromEquationsWhenANetNeedsThem) {
   const std::string net = write("eqn.dne", EQUATION_NET);
   // beliefs builds the missing tables, and says so.
-  Run r = quorva({"beliefs", "--json", net});
+  ToolRun r = quorva({"beliefs", "--json", net});
   ASSERT_EQ(r.status, 0) << r.err;
   EXPECT_EQ(r.err, "quorva: building the tables of 2 nodes from their equations (A, B)\n");
   const json b = json::parse(r.out);
