@@ -87,6 +87,9 @@ def test_impossible_findings_raise_engine_error_and_restore():
         net.findings = {"A": "t", "B": "f"}
         net.beliefs("A")
     assert info.value.severity >= 5 and info.value.number > 0 and info.value.message
+    # The refused assignment leaves the findings, and so the beliefs, as they were.
+    assert net.findings == {"A": "t"}
+    assert np.allclose(net.beliefs("B"), [1.0, 0.0])
     net.delete()
 
 
