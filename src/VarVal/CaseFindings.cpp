@@ -8,6 +8,7 @@
 #include "BN/Net/Bnet.h"
 #include "BN/Net/Bnode.h"
 #include "BN/Findings/Findings.h"
+#include "BN/Net/NetEdit.h"
 #include "BN/Net/NodeOps.h"
 #include "Basic/Raise.h"
 #include "VarVal/CaseErrors.h"
@@ -138,31 +139,38 @@ bool enterCase(const CaseReader& reader, const CaseRow& row, const CaseBinding& 
   std::vector<std::pair<Bnode*, Finding>>& saved = scratch.saved;
   saved.clear();
   try {
+    NetEdit edit(*net, "read case", EditKind::Findings, UndoScope::findings());  // one undo step
     FindingBatch batch(*net);  // one update for the whole case
     if (!add)
       for (Bnode* n : listed)
         if (n && !n->finding.empty()) {
           saved.emplace_back(n, n->finding);
-          retractNode(*n);
+          retractInBatch(*n);
         }
     for (size_t c = 0; c < bound.size(); ++c) {
       Bnode* n = bound[c];
       const CaseValue& v = values[c];
       if (!n || v.kind == CaseValue::Missing) continue;
-      saved.emplace_back(n, n->finding);
-      if (!n->finding.empty()) retractNode(*n);
-      if (v.kind == CaseValue::State)
-        enterState(*n, v.state, true, true);
-      else if (v.kind == CaseValue::Value)
+      if (!n->finding.empty()) saved.emplace_back(n, n->finding);
+      if (v.kind == CaseValue::State) {
+        replaceStateInBatch(*n, v.state);
+        continue;
+      }
+      retractInBatch(*n);
+      if (v.kind == CaseValue::Value)
         enterValue(*n, v.value);
       else
         enterLikelihood(*n, v.likelihood.data());
     }
     batch.commit();
+    edit.commit();
   } catch (...) {
-    // Put back in reverse, so that a node saved twice ends with its first (original) finding.
+    // Nodes given a value lose it (those without a finding before were not saved); then the
+    // saved findings go back in reverse, so that a node saved twice ends with its first one.
+    for (size_t c = 0; c < bound.size(); ++c)
+      if (bound[c] && values[c].kind != CaseValue::Missing) bound[c]->finding = Finding();
     for (auto it = saved.rbegin(); it != saved.rend(); ++it) it->first->finding = it->second;
-    if (!saved.empty()) net->findingsChanged();
+    net->findingsChanged();
     throw;
   }
   return true;

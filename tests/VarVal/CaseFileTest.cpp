@@ -296,6 +296,32 @@ TEST_F(CaseFileTest, EditsBetweenCasesOfOneReadingAreSeenByTheNextCase) {
   DeleteNodeList_bn(onlyA);
 }
 
+// A case is one undo step; a case refused part way (a state its parent's finding rules out)
+// leaves every finding as the case before left it.
+TEST_F(CaseFileTest, ACaseIsOneUndoStepAndARefusedCaseChangesNoFinding) {
+  AddLink_bn(a, b);
+  const prob_bn lowForYes[] = {1, 0, 0}, highForNo[] = {0, 0, 1};
+  state_bn parent = 0;
+  SetNodeProbs_bn(b, &parent, lowForYes);
+  parent = 1;
+  SetNodeProbs_bn(b, &parent, highForNo);
+  SetNetNumUndos_bn(net, 10, -1, nullptr);
+  setText("A\tB\r\nyes\tlow\r\n*\thigh\r\nyes\thigh\r\n");
+  caseposn_bn posn = FIRST_CASE;
+  read(posn);
+  posn = NEXT_CASE;
+  read(posn);
+  ASSERT_EQ(errorCount(ERROR_ERR), 0) << lastMessage();
+  posn = NEXT_CASE;
+  read(posn);
+  EXPECT_NE(lastMessage().find("contradicts"), std::string::npos) << lastMessage();
+  EXPECT_EQ(GetNodeFinding_bn(a), UNDEF_STATE);
+  EXPECT_EQ(GetNodeFinding_bn(b), 2);
+  ASSERT_TRUE(UndoNetLastOper_vq(net, -1));
+  EXPECT_EQ(GetNodeFinding_bn(a), 0);
+  EXPECT_EQ(GetNodeFinding_bn(b), 0);
+}
+
 struct Malformed {
   const char* text;
   const char* message;

@@ -92,9 +92,12 @@ void changed(Bnode& n) {
 
 // Puts findings back as they were when a change to them fails part way (an automatic update
 // refused for want of memory), so that a refused call leaves the previous findings in force.
+// Inside a group nothing is kept: the update waits for the group's end, and the group's owner
+// puts back what it changed.
 class FindingsKept {
  public:
-  FindingsKept(Bnet& net, Bnode* only) : net_(net), only_(only) {
+  FindingsKept(Bnet& net, Bnode* only) : net_(net), only_(only), restore_(!batchOf(net)) {
+    if (!restore_) return;
     if (only)
       onlyFinding_ = only->finding;  // one node, the usual case: no list to allocate
     else
@@ -115,7 +118,7 @@ class FindingsKept {
   Bnode* only_;
   Finding onlyFinding_;
   std::vector<std::pair<Bnode*, Finding>> saved_;
-  bool restore_ = true;
+  bool restore_;
 };
 
 // Installs a finding, withdrawing it again when the net's findings can no longer hold together.
@@ -201,12 +204,15 @@ int findingCode(const Bnode& n) {
   return zeros > 0 ? NEGATIVE_FINDING_CODE : -3;
 }
 
-void enterState(Bnode& n, int state, bool replace, bool check, bool action) {
+namespace {
+
+// Refuses `state` for `n` where entering it must be refused; false when nothing would change
+// (no state given, or the state is known already: entered, or fixed by a value or likelihood).
+bool mayEnterState(const Bnode& n, int state, bool replace, bool check, bool action) {
   EnvCore* env = envOf(n);
   const Finding& f = n.finding;
-  if (state == UNDEF_STATE_VALUE) return;
-  // The state is known already (entered, or fixed by a value or likelihood): nothing changes.
-  if (state >= 0 && state == f.state && f.action == action) return;
+  if (state == UNDEF_STATE_VALUE) return false;
+  if (state >= 0 && state == f.state && f.action == action) return false;
   if (check) {
     if (!n.hasStates()) engError(env, err::FindingContinuous);
     if (state >= n.numStates) engError(env, err::FindingTooLarge, state, n.numStates - 1);
@@ -224,6 +230,28 @@ void enterState(Bnode& n, int state, bool replace, bool check, bool action) {
   int fromParents = valueFromParents(n);
   if (fromParents >= 0 && fromParents != state)
     engError(env, err::FindingFromParents, name(), stateLabel(n, fromParents));
+  return true;
+}
+
+// The finding changed inside a group: what changed() does there, without looking for the group.
+void changedInBatch(Bnode& n, OpenBatch& batch) {
+  n.net->findingsChanged();
+  batch.changed = true;
+  fireNodeEvent(n, CHANGE_EVENT_TYPE);
+}
+
+OpenBatch& openBatchOf(const Bnet& net) {
+  OpenBatch* b = batchOf(net);
+  QASSERT(net.env, b);
+  return *b;
+}
+
+}  // namespace
+
+void enterState(Bnode& n, int state, bool replace, bool check, bool action) {
+  if (!mayEnterState(n, state, replace, check, action)) return;
+  EnvCore* env = envOf(n);
+  auto name = [&n, state] { return stateLabel(n, state); };
   Finding next;
   next.state = state;
   next.action = action;
@@ -394,6 +422,23 @@ void enterGaussian(Bnode& n, double mean, double sd) {
   if (sd == 0 && std::all_of(lik.begin(), lik.end(), [](float v) { return v == 0.0f; }) && mean == n.levels.back())
     lik.back() = 1.0f;
   enterLikelihood(n, lik.data());
+}
+
+void retractInBatch(Bnode& n) {
+  if (n.finding.empty() && !n.finding.action) return;
+  n.finding = Finding();
+  changedInBatch(n, openBatchOf(*n.net));
+}
+
+void replaceStateInBatch(Bnode& n, int state) {
+  OpenBatch& batch = openBatchOf(*n.net);
+  if (!n.finding.empty() || n.finding.action) {
+    n.finding = Finding();
+    changedInBatch(n, batch);
+  }
+  if (!mayEnterState(n, state, true, true, false)) return;
+  n.finding.state = state;  // the group's owner learns at its end whether the findings hold
+  changedInBatch(n, batch);
 }
 
 void retractNode(Bnode& n) {

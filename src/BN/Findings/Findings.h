@@ -29,6 +29,13 @@ int findingCode(const Bnode& node);
 // The node's findings as one likelihood vector (all ones when there are none).
 std::vector<float> accumulatedLikelihood(const Bnode& node);
 
+// Inside an open FindingBatch whose owner puts findings back when a change is refused: the same
+// changes, checks, refusals and change events as retractNode, and as retractNode followed by
+// enterState(node, state, true, true), without the undo record and the safeguards each lone
+// change carries (the owner makes one undo record for the group).
+void retractInBatch(Bnode& node);
+void replaceStateInBatch(Bnode& node, int state);
+
 // Groups the finding changes of one call that changes many (retracting a net's findings, entering
 // a case): with auto-update the beliefs are updated once, at commit(), instead of after each
 // change, and whether the findings hold together is learnt from that one update instead of being
