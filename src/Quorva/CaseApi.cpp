@@ -31,6 +31,7 @@ std::string charWord(int c) {
 std::vector<Bnode*> listedNodes(ApiFrame& f, const nodelist_bn* nodes, Bnet** net) {
   const NodeList& list = f.list(nodes);
   std::vector<Bnode*> out;
+  out.reserve(list.nodes.size());
   for (Bnode* n : list.nodes)
     if (n) out.push_back(&f.node(handle(n)));
   *net = list.net;

@@ -17,15 +17,16 @@ namespace quorva {
 
 namespace {
 
-bool parseNumber(const std::string& s, double& out) {
-  if (s.empty()) return false;
+bool parseNumber(std::string_view text, double& out) {
+  if (text.empty()) return false;
+  const std::string s(text);  // the conversion wants a terminated text
   char* end = nullptr;
   out = std::strtod(s.c_str(), &end);
   return *end == '\0' && std::isfinite(out);
 }
 
 // A double-quoted field decoded by the token reader's string rules.
-bool decodeQuoted(EnvCore* env, const std::string& text, std::string& out) {
+bool decodeQuoted(EnvCore* env, std::string_view text, std::string& out) {
   FileSpec field(env, FileSpec::Kind::Memory, "");
   field.setContents(text.data(), text.size(), false);
   TokenReader rd(field, Syntax{{0, 0}, false, false});
@@ -33,7 +34,7 @@ bool decodeQuoted(EnvCore* env, const std::string& text, std::string& out) {
   return rd.skipSpace() == TokenReader::END;
 }
 
-int findIn(const std::vector<std::string>& names, const std::string& text) {
+int findIn(const std::vector<std::string>& names, std::string_view text) {
   auto it = std::find(names.begin(), names.end(), text);
   return it == names.end() ? -1 : static_cast<int>(it - names.begin());
 }
@@ -41,7 +42,7 @@ int findIn(const std::vector<std::string>& names, const std::string& text) {
 // The state whose name is `text` (looked up in `states` when given); failing that, the one state
 // whose title is `text` (a label the user knows, such as "0" for the state legalised to "_");
 // else -1.
-int findState(const Bnode& node, const std::string& text, const StateIndex* states) {
+int findState(const Bnode& node, std::string_view text, const StateIndex* states) {
   int byName = states ? states->find(text) : findIn(node.stateNames, text);
   if (byName >= 0 || text.empty() || node.stateTitles.empty()) return byName;
   int found = -1;
@@ -55,7 +56,7 @@ int findState(const Bnode& node, const std::string& text, const StateIndex* stat
 
 }  // namespace
 
-CaseValue parseCaseValue(const Bnode& node, const std::string& text, const CaseReader& reader,
+CaseValue parseCaseValue(const Bnode& node, std::string_view text, const CaseReader& reader,
                          const CaseRow& row, size_t col, const StateIndex* states) {
   EnvCore* env = node.net->env;
   // The position, built only for a message.
@@ -65,18 +66,19 @@ CaseValue parseCaseValue(const Bnode& node, const std::string& text, const CaseR
   v.kind = CaseValue::State;
   if (text[0] == '"') {
     std::string decoded;
-    if (!decodeQuoted(env, text, decoded)) engError(env, err::CaseIllegalValue, text, node.name, where());
+    if (!decodeQuoted(env, text, decoded)) engError(env, err::CaseIllegalValue, std::string(text), node.name, where());
     v.state = findIn(node.stateTitles, decoded);
     if (v.state < 0) v.state = findIn(node.stateNames, decoded);
-    if (v.state < 0) engError(env, err::CaseNotAState, text, node.name, where());
+    if (v.state < 0) engError(env, err::CaseNotAState, std::string(text), node.name, where());
     return v;
   }
   if (text[0] == '#') {
     long s = -1;
     if (text.size() < 2 || text.size() > 10 || !std::all_of(text.begin() + 1, text.end(), [](char ch) { return ch >= '0' && ch <= '9'; }))
-      engError(env, err::CaseIllegalValue, text, node.name, where());
-    s = std::strtol(text.c_str() + 1, nullptr, 10);
-    if (s >= node.numStates) engError(env, err::CaseNotAState, text, node.name, where());
+      engError(env, err::CaseIllegalValue, std::string(text), node.name, where());
+    s = 0;
+    for (char ch : text.substr(1)) s = s * 10 + (ch - '0');
+    if (s >= node.numStates) engError(env, err::CaseNotAState, std::string(text), node.name, where());
     v.state = static_cast<int>(s);
     return v;
   }
@@ -92,7 +94,7 @@ CaseValue parseCaseValue(const Bnode& node, const std::string& text, const CaseR
       from = to + 1;
     }
     if (!ok || v.likelihood.size() != static_cast<size_t>(node.numStates))
-      engError(env, err::CaseIllegalValue, text, node.name, where());
+      engError(env, err::CaseIllegalValue, std::string(text), node.name, where());
     return v;
   }
   v.state = findState(node, text, states);
@@ -114,8 +116,8 @@ CaseValue parseCaseValue(const Bnode& node, const std::string& text, const CaseR
       }
     engError(env, err::CaseValueNoState, x, node.name, where());
   }
-  if (!node.hasStates()) engError(env, err::CaseIllegalValue, text, node.name, where());
-  engWarning(env, err::CaseUnknownValue, text, node.name, where());
+  if (!node.hasStates()) engError(env, err::CaseIllegalValue, std::string(text), node.name, where());
+  engWarning(env, err::CaseUnknownValue, std::string(text), node.name, where());
   v.kind = CaseValue::Skip;
   return v;
 }

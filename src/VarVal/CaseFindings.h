@@ -31,7 +31,7 @@ struct CaseValue {
 // The field `text` of `row` (column `col`) as a value of `node`.  Faults are thrown; a word that
 // names no state gives the warning "unknown value ..., so case is skipped" and a Skip.  `states`,
 // when given, is the node's index of state names.
-CaseValue parseCaseValue(const Bnode& node, const std::string& text, const CaseReader& reader,
+CaseValue parseCaseValue(const Bnode& node, std::string_view text, const CaseReader& reader,
                          const CaseRow& row, size_t col, const StateIndex* states = nullptr);
 
 // What reading one case after another reuses, so that a case allocates nothing new.

@@ -28,7 +28,7 @@ struct CaseFormat {
   // What a missing value is written as ("" when the character is absent).
   std::string missingText() const { return missing ? std::string(1, missing) : std::string(); }
   // Whether `field` (trimmed) stands for a missing value: empty, or the missing-data character.
-  bool isMissing(const std::string& field) const {
+  bool isMissing(std::string_view field) const {
     return field.empty() || (missing && field.size() == 1 && field[0] == missing);
   }
   // Takes in the settings-file keys, once.

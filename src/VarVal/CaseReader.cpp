@@ -32,11 +32,14 @@ bool endsWithCsv(const std::string& path) {
 }
 
 // A whole field as a non-negative decimal integer.
-bool parseId(const std::string& s, long& out) {
+bool parseId(std::string_view s, long& out) {
   if (s.empty() || s.size() > 18) return false;
-  for (char c : s)
+  long v = 0;
+  for (char c : s) {
     if (c < '0' || c > '9') return false;
-  out = std::strtol(s.c_str(), nullptr, 10);
+    v = v * 10 + (c - '0');
+  }
+  out = v;
   return true;
 }
 
@@ -148,7 +151,7 @@ char CaseReader::chooseDelimiter(const std::string& header) const {
   return ' ';
 }
 
-void CaseReader::split(const std::string& line, std::vector<std::string>& fields, std::vector<long>& chars) const {
+void CaseReader::split(const std::string& line, std::vector<std::string_view>& fields, std::vector<long>& chars) const {
   // Fields are assigned in place, so that a row read into the same vectors keeps their room.
   size_t count = 0;
   auto field = [&](size_t from, size_t to) {
@@ -156,7 +159,7 @@ void CaseReader::split(const std::string& line, std::vector<std::string>& fields
     while (first < last && isBlank(line[first])) ++first;
     while (last > first && isBlank(line[last - 1])) --last;
     if (count == fields.size()) fields.emplace_back();
-    fields[count].assign(line.data() + first, last - first);
+    fields[count] = std::string_view(line.data() + first, last - first);
     if (count == chars.size()) chars.push_back(0);
     chars[count++] = static_cast<long>(first + 1);
   };
@@ -224,12 +227,12 @@ bool CaseReader::readHeader() {
     if (!stripComments(line, lineNo)) continue;
     if (!sawMagic && !quiet_) engNotice(stream_.env(), err::CaseNoVersion, stream_.displayName());
     delim_ = chooseDelimiter(line);
-    std::vector<std::string> names;
+    std::vector<std::string_view> names;
     std::vector<long> chars;
     split(line, names, chars);
-    for (std::string& name : names) {
+    for (std::string_view name : names) {
       CaseColumn col;
-      col.name = std::move(name);
+      col.name = std::string(name);
       if (col.name == "IDnum") {
         if (idColumn_ >= 0) engError(stream_.env(), err::MultipleIdNum, stream_.displayName());
         col.role = CaseColumn::IdNum;
@@ -270,12 +273,12 @@ bool CaseReader::next(CaseRow& row) {
     engError(env, err::CaseTooFew, static_cast<int>(count), static_cast<int>(before), where(row, 1));
   if (count > columns_.size()) engError(env, err::CaseTooMany, static_cast<int>(before), where(row, 1));
   if (idColumn_ >= 0) {
-    const std::string& f = row.fields[static_cast<size_t>(idColumn_)];
+    const std::string_view f = row.fields[static_cast<size_t>(idColumn_)];
     if (!format_.isMissing(f) && !parseId(f, row.id))
-      engError(env, err::CaseIllegalValue, f, "IDnum", where(row, row.chars[static_cast<size_t>(idColumn_)]));
+      engError(env, err::CaseIllegalValue, std::string(f), "IDnum", where(row, row.chars[static_cast<size_t>(idColumn_)]));
   }
   if (freqColumn_ >= 0) {
-    const std::string& f = row.fields[static_cast<size_t>(freqColumn_)];
+    const std::string f(row.fields[static_cast<size_t>(freqColumn_)]);
     if (!format_.isMissing(f)) {
       char* end = nullptr;
       row.freq = std::strtod(f.c_str(), &end);

@@ -16,6 +16,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Basic/Stream.h"
@@ -36,7 +37,9 @@ struct CaseRow {
   uint64_t offset = 0;  // of the start of its line: the case's position
   long id = -1;         // IDnum, or -1
   double freq = 1;      // NumCases, or 1
-  std::vector<std::string> fields;  // per column, trimmed (IDnum and NumCases included)
+  // Per column, trimmed (IDnum and NumCases included): views of the reader's current line, good
+  // until it reads the next.
+  std::vector<std::string_view> fields;
   std::vector<long> chars;          // per column, the character position of the field
 };
 
@@ -77,7 +80,7 @@ class CaseReader {
   bool stripComments(std::string& line, long lineNo);
   void checkEncoding();
   void readMagic(const std::string& line);
-  void split(const std::string& line, std::vector<std::string>& fields, std::vector<long>& chars) const;
+  void split(const std::string& line, std::vector<std::string_view>& fields, std::vector<long>& chars) const;
   char chooseDelimiter(const std::string& header) const;
 
   FileSpec& stream_;

@@ -68,8 +68,8 @@ void writeCaseset(const Caseset& cases, FileSpec& out, const CaseFormat& fmt) {
       if (anyFreq) line += format("%g", row.freq * part.degree) + delim;
       for (size_t n = 0; n < names.size(); ++n) {
         if (n) line += delim;
-        const std::string* field = source[n] >= 0 ? &row.fields[static_cast<size_t>(source[n])] : nullptr;
-        line += field && !fmt.isMissing(*field) ? *field : missing;
+        const std::string_view field = source[n] >= 0 ? row.fields[static_cast<size_t>(source[n])] : missing;
+        line += fmt.isMissing(field) ? std::string_view(missing) : field;
       }
       text += line + crlf;
     }

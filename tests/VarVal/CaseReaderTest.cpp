@@ -16,7 +16,7 @@ using quorva::CaseRow;
 struct Expected {
   long line;
   uint64_t offset;
-  std::vector<std::string> fields;
+  std::vector<std::string_view> fields;
   std::vector<long> chars;
 };
 

@@ -42,7 +42,6 @@ struct Link {
   bool hasDelay() const;
 };
 
-// What is known of a node's value in the case at hand.
 // What is known of a node's value in the case at hand, in three parts kept consistent: a single
 // state (or UNDEF_STATE_VALUE), a real value (or undefined), and a likelihood (empty: none).
 struct Finding {
