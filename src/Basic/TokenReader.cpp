@@ -342,13 +342,21 @@ void TokenReader::readBareWord(std::string_view stops, std::string& out) {
   skipSpace();
   startToken();
   out.clear();
-  // The bytes that end a run: white space and control characters, '/' and the stops.
-  uint64_t ends[4] = {(uint64_t{1} << 33) - 1, 0, 0, 0};
-  for (char c : stops) {
-    const unsigned char u = static_cast<unsigned char>(c);
-    ends[u >> 6] |= uint64_t{1} << (u & 63);
+  // The bytes that end a run: white space and control characters, '/' and the stops (kept for
+  // the next word, which is most often read with the same stops).
+  if (!wordEndsMade_ || stops != wordStops_) {
+    wordStops_.assign(stops);
+    wordEndsMade_ = true;
+    uint64_t* ends = wordEnds_;
+    ends[0] = (uint64_t{1} << 33) - 1;
+    ends[1] = ends[2] = ends[3] = 0;
+    for (char c : stops) {
+      const unsigned char u = static_cast<unsigned char>(c);
+      ends[u >> 6] |= uint64_t{1} << (u & 63);
+    }
+    ends['/' >> 6] |= uint64_t{1} << ('/' & 63);
   }
-  ends['/' >> 6] |= uint64_t{1} << ('/' & 63);
+  const uint64_t* ends = wordEnds_;
   for (;;) {
     // The run of the bytes at hand that can neither end the word nor open a comment, in one step
     // (none of them ends a line).

@@ -333,6 +333,9 @@ class TokenReader {
 
   FileSpec& stream_;
   std::unique_ptr<StreamInput> input_;
+  std::string wordStops_;  // the stops of the last bare word, and the bytes that end one
+  uint64_t wordEnds_[4] = {};
+  bool wordEndsMade_ = false;
   Syntax syntax_;
   std::vector<char> buf_;
   std::string whole_;           // a file held whole
