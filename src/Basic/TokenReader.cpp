@@ -130,12 +130,32 @@ std::string TokenReader::readRestOfLine() {
   return line;
 }
 
+namespace {
+
+// How many of the first bytes of p[0, n) are surely not a line end ('\n', '\r' or '\f'):
+// looked at eight at a time, stopping at the word that holds one (or at the last whole word).
+inline size_t lineEndsFrom(const char* p, size_t n) {
+  size_t i = 0;
+  if constexpr (std::endian::native == std::endian::little) {
+    constexpr uint64_t ONES = 0x0101010101010101ULL, HIGHS = 0x8080808080808080ULL;
+    auto zeroByte = [](uint64_t v) { return (v - ONES) & ~v & HIGHS; };
+    for (; i + 8 <= n; i += 8) {
+      uint64_t w;
+      std::memcpy(&w, p + i, 8);
+      if (zeroByte(w ^ (ONES * '\n')) | zeroByte(w ^ (ONES * '\r')) | zeroByte(w ^ (ONES * '\f'))) break;
+    }
+  }
+  return i;
+}
+
+}  // namespace
+
 void TokenReader::readRestOfLine(std::string& line) {
   line.clear();
   // Whole runs of the buffered block at a time: nothing in a run ends a line.
   while (pos_ < end_ || fill(1)) {
     const char* from = data_ + pos_;
-    size_t n = end_ - pos_, i = 0;
+    size_t n = end_ - pos_, i = lineEndsFrom(from, n);
     while (i < n && from[i] != '\n' && from[i] != '\r' && from[i] != '\f') ++i;
     line.append(from, i);
     takeInLine(i);
