@@ -170,10 +170,19 @@ class TokenReader {
   // ---- white space and comments ----
   // Skips white space and comments; returns the next character (not taken) or END.
   int skipSpace() {
-    // Nothing to skip: the next byte is neither white space nor the start of a comment.
+    // Nothing to skip, or one space before a token: the next byte (or the one after the space)
+    // is neither white space nor the start of a comment.
     if (pos_ < end_) {
       int c = static_cast<unsigned char>(data_[pos_]);
-      if (c > ' ' && c != '/' && c != '<' && c != static_cast<unsigned char>(syntax_.lineComment[0])) return c;
+      if (c == ' ' && pos_ + 1 < end_) {
+        c = static_cast<unsigned char>(data_[pos_ + 1]);
+        if (!startsSpaceOrComment(c)) {
+          takeInLine(1);
+          return c;
+        }
+        return skipSpaceSlow();
+      }
+      if (!startsSpaceOrComment(c)) return c;
     }
     return skipSpaceSlow();
   }
@@ -307,6 +316,9 @@ class TokenReader {
   ErrorRecord* raise(int severity, TextPosition at, int number, std::string text);
   bool fill(size_t need);
   int skipSpaceSlow();
+  bool startsSpaceOrComment(int c) const {
+    return c <= ' ' || c == '/' || c == '<' || c == static_cast<unsigned char>(syntax_.lineComment[0]);
+  }
   void startToken() { tokenStart_ = here(); }
   void enterComment(ErrDef tooDeep);
   bool skipComment();
