@@ -492,6 +492,7 @@ namespace {
 // The end of the run of spaces in data[from, end).  Padding is common in tables, so eight bytes
 // are looked at a time.
 inline size_t spacesEnd(const char* data, size_t from, size_t end) {
+  if (from < end && data[from] != ' ') return from;  // one space alone, the most common
   if constexpr (std::endian::native == std::endian::little) {
     constexpr uint64_t SPACES = 0x2020202020202020ULL;
     for (; from + 8 <= end; from += 8) {
@@ -536,7 +537,8 @@ inline void passBlanks(const char* data, size_t end, Cursor& at) {
 // it are at hand (`more`: bytes may follow p[avail - 1]); 0 for anything else.  Its value is
 // exact when its digits make an integer of at most 2^53 and at most 22 of them follow the point:
 // one correctly rounded division then gives what a full conversion gives.
-inline size_t plainNumberLength(const char* p, size_t avail, bool more, uint64_t& digits, size_t& after) {
+[[gnu::always_inline]] inline size_t plainNumberLength(const char* p, size_t avail, bool more, uint64_t& digits,
+                                                      size_t& after) {
   after = 0;
   // One digit alone, as most entries of deterministic tables are.
   if (avail >= 2 && static_cast<unsigned char>(p[0] - '0') < 10 && !isWordChar(static_cast<unsigned char>(p[1])) &&
@@ -596,13 +598,15 @@ size_t TokenReader::plainNumbers(size_t max, char sep, bool sepNeeded, bool firs
     }
     // A separator is taken only with the number after it.
     Cursor next = at;
-    const bool follows = !(first && got == 0);  // a number stands before this one
-    if (sep && next.pos < end && data[next.pos] == sep && follows) {
-      ++next.pos;
-      ++next.column;
-      passBlanks(data, end, next);
-    } else if (sepNeeded && follows) {
-      break;
+    if (sep) {
+      const bool follows = !(first && got == 0);  // a number stands before this one
+      if (next.pos < end && data[next.pos] == sep && follows) {
+        ++next.pos;
+        ++next.column;
+        passBlanks(data, end, next);
+      } else if (sepNeeded && follows) {
+        break;
+      }
     }
     uint64_t digits = 0;
     size_t after = 0;

@@ -208,8 +208,8 @@ class TokenReader {
   // `out` holds a number), appended to `out` until `max` have been read or something else stands
   // next (left for the other methods).  Returns how many were read: a fast way through long
   // tables, giving the values readNumber gives.
-  // A `sep` is taken only together with the number after it; with `sepNeeded` the numbers must
-  // be separated by it (white space alone ends the run).
+  // A `sep` is taken only together with the number after it; with `sepNeeded` (and a `sep`) the
+  // numbers must be separated by it (white space alone ends the run).
   size_t readPlainNumbers(std::vector<double>& out, size_t max, char sep = 0, bool sepNeeded = false);
   // Brackets around and between numbers, and how deeply the reader stands inside them.
   struct Brackets {
