@@ -362,11 +362,10 @@ void TokenReader::readBareWord(std::string_view stops, std::string& out) {
   skipSpace();
   startToken();
   out.clear();
-  // The bytes that end a run: white space and control characters, '/' and the stops (kept for
-  // the next word, which is most often read with the same stops).
-  if (!wordEndsMade_ || stops != wordStops_) {
+  // The bytes that end a run, made again only when the stops change (words are most often read
+  // with the stops of the word before).
+  if (stops != wordStops_) {
     wordStops_.assign(stops);
-    wordEndsMade_ = true;
     uint64_t* ends = wordEnds_;
     ends[0] = (uint64_t{1} << 33) - 1;
     ends[1] = ends[2] = ends[3] = 0;
@@ -625,16 +624,19 @@ size_t TokenReader::plainNumbers(size_t max, char sep, bool sepNeeded, bool firs
   return got;
 }
 
+namespace {
+// What the number runs do with each number they read: append its value to `out`.
+auto appendTo(std::vector<double>& out) {
+  return [&out](uint64_t digits, size_t after) { out.push_back(static_cast<double>(digits) / TENS[after]); };
+}
+}  // namespace
+
 size_t TokenReader::readPlainNumbers(std::vector<double>& out, size_t max, char sep, bool sepNeeded) {
-  return plainNumbers<false>(max, sep, sepNeeded, out.empty(), [&out](uint64_t digits, size_t after) {
-    out.push_back(static_cast<double>(digits) / TENS[after]);
-  });
+  return plainNumbers<false>(max, sep, sepNeeded, out.empty(), appendTo(out));
 }
 
 size_t TokenReader::readNestedNumbers(std::vector<double>& out, size_t max, Brackets& brackets) {
-  return plainNumbers<true>(
-      max, 0, false, true,
-      [&out](uint64_t digits, size_t after) { out.push_back(static_cast<double>(digits) / TENS[after]); }, &brackets);
+  return plainNumbers<true>(max, 0, false, true, appendTo(out), &brackets);
 }
 
 size_t TokenReader::skipPlainNumbers(char sep) {

@@ -173,16 +173,15 @@ class TokenReader {
     // Nothing to skip, or one space before a token: the next byte (or the one after the space)
     // is neither white space nor the start of a comment.
     if (pos_ < end_) {
-      int c = static_cast<unsigned char>(data_[pos_]);
-      if (c == ' ' && pos_ + 1 < end_) {
-        c = static_cast<unsigned char>(data_[pos_ + 1]);
-        if (!startsSpaceOrComment(c)) {
-          takeInLine(1);
-          return c;
-        }
-        return skipSpaceSlow();
-      }
+      const int c = static_cast<unsigned char>(data_[pos_]);
       if (!startsSpaceOrComment(c)) return c;
+      if (c == ' ' && pos_ + 1 < end_) {
+        const int next = static_cast<unsigned char>(data_[pos_ + 1]);
+        if (!startsSpaceOrComment(next)) {
+          takeInLine(1);
+          return next;
+        }
+      }
     }
     return skipSpaceSlow();
   }
@@ -345,9 +344,10 @@ class TokenReader {
 
   FileSpec& stream_;
   std::unique_ptr<StreamInput> input_;
-  std::string wordStops_;  // the stops of the last bare word, and the bytes that end one
-  uint64_t wordEnds_[4] = {};
-  bool wordEndsMade_ = false;
+  // The stops of the last bare word, and the bytes that end one: white space and control
+  // characters, '/' and the stops (at first, no stops).
+  std::string wordStops_;
+  uint64_t wordEnds_[4] = {((uint64_t{1} << 33) - 1) | (uint64_t{1} << '/'), 0, 0, 0};
   Syntax syntax_;
   std::vector<char> buf_;
   std::string whole_;           // a file held whole

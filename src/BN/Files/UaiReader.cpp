@@ -79,14 +79,8 @@ class UaiReader {
     scope.clear();
     TextPosition childAt;
     for (size_t k = 0; k < size; ++k) {
-      uint64_t v = 0;
-      if (rd_.readPlainCount(0, 1000000, v)) {
-        childAt = rd_.tokenStart();
-      } else {
-        rd_.skipSpace();
-        childAt = rd_.here();
-        v = count("a variable index", 0, 1000000);
-      }
+      size_t v = count("a variable index", 0, 1000000);
+      childAt = rd_.tokenStart();
       if (v >= n) rd_.failAt(childAt, err::UaiVariableIndex, std::to_string(v), static_cast<int>(n));
       for (size_t u : scope)
         if (u == v) rd_.failAt(childAt, err::FmtParentTwice, "v" + std::to_string(v), "scope");
