@@ -2,6 +2,7 @@
 #include "Basic/TokenReader.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <charconv>
 #include <cmath>
@@ -18,13 +19,13 @@ namespace {
 
 constexpr size_t MESSAGE_LIMIT = 511;  // what a record keeps of a message
 
-bool isSpace(int c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f'; }
-bool isDigit(int c) { return c >= '0' && c <= '9'; }
-bool isLetter(int c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+constexpr bool isSpace(int c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f'; }
+constexpr bool isDigit(int c) { return c >= '0' && c <= '9'; }
+constexpr bool isLetter(int c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 // Bytes above 127 (UTF-8 sequences) count as word characters, so that a name holding one is
 // read whole and refused by the name rule with the whole character shown.
-bool isWordStart(int c) { return isLetter(c) || c == '_' || c >= 0x80; }
-bool isWordChar(int c) { return isWordStart(c) || isDigit(c); }
+constexpr bool isWordStart(int c) { return isLetter(c) || c == '_' || c >= 0x80; }
+constexpr bool isWordChar(int c) { return isWordStart(c) || isDigit(c); }
 bool isPunctuation(int c) { return c > ' ' && c < 127 && !isWordChar(c); }
 // Whether readNumber may find a number (or "@name") at `c`.
 bool mayStartNumber(int c) { return isDigit(c) || c == '+' || c == '-' || c == '.' || c == '@'; }
@@ -505,32 +506,42 @@ inline size_t spacesEnd(const char* data, size_t from, size_t end) {
 }
 
 // A place in the bytes being read, kept in locals by the fast loops (a store through a char
-// pointer could alias the reader's members).
+// pointer could alias the reader's members).  The column is pos + base, so that moving along a
+// line changes only pos.
 struct Cursor {
   size_t pos;
-  long line, column;
+  long line, base;
+  Cursor(size_t p, long l, long column) : pos(p), line(l), base(column - static_cast<long>(p)) {}
+  long column() const { return static_cast<long>(pos) + base; }
 };
 
 // Passes over spaces, tabs and line feeds.
 inline void passBlanks(const char* data, size_t end, Cursor& at) {
-  while (at.pos < end) {
-    const char c = data[at.pos];
+  size_t pos = at.pos;
+  while (pos < end) {
+    const char c = data[pos];
     if (c == ' ') {
-      const size_t run = at.pos;
-      at.pos = spacesEnd(data, at.pos + 1, end);
-      at.column += static_cast<long>(at.pos - run);
+      pos = spacesEnd(data, pos + 1, end);
     } else if (c == '\t') {
-      ++at.column;
-      ++at.pos;
+      ++pos;
     } else if (c == '\n') {
       ++at.line;
-      at.column = 1;
-      ++at.pos;
+      ++pos;
+      at.base = 1 - static_cast<long>(pos);
     } else {
-      return;
+      break;
     }
   }
+  at.pos = pos;
 }
+
+// The bytes that may stand right after a plain number: none that could continue it (a digit, a
+// letter, '_', '.', or a byte of a UTF-8 sequence).
+constexpr auto ENDS_NUMBER = [] {
+  std::array<bool, 256> ends{};
+  for (int c = 0; c < 256; ++c) ends[c] = !isWordChar(c) && c != '.';
+  return ends;
+}();
 
 // The length of the plain number at the start of p[0, avail), when all of it and the byte after
 // it are at hand (`more`: bytes may follow p[avail - 1]); 0 for anything else.  Its value is
@@ -540,8 +551,7 @@ inline void passBlanks(const char* data, size_t end, Cursor& at) {
                                                       size_t& after) {
   after = 0;
   // One digit alone, as most entries of deterministic tables are.
-  if (avail >= 2 && static_cast<unsigned char>(p[0] - '0') < 10 && !isWordChar(static_cast<unsigned char>(p[1])) &&
-      p[1] != '.') {
+  if (avail >= 2 && static_cast<unsigned char>(p[0] - '0') < 10 && ENDS_NUMBER[static_cast<unsigned char>(p[1])]) {
     digits = static_cast<uint64_t>(p[0] - '0');
     return 1;
   }
@@ -556,7 +566,7 @@ inline void passBlanks(const char* data, size_t end, Cursor& at) {
     if (after == 0) return 0;
   }
   if (i == 0 || i >= 20 || after > 22 || digits > (uint64_t{1} << 53)) return 0;
-  if (i == avail ? more : i == limit || isWordChar(static_cast<unsigned char>(p[i])) || p[i] == '.') return 0;
+  if (i == avail ? more : i == limit || !ENDS_NUMBER[static_cast<unsigned char>(p[i])]) return 0;
   return i;
 }
 
@@ -568,13 +578,14 @@ void TokenReader::skipBlanks() {
   offset_ += at.pos - pos_;
   pos_ = at.pos;
   line_ = at.line;
-  column_ = at.column;
+  column_ = at.column();
 }
 
 template <bool Nested, class Take>
 size_t TokenReader::plainNumbers(size_t max, char sep, bool sepNeeded, bool first, Take take, Brackets* brackets) {
   const char* const data = data_;
   const size_t end = end_;
+  const bool more = !eof_;
   Cursor at{pos_, line_, column_};
   TextPosition start = tokenStart_;
   size_t got = 0;
@@ -583,9 +594,8 @@ size_t TokenReader::plainNumbers(size_t max, char sep, bool sepNeeded, bool firs
     if constexpr (Nested) {
       const char c = at.pos < end ? data[at.pos] : 0;
       if (c == brackets->open || c == brackets->close) {
-        start = {at.line, at.column};
+        start = {at.line, at.column()};
         ++at.pos;
-        ++at.column;
         if (c == brackets->open) {
           ++brackets->depth;
         } else if (--brackets->depth == 0) {
@@ -601,7 +611,6 @@ size_t TokenReader::plainNumbers(size_t max, char sep, bool sepNeeded, bool firs
       const bool follows = !(first && got == 0);  // a number stands before this one
       if (next.pos < end && data[next.pos] == sep && follows) {
         ++next.pos;
-        ++next.column;
         passBlanks(data, end, next);
       } else if (sepNeeded && follows) {
         break;
@@ -609,17 +618,18 @@ size_t TokenReader::plainNumbers(size_t max, char sep, bool sepNeeded, bool firs
     }
     uint64_t digits = 0;
     size_t after = 0;
-    const size_t n = plainNumberLength(data + next.pos, end - next.pos, !eof_, digits, after);
+    const size_t n = plainNumberLength(data + next.pos, end - next.pos, more, digits, after);
     if (n == 0) break;
-    start = {next.line, next.column};
+    start = {next.line, next.column()};
     take(digits, after);
-    at = {next.pos + n, next.line, next.column + static_cast<long>(n)};
+    at = next;
+    at.pos += n;
     ++got;
   }
   offset_ += at.pos - pos_;
   pos_ = at.pos;
   line_ = at.line;
-  column_ = at.column;
+  column_ = at.column();
   tokenStart_ = start;
   return got;
 }
@@ -627,7 +637,9 @@ size_t TokenReader::plainNumbers(size_t max, char sep, bool sepNeeded, bool firs
 namespace {
 // What the number runs do with each number they read: append its value to `out`.
 auto appendTo(std::vector<double>& out) {
-  return [&out](uint64_t digits, size_t after) { out.push_back(static_cast<double>(digits) / TENS[after]); };
+  return [&out](uint64_t digits, size_t after) {
+    out.push_back(after == 0 ? static_cast<double>(digits) : static_cast<double>(digits) / TENS[after]);
+  };
 }
 }  // namespace
 
@@ -646,10 +658,14 @@ size_t TokenReader::skipPlainNumbers(char sep) {
 bool TokenReader::readPlainCount(uint64_t low, uint64_t high, uint64_t& out) {
   int c = skipSpace();
   if (c < '0' || c > '9') return false;
+  // Digits alone, at most 18 of them (no overflow), and then a byte that ends a number.
+  const char* p = data_ + pos_;
+  const size_t avail = std::min<size_t>(end_ - pos_, 19);
   uint64_t v = 0;
-  size_t after = 0;
-  const size_t n = plainNumberLength(data_ + pos_, end_ - pos_, !eof_, v, after);
-  if (n == 0 || after > 0 || v < low || v > high) return false;  // a point makes it no count
+  size_t n = 0;
+  for (; n < avail && static_cast<unsigned char>(p[n] - '0') < 10; ++n) v = v * 10 + static_cast<uint64_t>(p[n] - '0');
+  if (n == end_ - pos_ ? !eof_ : n == 19 || !ENDS_NUMBER[static_cast<unsigned char>(p[n])]) return false;
+  if (v < low || v > high) return false;
   startToken();
   takeInLine(n);
   out = v;

@@ -38,12 +38,12 @@ size_t entriesOf(const std::vector<int>& dims) {
 }
 }  // namespace
 
-std::shared_ptr<const PotTable::NodeVec> PotTable::emptyNodes() {
+const std::shared_ptr<const PotTable::NodeVec>& PotTable::emptyNodes() {
   static const auto empty = std::make_shared<const NodeVec>();
   return empty;
 }
 
-std::shared_ptr<const std::vector<int>> PotTable::emptyDims() {
+const std::shared_ptr<const std::vector<int>>& PotTable::emptyDims() {
   static const auto empty = std::make_shared<const std::vector<int>>();
   return empty;
 }
@@ -74,8 +74,6 @@ PotTable::PotTable(PotTable&& o) noexcept
       size_(o.size_), data_(o.data_), capacity_(o.capacity_), factor_(o.factor_) {
   o.data_ = nullptr;
   o.capacity_ = 0;
-  o.nodes_ = emptyNodes();
-  o.dims_ = emptyDims();
   o.size_ = 1;
 }
 
@@ -103,8 +101,6 @@ PotTable& PotTable::operator=(PotTable&& o) noexcept {
     factor_ = o.factor_;
     o.data_ = nullptr;
     o.capacity_ = 0;
-    o.nodes_ = emptyNodes();
-    o.dims_ = emptyDims();
     o.size_ = 1;
   }
   return *this;

@@ -54,18 +54,18 @@ class PotTable {
   void setNodes(NodeVec nodes, std::vector<int> dims);
   // Shares another table's node list (copied on the next change).
   void shareNodes(const PotTable& other);
-  const NodeVec& nodes() const { return *nodes_; }
-  const std::vector<int>& dims() const { return *dims_; }
-  size_t numNodes() const { return nodes_->size(); }
+  const NodeVec& nodes() const { return *nodesShared(); }
+  const std::vector<int>& dims() const { return *dimsShared(); }
+  size_t numNodes() const { return nodes_ ? nodes_->size() : 0; }
   bool sharesNodesWith(const PotTable& o) const { return nodes_ == o.nodes_; }
   // The node list's identity, for caching what depends only on the list (it never changes in
   // place: a change makes a new list).
-  std::weak_ptr<const NodeVec> nodesHandle() const { return nodes_; }
-  std::weak_ptr<const std::vector<int>> dimsHandle() const { return dims_; }
+  std::weak_ptr<const NodeVec> nodesHandle() const { return nodesShared(); }
+  std::weak_ptr<const std::vector<int>> dimsHandle() const { return dimsShared(); }
   // Entries: the product of the dimensions, or TOO_LARGE past 2147483647.
   size_t size() const { return size_; }
   // The length of a row: the last node's state count (1 with no nodes).
-  size_t rowLength() const { return dims_->empty() ? 1 : static_cast<size_t>(dims_->back()); }
+  size_t rowLength() const { return !dims_ || dims_->empty() ? 1 : static_cast<size_t>(dims_->back()); }
 
   bool isAllocated() const { return data_ != nullptr; }
   // Allocates the entries through the environment's memory limit and sets the factor to 1.
@@ -114,15 +114,18 @@ class PotTable {
   void releaseOwned();
 
   EnvCore* env_ = nullptr;
-  std::shared_ptr<const NodeVec> nodes_ = emptyNodes();
-  std::shared_ptr<const std::vector<int>> dims_ = emptyDims();
+  // Null for no nodes (as a new or moved-from table has), which reads as the one shared empty list.
+  std::shared_ptr<const NodeVec> nodes_;
+  std::shared_ptr<const std::vector<int>> dims_;
   size_t size_ = 1;
   float* data_ = nullptr;
   size_t capacity_ = 0;  // entries allocated by this table; 0 for attached data
   double factor_ = 1.0;
 
-  static std::shared_ptr<const NodeVec> emptyNodes();
-  static std::shared_ptr<const std::vector<int>> emptyDims();
+  static const std::shared_ptr<const NodeVec>& emptyNodes();
+  static const std::shared_ptr<const std::vector<int>>& emptyDims();
+  const std::shared_ptr<const NodeVec>& nodesShared() const { return nodes_ ? nodes_ : emptyNodes(); }
+  const std::shared_ptr<const std::vector<int>>& dimsShared() const { return dims_ ? dims_ : emptyDims(); }
 };
 
 // Gives both tables the larger of their two factors.
