@@ -65,6 +65,7 @@ std::string TokenReader::readValueText(std::string_view extra) {
 
 std::vector<std::string> TokenReader::readValueList(std::string_view extra) {
   std::vector<std::string> items;
+  items.reserve(4);  // most lists are short: one allocation, not three
   readList([&] { items.push_back(readValueText(extra)); });
   return items;
 }

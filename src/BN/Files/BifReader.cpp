@@ -70,6 +70,7 @@ class BifReader {
     std::vector<Family> families;
     for (ProbBlock& b : blocks_) {
       std::vector<Link> links;
+      links.reserve(b.parents.size());
       for (Variable* p : b.parents) links.push_back(Link{p->node, "", {}});
       families.emplace_back(b.child->node, std::move(links));
     }
@@ -179,6 +180,7 @@ class BifReader {
       rd_.failAt(countAt, err::BifExpected, "a number of states from 1 to 1000000");
     expect(']');
     expect('{');
+    var.stateTexts.reserve(4);  // most variables have few states: one allocation, not three
     do {
       rd_.skipSpace();
       TextPosition at = rd_.here();
@@ -245,6 +247,7 @@ class BifReader {
     if (b.child->hasBlock) rd_.failAt(at, err::BifProbabilityTwice, childText);
     b.child->hasBlock = true;
     if (rd_.readPunct('|')) {
+      b.parents.reserve(4);
       do {
         rd_.skipSpace();
         TextPosition pat = rd_.here();
@@ -270,6 +273,7 @@ class BifReader {
     std::vector<double> given, defaultRow;
     reserveTableEntries(given, rowsD * static_cast<double>(nc));
     std::vector<size_t> givenRow;
+    givenRow.reserve(std::min<size_t>(rows, 1 << 16));
     std::vector<bool> seen(rows, false);
     size_t seenCount = 0;
     bool any = false;
@@ -347,6 +351,14 @@ class BifReader {
           r /= n;
         }
         rd_.fail(err::BifRowMissing, joined(texts), childText);
+      }
+      // Every row given in order, as writers mostly do: the entries are the table already.
+      bool inOrder = givenRow.size() == rows;
+      for (size_t k = 0; inOrder && k < rows; ++k) inOrder = givenRow[k] == k;
+      if (inOrder) {
+        b.table = std::move(given);
+        blocks_.push_back(std::move(b));
+        return;
       }
       b.table.resize(rows * nc);
       for (size_t r = 0; r < rows; ++r)

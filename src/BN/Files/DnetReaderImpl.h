@@ -9,10 +9,12 @@
 // links, then the tables, the node sets and the elimination order.  A fault found while
 // building is reported at the statement it comes from.
 #pragma once
+#include <algorithm>
 #include <map>
 #include <memory>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "BN/Net/Bnet.h"
@@ -33,14 +35,39 @@ struct TokenText {
   bool words = false;         // some token is a word or "#" (names of states)
 };
 
+// The statements of a node read so far, and where each stood.  Only known fields are kept, each
+// once, so the list is short and searched in order.
+class FieldPlaces {
+ public:
+  using Entry = std::pair<std::string, TextPosition>;
+  using const_iterator = std::vector<Entry>::const_iterator;
+  const_iterator begin() const { return list_.begin(); }
+  const_iterator end() const { return list_.end(); }
+  const_iterator find(std::string_view f) const {
+    return std::find_if(list_.begin(), list_.end(), [f](const Entry& e) { return e.first == f; });
+  }
+  size_t count(std::string_view f) const { return find(f) == end() ? 0 : 1; }
+  // Where the statement `f` stood; it must have been read.
+  const TextPosition& at(std::string_view f) const { return find(f)->second; }
+  // Records the statement `f` at `pos` (a field already recorded is moved to `pos`).
+  void set(const std::string& f, const TextPosition& pos) {
+    auto it = std::find_if(list_.begin(), list_.end(), [&f](const Entry& e) { return e.first == f; });
+    if (it != list_.end()) it->second = pos;
+    else list_.emplace_back(f, pos);
+  }
+
+ private:
+  std::vector<Entry> list_;
+};
+
 // One node (or definition) as declared in the file.
 struct NodeDecl {
   std::string name;
   bool isDefine = false;
   bool isParam = false;
   TextPosition pos;
-  std::map<std::string, TextPosition> fields;  // the statements read, and where
-  std::set<std::string> inherited;             // fields taken from a definition
+  FieldPlaces fields;               // the statements read, and where
+  std::set<std::string> inherited;  // fields taken from a definition
 
   bool has(const std::string& f) const { return fields.count(f) || inherited.count(f); }
   TextPosition at(const std::string& f) const {

@@ -1,6 +1,8 @@
 // Reading DNET node objects into declarations, inheriting from definitions, and building the
 // nodes, their states and their links.
+#include <algorithm>
 #include <cmath>
+#include <unordered_set>
 
 #include "BN/Files/DnetReaderImpl.h"
 #include "BN/Net/Links.h"
@@ -141,7 +143,7 @@ void DnetReader::readNodeField(NodeDecl& d, const std::string& word) {
   if (word == "parents")
     for (const char* f : AFTER_PARENTS)
       if (d.fields.count(f)) failIn(d, f, d.fields.at(f), err::DnetAfterParents, f);
-  d.fields[word] = at;
+  d.fields.set(word, at);
   d.inherited.erase(word);
   if (!readNodeValue(d, word)) skipValue();  // a field the engine does not keep
   endStatement(word);
@@ -276,14 +278,21 @@ void DnetReader::createNode(NodeDecl& d) {
 
 void DnetReader::setStates(Bnode& node, NodeDecl& d) {
   if (!d.states.empty()) {
-    std::set<std::string> seen;
+    // Repeats are looked for among the earlier names; a set only for long lists.
+    std::unordered_set<std::string> seen;
+    const bool many = d.states.size() > 32;
+    auto repeated = [&](size_t i) {
+      if (many) return !seen.insert(d.states[i]).second;
+      return std::find(d.states.begin(), d.states.begin() + static_cast<long>(i), d.states[i]) !=
+             d.states.begin() + static_cast<long>(i);
+    };
     for (size_t i = 0; i < d.states.size(); ++i) {
       const std::string& s = d.states[i];
       if (s.empty()) failIn(d, "states", d.at("states"), err::DnetEmptyStateName, ordinal(i + 1));
       std::string why;
       if (checkName(s, NAME_ALL | NAME_NO_ASTERISK, &why))
         failIn(d, "states", d.at("states"), err::DnetIllegalName, s, "state");
-      if (!seen.insert(s).second) failIn(d, "states", d.at("states"), err::DnetDuplicateNode, "state", s);
+      if (repeated(i)) failIn(d, "states", d.at("states"), err::DnetDuplicateNode, "state", s);
     }
     if (static_cast<int>(d.states.size()) == node.numStates) {
       node.stateNames = d.states;  // legal and distinct: set as they stand, the net is not yet seen

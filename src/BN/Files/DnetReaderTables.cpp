@@ -40,6 +40,7 @@ class TableParser {
 
   std::vector<Cell> parse() {
     std::vector<Cell> cells;
+    cells.reserve(static_cast<size_t>(std::min(span(0), 65536.0)));
     int c = next();
     if (c != TokenReader::END && c != '(') {
       // A lone entry stands for the whole table.

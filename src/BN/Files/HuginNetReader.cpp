@@ -148,6 +148,7 @@ class HuginReader {
 
   void readStates(SketchVar& var) {
     expect('(');
+    var.states.reserve(4);  // most variables have few states: one allocation, not three
     while (!rd_.readPunct(')')) {
       rd_.skipSpace();
       TextPosition at = rd_.here();
@@ -178,6 +179,7 @@ class HuginReader {
     if (var.hasFamily) rd_.failAt(at, err::FmtTableTwice, childName);
     var.hasFamily = true;
     if (rd_.readPunct('|')) {
+      var.parents.reserve(4);
       while (!rd_.readPunct(')')) {
         rd_.skipSpace();
         TextPosition pat = rd_.here();

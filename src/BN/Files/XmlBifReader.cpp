@@ -85,11 +85,12 @@ class XmlBifReader {
     else if (type == "decision") var.kind = DECISION;
     else if (type == "utility") var.kind = UTILITY;
     else rd_.failAt(at(v), err::XmlVariableType, text, type);
+    var.states.reserve(4);  // most variables have few states: one allocation, not three
     for (pugi::xml_node o : v.children("OUTCOME")) {
       std::string s = trimmed(o.child_value());
       if (std::find(var.states.begin(), var.states.end(), s) != var.states.end())
         rd_.failAt(at(o), err::FmtStateTwice, s, text);
-      var.states.push_back(s);
+      var.states.push_back(std::move(s));
     }
     if (var.kind == UTILITY) var.states.clear();  // a utility is a value, not a variable with outcomes
     else if (var.states.empty()) rd_.failAt(at(v), err::FmtNoStates, text);
@@ -133,6 +134,7 @@ class XmlBifReader {
     SketchVar& var = sketch_.vars[child];
     if (var.hasFamily) rd_.failAt(at(d), err::FmtTableTwice, childText);
     var.hasFamily = true;
+    var.parents.reserve(4);
     for (pugi::xml_node g : d.children("GIVEN")) {
       std::string text = trimmed(g.child_value());
       size_t p = lookup(text, g);

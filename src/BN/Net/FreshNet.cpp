@@ -19,8 +19,14 @@ void nameFreshStates(Bnode& node, const std::vector<std::string>& texts) {
   names.reserve(texts.size());
   std::unordered_set<std::string> seen;  // used only for long lists
   const bool many = texts.size() > 16;
-  auto taken = [&](const std::string& n) {
-    return many ? seen.count(n) > 0 : std::find(names.begin(), names.end(), n) != names.end();
+  // One pointer captured, so that the std::function holding the test needs no allocation.
+  struct Sets {
+    const std::vector<std::string>& names;
+    const std::unordered_set<std::string>& seen;
+    bool many;
+  } sets{names, seen, many};
+  auto taken = [s = &sets](const std::string& n) {
+    return s->many ? s->seen.count(n) > 0 : std::find(s->names.begin(), s->names.end(), n) != s->names.end();
   };
   for (const std::string& s : texts) {
     names.push_back(uniqueName(s, taken));
