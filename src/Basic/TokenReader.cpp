@@ -223,12 +223,10 @@ void TokenReader::enterComment(ErrDef tooDeep) {
 void TokenReader::skipLineComment() {
   for (;;) {
     // The bytes at hand up to a line end are taken in one step.
-    size_t n = 0;
-    while (pos_ + n < end_) {
-      char b = data_[pos_ + n];
-      if (b == '\n' || b == '\f' || b == '\r') break;
-      ++n;
-    }
+    const char* from = data_ + pos_;
+    const size_t avail = end_ - pos_;
+    size_t n = lineEndsFrom(from, avail);
+    while (n < avail && from[n] != '\n' && from[n] != '\f' && from[n] != '\r') ++n;
     takeInLine(n);
     int c = readChar();
     if (c == END || c == '\n' || c == '\f') return;

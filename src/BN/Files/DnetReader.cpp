@@ -313,7 +313,7 @@ void DnetReader::skimValue(TokenText& into) {
 
 void DnetReader::buildNet() {
   for (NodeDecl& d : nodes_) createNode(d);
-  for (NodeDecl& d : nodes_) linkNode(d);
+  linkNodes();
   for (NodeDecl& d : nodes_) setTables(d);
   for (const NodeDecl& d : nodes_) setFindings(d);
   for (const NodesetDecl& s : nodesets_) {

@@ -141,7 +141,9 @@ class DnetReader {
   int readEnumWord(const char* const* words, int count, const char* extra = nullptr, int extraCode = 0);
   void createNode(NodeDecl& d);
   void setStates(Bnode& node, NodeDecl& d);
+  void linkNodes();
   void linkNode(NodeDecl& d);
+  Bnode* parentNamed(const NodeDecl& d, const std::string& name);
 
   // ---- DnetReaderTables.cpp ----
   void setTables(NodeDecl& d);

@@ -5,6 +5,7 @@
 #include <unordered_set>
 
 #include "BN/Files/DnetReaderImpl.h"
+#include "BN/Net/FreshNet.h"
 #include "BN/Net/Links.h"
 #include "BN/Net/NodeOps.h"
 #include "BN/Net/NodeStates.h"
@@ -317,6 +318,34 @@ void DnetReader::setStates(Bnode& node, NodeDecl& d) {
   texts("StateComments", d.stateComments, false);
 }
 
+// Every node's links.  Without input names, cycles or repeated parents (as nearly every file
+// is), all are set in one step; otherwise node by node, which warns and names inputs as it goes.
+void DnetReader::linkNodes() {
+  std::vector<Family> families;
+  bool plain = true;
+  for (NodeDecl& d : nodes_) {
+    size_t count = d.parents.size();
+    if (d.has("inputs") && d.inputs.size() != count)
+      failIn(d, "inputs", d.at("inputs"), err::DnetInputsCount, static_cast<int>(d.inputs.size()),
+             static_cast<int>(count));
+    for (const std::string& in : d.inputs) plain = plain && in.empty();
+    if (count == 0) continue;
+    std::vector<Link> links;
+    links.reserve(count);
+    for (const std::string& name : d.parents) links.push_back(Link{parentNamed(d, name), "", {}});
+    families.emplace_back(net_->find(d.name), std::move(links));
+  }
+  if (plain && linkFreshIfClean(families)) return;
+  for (NodeDecl& d : nodes_) linkNode(d);
+}
+
+Bnode* DnetReader::parentNamed(const NodeDecl& d, const std::string& name) {
+  Bnode* p = net_->find(name);
+  if (!p && defines_.count(name)) failIn(d, "parents", d.at("parents"), err::DnetDefinitionUsed, name);
+  if (!p) failIn(d, "parents", d.at("parents"), err::DnetUndefinedNode, name);
+  return p;
+}
+
 // The node's links, in the order of its "parents" statement, with their input names.
 void DnetReader::linkNode(NodeDecl& d) {
   Bnode& child = *net_->find(d.name);
@@ -326,12 +355,7 @@ void DnetReader::linkNode(NodeDecl& d) {
            static_cast<int>(count));
   if (count == 0) return;
   std::vector<ParentSlot> slots;
-  for (const std::string& name : d.parents) {
-    Bnode* p = net_->find(name);
-    if (!p && defines_.count(name)) failIn(d, "parents", d.at("parents"), err::DnetDefinitionUsed, name);
-    if (!p) failIn(d, "parents", d.at("parents"), err::DnetUndefinedNode, name);
-    slots.push_back({Link{p, "", {}}, -1, true});
-  }
+  for (const std::string& name : d.parents) slots.push_back({Link{parentNamed(d, name), "", {}}, -1, true});
   ContextScope ctx(rd_, {"node", d.name, "parents"});
   setNodeParents(child, std::move(slots), true);
   for (size_t i = 0; i < d.inputs.size(); ++i)

@@ -80,8 +80,8 @@ bool needsWarnings(const std::vector<Family>& families, Bnet& net) {
 
 }  // namespace
 
-void linkFresh(std::vector<Family> families) {
-  if (families.empty()) return;
+bool linkFreshIfClean(std::vector<Family>& families) {
+  if (families.empty()) return true;
   Bnet& net = *families.front().first->net;
   for (Family& f : families) {
     for (const Link& l : f.second) l.parent->children.push_back(f.first);
@@ -89,9 +89,9 @@ void linkFresh(std::vector<Family> families) {
   }
   if (!needsWarnings(families, net)) {
     net.uncompile();
-    return;
+    return true;
   }
-  // Rare: undo the links and set them child by child, which warns as it goes.
+  // Undone: the families hold their links again.
   for (Family& f : families) {
     f.second = std::move(f.first->parents);
     for (const Link& l : f.second) {
@@ -100,6 +100,12 @@ void linkFresh(std::vector<Family> families) {
     }
     f.first->parents.clear();
   }
+  return false;
+}
+
+void linkFresh(std::vector<Family> families) {
+  if (linkFreshIfClean(families)) return;
+  // Rare: the links are set child by child, which warns as it goes.
   for (Family& f : families) {
     std::vector<ParentSlot> slots;
     for (Link& l : f.second) slots.push_back({std::move(l), -1, true});

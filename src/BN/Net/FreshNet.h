@@ -22,6 +22,9 @@ using Family = std::pair<Bnode*, std::vector<Link>>;
 // order given.  The warnings for links that close a cycle or repeat a parent are those that
 // setting the parents one child after another in that order gives.
 void linkFresh(std::vector<Family> families);
+// The same when no link closes a cycle or repeats a parent (true); otherwise nothing is linked and
+// `families` is as it was (false).
+bool linkFreshIfClean(std::vector<Family>& families);
 
 // The node's CPT (or, with `utility`, its real function table) from `values` in table order, NaN
 // for an undefined entry.  Refused as making the table is (too large, continuous parent).

@@ -191,6 +191,17 @@ TEST_F(DnetReaderTest, WarningsLetTheReadGoOn) {
 
   ASSERT_NE(read("// ~->[DNET-1]->~\nbnet Q {};\nwidget Z {a = 1;};"), nullptr);
   EXPECT_EQ(warning(), "unknown object 'widget', on line 3 char 1 of file 't.dne'");
+  ClearErrors_vq(env, WARNING_ERR);
+
+  // A cycle is kept, with one warning naming the node whose parents close it.
+  net = read(std::string(MAGIC) +
+             "bnet C {node A {states = (s, t); parents = (B);}; node B {states = (s, t); parents = (A);};"
+             "node D {states = (s, t); parents = (A, B);};};");
+  ASSERT_NE(net, nullptr);
+  EXPECT_EQ(errorCount(WARNING_ERR), 1);
+  EXPECT_EQ(warning(), "connecting node 'A' to node 'B' results in a cycle (with no time delays)");
+  EXPECT_EQ(listNames(GetNodeChildren_bn(GetNodeNamed_bn("A", net))), "B,D");
+  EXPECT_EQ(listNames(GetNodeParents_bn(GetNodeNamed_bn("D", net))), "A,B");
 }
 
 TEST_F(DnetReaderTest, RefusesBadOptionsAndFileTypes) {
