@@ -209,13 +209,14 @@ class HuginReader {
     TextPosition start = rd_.here();
     if (need > MAX_CPT_ENTRIES) rd_.failAt(start, err::FmtTableTooBig, var.text, need);
     expect('(');
-    reserveTableEntries(var.table, need);
+    std::vector<double>& entries = sketch_.entries;
+    const size_t from = entries.size();
     TokenReader::Brackets brackets{'(', ')', 1};
     int& depth = brackets.depth;
     double count = 0;
     while (depth > 0) {
       if (count < need) {
-        count += static_cast<double>(rd_.readNestedNumbers(var.table, static_cast<size_t>(need - count), brackets));
+        count += static_cast<double>(rd_.readNestedNumbers(entries, static_cast<size_t>(need - count), brackets));
         if (depth == 0) break;
       }
       int c = rd_.skipSpace();
@@ -230,9 +231,10 @@ class HuginReader {
       double v = number_.value;
       if (var.kind == UTILITY ? !std::isfinite(v) : !(v >= 0 && v <= 3.4e38))
         rd_.failAt(at, err::FmtBadProbability, number_.text, var.text);
-      if (++count <= need) var.table.push_back(v);
+      if (++count <= need) entries.push_back(v);
     }
     if (count != need) rd_.failAt(start, err::FmtTableCount, var.text, static_cast<int>(std::min(count, 2e9)), need);
+    sketch_.endTable(var, from);
   }
 
   TokenReader rd_;

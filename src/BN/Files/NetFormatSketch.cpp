@@ -53,7 +53,8 @@ Bnet* buildNet(const NetSketch& sketch, EnvCore* env) {
   }
   linkFresh(std::move(families));
   for (size_t i = 0; i < sketch.vars.size(); ++i)
-    if (!sketch.vars[i].table.empty()) fillFreshTable(*nodes[i], sketch.vars[i].kind == UTILITY, sketch.vars[i].table.data());
+    if (sketch.vars[i].tableSize > 0)
+      fillFreshTable(*nodes[i], sketch.vars[i].kind == UTILITY, sketch.entries.data() + sketch.vars[i].tableAt);
   return net.release();
 }
 

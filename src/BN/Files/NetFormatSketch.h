@@ -25,20 +25,26 @@ struct SketchVar {
   double x = 0, y = 0;
   bool hasFamily = false;       // its parents have been given
   std::vector<size_t> parents;  // indices into the sketch's variables, in table order
-  // A CPT (parents first, own states fastest), or for a utility one value per parent row;
-  // empty: no table given.
-  std::vector<double> table;
+  // Where its table stands in the sketch's entries: a CPT (parents first, own states fastest),
+  // or for a utility one value per parent row; no entries: no table given.
+  size_t tableAt = 0, tableSize = 0;
 };
 
 struct NetSketch {
   std::string name;   // the net's name as written ("" for none)
   std::string label;  // a title given by the file ("" for none)
   std::vector<SketchVar> vars;
+  std::vector<double> entries;  // the tables, one after another (one buffer, not one per table)
 
   // The number of states of `v`.
   static size_t stateCount(const SketchVar& v) { return v.states.empty() ? v.numberedStates : v.states.size(); }
   // The number of parent rows of `v`'s table, as a double (may exceed any size_t).
   double rows(const SketchVar& v) const;
+  // Marks the entries from `from` to the end as the table of `v`.
+  void endTable(SketchVar& v, size_t from) {
+    v.tableAt = from;
+    v.tableSize = entries.size() - from;
+  }
 };
 
 // Builds the net: node and state names made legal and unique (a text that had to change is kept

@@ -49,6 +49,9 @@ class UaiReader {
     for (size_t t = 0; t < m; ++t) childOf[t] = readScope();
     for (size_t i = 0; i < n; ++i)
       if (!sketch_.vars[i].hasFamily) rd_.fail(err::UaiNoTable, static_cast<int>(i));
+    double total = 0;  // the entries of all the tables, checked in size one by one
+    for (const SketchVar& v : sketch_.vars) total += sketch_.rows(v) * static_cast<double>(v.numberedStates);
+    reserveTableEntries(sketch_.entries, total);
     for (size_t t = 0; t < m; ++t) readTable(sketch_.vars[childOf[t]]);
     if (rd_.skipSpace() != TokenReader::END) rd_.fail(err::UaiTrailing, rd_.readBareWord(""));
     return buildNet(sketch_, env);
@@ -103,17 +106,19 @@ class UaiReader {
     TextPosition at = rd_.here();
     size_t given = count("a table's entry count", 0, 400000000);
     if (static_cast<double>(given) != need) rd_.failAt(at, err::FmtTableCount, var.text, static_cast<int>(given), need);
-    reserveTableEntries(var.table, need);
+    std::vector<double>& entries = sketch_.entries;
+    const size_t from = entries.size();
     for (size_t k = 0; k < given; ++k) {
-      k += rd_.readPlainNumbers(var.table, given - k);
+      k += rd_.readPlainNumbers(entries, given - k);
       if (k == given) break;
       rd_.skipSpace();
       TextPosition nat = rd_.here();
       if (!rd_.readNumber(number_))
         rd_.failAt(nat, err::FmtBadNumber, rd_.atEnd() ? std::string("end of file") : rd_.readBareWord(""));
       if (!(number_.value >= 0 && number_.value <= 3.4e38)) rd_.failAt(nat, err::FmtBadProbability, number_.text, var.text);
-      var.table.push_back(number_.value);
+      entries.push_back(number_.value);
     }
+    sketch_.endTable(var, from);
   }
 
   TokenReader rd_;

@@ -154,7 +154,8 @@ class XmlBifReader {
     if (need > MAX_CPT_ENTRIES) rd_.failAt(at(table), err::FmtTableTooBig, var.text, need);
     const char* cur = table.child_value();
     double count = 0;
-    reserveTableEntries(var.table, need);
+    std::vector<double>& entries = sketch_.entries;
+    const size_t from = entries.size();
     for (;;) {
       cur += std::strspn(cur, " \t\r\n");
       if (!*cur) break;
@@ -164,10 +165,11 @@ class XmlBifReader {
       if (end == cur || (*end && !std::strchr(" \t\r\n", *end))) rd_.failAt(at(table), err::FmtBadNumber, word());
       if (var.kind == UTILITY ? !std::isfinite(v) : !(v >= 0 && v <= 3.4e38))
         rd_.failAt(at(table), err::FmtBadProbability, word(), var.text);
-      if (++count <= need) var.table.push_back(v);
+      if (++count <= need) entries.push_back(v);
       cur = end;
     }
     if (count != need) rd_.failAt(at(table), err::FmtTableCount, var.text, static_cast<int>(std::min(count, 2e9)), need);
+    sketch_.endTable(var, from);
   }
 
   TokenReader rd_;
