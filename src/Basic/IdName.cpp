@@ -13,7 +13,10 @@ namespace quorva {
 
 namespace {
 
-bool isNameChar(unsigned char c) { return std::isalnum(c) || c == '_'; }
+// ASCII only, whatever the locale.
+bool isNameChar(unsigned char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
+}
 bool isAsciiLetterOrDigit(unsigned char c) { return c < 0x80 && isNameChar(c); }
 
 // The code point of a well-formed UTF-8 sequence.

@@ -26,12 +26,18 @@ Bnet* buildNet(const NetSketch& sketch, EnvCore* env) {
   nodes.reserve(sketch.vars.size());
   net->reserveNodes(sketch.vars.size());
   for (const SketchVar& v : sketch.vars) {
-    std::string name = uniqueName(v.text, [&net](const std::string& n) { return net->nameTaken(n); });
-    Bnode& node = net->addNode(name, v.kind == UTILITY ? 0 : static_cast<int>(NetSketch::stateCount(v)));
+    const int states = v.kind == UTILITY ? 0 : static_cast<int>(NetSketch::stateCount(v));
+    Bnode* fresh = net->addNodeIfFree(legalName(v.text), states);
+    if (!fresh)
+      fresh = &net->addNode(uniqueName(v.text, [&net](const std::string& n) { return net->nameTaken(n); }), states);
+    Bnode& node = *fresh;
+    const std::string& name = node.name;
     node.kind = v.kind;
     if (v.numberedStates > 0) {
       node.stateNames.reserve(v.numberedStates);
-      for (size_t s = 0; s < v.numberedStates; ++s) node.stateNames.push_back("s" + std::to_string(s));
+      char text[24] = "s";
+      for (size_t s = 0; s < v.numberedStates; ++s)
+        node.stateNames.emplace_back(text, std::to_chars(text + 1, text + sizeof text, s).ptr);
     } else if (!v.states.empty() && v.kind != UTILITY) {
       nameFreshStates(node, v.states);
     }

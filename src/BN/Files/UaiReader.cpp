@@ -1,4 +1,5 @@
 // Reading UAI BAYES files and UAI evidence files with the token reader.
+#include <charconv>
 #include <string>
 #include <vector>
 
@@ -39,9 +40,11 @@ class UaiReader {
     file = file.substr(file.find_last_of("/\\") == std::string::npos ? 0 : file.find_last_of("/\\") + 1);
     sketch_.name = file.substr(0, file.find('.'));
     sketch_.vars.resize(n);
+    char made[24] = "v";  // a name made up: v0, v1, ...
     for (size_t i = 0; i < n; ++i) {
       SketchVar& v = sketch_.vars[i];
-      v.text = names.empty() ? "v" + std::to_string(i) : names[i];
+      if (names.empty()) v.text.assign(made, std::to_chars(made + 1, made + sizeof made, i).ptr);
+      else v.text = names[i];
       v.numberedStates = count("a cardinality", 1, 1000000);
     }
     const size_t m = count("the number of tables", 0, 1000000);

@@ -54,16 +54,29 @@ Bnode* Bnet::find(const std::string& nodeName) const {
 }
 
 Bnode& Bnet::addNode(std::string nodeName, int numStates) {
+  Bnode* node = addNodeIfFree(std::move(nodeName), numStates);
+  QASSERT(env, node != nullptr);  // the caller has checked the name
+  return *node;
+}
+
+Bnode* Bnet::addNodeIfFree(std::string nodeName, int numStates) {
   // Room first, so that nothing below can fail part way; grown by doubling, not one by one.
   if (storage_.size() == storage_.capacity()) storage_.reserve(2 * storage_.size() + 8);
   if (nodes.size() == nodes.capacity()) nodes.reserve(2 * nodes.size() + 8);
-  auto node = std::make_unique<Bnode>(this, std::move(nodeName), numStates);
-  Bnode& ref = *node;
-  byName_.emplace(ref.name, &ref);
+  auto [at, fresh] = byName_.try_emplace(nodeName, nullptr);  // one look-up for the test and the entry
+  if (!fresh) return nullptr;
+  std::unique_ptr<Bnode> node;
+  try {
+    node = std::make_unique<Bnode>(this, std::move(nodeName), numStates);
+  } catch (...) {
+    byName_.erase(at);
+    throw;
+  }
+  at->second = node.get();
   storage_.push_back(std::move(node));
-  nodes.push_back(&ref);
+  nodes.push_back(at->second);
   edited();
-  return ref;
+  return at->second;
 }
 
 void Bnet::reserveNodes(size_t more) {

@@ -59,6 +59,8 @@ class Bnet : public Tagged {
   bool nameTaken(const std::string& name) const { return find(name) != nullptr; }
   // Adds a node whose name has been checked and is free.
   Bnode& addNode(std::string name, int numStates);
+  // The same when no node has the name; null (nothing added) when one has.
+  Bnode* addNodeIfFree(std::string name, int numStates);
   // Makes room for `more` nodes to be added without growing the index on the way.
   void reserveNodes(size_t more);
   // Takes a node without links out of the net, leaving its deleted shell behind.
