@@ -83,6 +83,15 @@ bool needsWarnings(const std::vector<Family>& families, Bnet& net) {
 bool linkFreshIfClean(std::vector<Family>& families) {
   if (families.empty()) return true;
   Bnet& net = *families.front().first->net;
+  // Each parent's children list is sized once: the parents sorted, each run is one parent's links.
+  std::vector<Bnode*> parents;
+  for (const Family& f : families)
+    for (const Link& l : f.second) parents.push_back(l.parent);
+  std::sort(parents.begin(), parents.end());
+  for (size_t i = 0, j = 0; i < parents.size(); i = j) {
+    while (j < parents.size() && parents[j] == parents[i]) ++j;
+    parents[i]->children.reserve(parents[i]->children.size() + (j - i));
+  }
   for (Family& f : families) {
     for (const Link& l : f.second) l.parent->children.push_back(f.first);
     f.first->parents = std::move(f.second);
