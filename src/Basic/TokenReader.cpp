@@ -739,14 +739,14 @@ TokenKind TokenReader::skipToken(int& punct) {
 // ---------------------------------------------------------------- messages
 
 std::string TokenReader::suffix(TextPosition at) const {
-  const ReadContext& c = context_;
+  const std::string kind(context_.kind), name(context_.name), field(context_.field);
   std::string s;
-  if (!c.kind.empty() && !c.name.empty() && !c.field.empty())
-    s = ", while reading field `" + c.field + "` of " + c.kind + " '" + c.name + "'";
-  else if (!c.kind.empty() && !c.name.empty())
-    s = ", while reading " + c.kind + " '" + c.name + "'";
-  else if (!c.kind.empty())
-    s = ", while reading a " + c.kind;
+  if (!kind.empty() && !name.empty() && !field.empty())
+    s = ", while reading field `" + field + "` of " + kind + " '" + name + "'";
+  else if (!kind.empty() && !name.empty())
+    s = ", while reading " + kind + " '" + name + "'";
+  else if (!kind.empty())
+    s = ", while reading a " + kind;
   std::string path = stream_.displayName();
   if (at.known()) {
     s += format(", on line %ld char %ld", at.line, at.column);

@@ -49,6 +49,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -79,11 +80,12 @@ struct Syntax {
 };
 
 // What is being read, for messages: the kind of object ("node"), its name and the field; each
-// may be empty.
+// may be empty.  They are views: the texts must outlive the scope that sets them (a context is set
+// for every node and field read, and copying the texts each time would cost more than the rest).
 struct ReadContext {
-  std::string kind;
-  std::string name;
-  std::string field;
+  std::string_view kind;
+  std::string_view name;
+  std::string_view field;
 };
 
 enum class Truth { False = 0, True = 1, Maybe = 2 };
@@ -281,12 +283,8 @@ class TokenReader {
   int commentDepth() const { return depth_; }
 
   const ReadContext& context() const { return context_; }
-  void setContext(ReadContext c) { context_ = std::move(c); }
-  void swapContext(ReadContext& c) {
-    std::swap(context_.kind, c.kind);
-    std::swap(context_.name, c.name);
-    std::swap(context_.field, c.field);
-  }
+  void setContext(ReadContext c) { context_ = c; }
+  void swapContext(ReadContext& c) { std::swap(context_, c); }
   // The suffix that ends every message about a fault at `at`.
   std::string suffix(TextPosition at) const;
 
@@ -365,7 +363,7 @@ class TokenReader {
 // Sets the reader's context for a scope and puts the previous one back at its end.
 class ContextScope {
  public:
-  ContextScope(TokenReader& rd, ReadContext c) : rd_(rd), saved_(std::move(c)) { rd.swapContext(saved_); }
+  ContextScope(TokenReader& rd, ReadContext c) : rd_(rd), saved_(c) { rd.swapContext(saved_); }
   ~ContextScope() { rd_.swapContext(saved_); }
   ContextScope(const ContextScope&) = delete;
   ContextScope& operator=(const ContextScope&) = delete;
