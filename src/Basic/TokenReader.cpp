@@ -662,7 +662,7 @@ bool TokenReader::readPlainCount(uint64_t low, uint64_t high, uint64_t& out) {
   uint64_t v = 0;
   size_t n = 0;
   for (; n < avail && static_cast<unsigned char>(p[n] - '0') < 10; ++n) v = v * 10 + static_cast<uint64_t>(p[n] - '0');
-  if (n == end_ - pos_ ? !eof_ : n == 19 || !ENDS_NUMBER[static_cast<unsigned char>(p[n])]) return false;
+  if (n == 19 || (n == end_ - pos_ ? !eof_ : !ENDS_NUMBER[static_cast<unsigned char>(p[n])])) return false;
   if (v < low || v > high) return false;
   startToken();
   takeInLine(n);

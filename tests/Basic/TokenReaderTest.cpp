@@ -435,6 +435,8 @@ TEST_F(TokenReaderTest, PlainDecimalsEqualTheFullConversion) {
   ASSERT_TRUE(c.readNumber(n));
   EXPECT_EQ(n.value, 7);
   EXPECT_FALSE(c.readPlainCount(0, 20, v));  // 9x is a word
+  // Twenty digits at the end of the input would overflow: left to the full number reader.
+  EXPECT_FALSE(reader("18446744073709551621").readPlainCount(0, 20, v));
 
   // A separator goes only with the number after it; a needed one ends the run where it is absent;
   // passing over a run gives the count and the last number's place.
