@@ -179,17 +179,15 @@ class HuginReader {
     if (var.hasFamily) rd_.failAt(at, err::FmtTableTwice, childName);
     var.hasFamily = true;
     if (rd_.readPunct('|')) {
-      var.parents.reserve(4);
+      sketch_.startParents(var);
       while (!rd_.readPunct(')')) {
         rd_.skipSpace();
         TextPosition pat = rd_.here();
         std::string name = readName("a parent name or ')'");
         size_t p = lookup(name, pat);
         if (p == child) rd_.failAt(pat, err::FmtOwnParent, childName);
-        if (std::find(var.parents.begin(), var.parents.end(), p) != var.parents.end())
-          rd_.failAt(pat, err::FmtParentTwice, name, childName);
         if (sketch_.vars[p].kind == UTILITY) rd_.failAt(pat, err::FmtUtilityChild, name, childName);
-        var.parents.push_back(p);
+        if (!sketch_.addParent(var, p)) rd_.failAt(pat, err::FmtParentTwice, name, childName);
       }
     } else {
       expect(')');

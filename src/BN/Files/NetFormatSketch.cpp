@@ -13,7 +13,7 @@ namespace quorva {
 
 double NetSketch::rows(const SketchVar& v) const {
   double r = 1;
-  for (size_t p : v.parents) r *= static_cast<double>(stateCount(vars[p]));
+  for (size_t p : parents(v)) r *= static_cast<double>(stateCount(vars[p]));
   return r;
 }
 
@@ -52,9 +52,10 @@ Bnet* buildNet(const NetSketch& sketch, EnvCore* env) {
   families.reserve(sketch.vars.size());
   for (size_t i = 0; i < sketch.vars.size(); ++i) {
     const SketchVar& v = sketch.vars[i];
-    if (v.parents.empty()) continue;
-    std::vector<Link> links(v.parents.size());
-    for (size_t k = 0; k < v.parents.size(); ++k) links[k].parent = nodes[v.parents[k]];
+    std::span<const size_t> parents = sketch.parents(v);
+    if (parents.empty()) continue;
+    std::vector<Link> links(parents.size());
+    for (size_t k = 0; k < parents.size(); ++k) links[k].parent = nodes[parents[k]];
     families.emplace_back(nodes[i], std::move(links));
   }
   linkFresh(std::move(families));

@@ -4,7 +4,9 @@
 // names are made legal and unique the same way for all of them, and a fault found while reading
 // leaves no net behind.
 #pragma once
+#include <algorithm>
 #include <functional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -23,8 +25,10 @@ struct SketchVar {
   int kind = NATURE;                // NATURE, DECISION or UTILITY
   bool hasPosition = false;
   double x = 0, y = 0;
-  bool hasFamily = false;       // its parents have been given
-  std::vector<size_t> parents;  // indices into the sketch's variables, in table order
+  bool hasFamily = false;  // its parents have been given
+  // Where its parents (indices into the sketch's variables, in table order) stand in the
+  // sketch's parent list.
+  size_t parentsAt = 0, parentCount = 0;
   // Where its table stands in the sketch's entries: a CPT (parents first, own states fastest),
   // or for a utility one value per parent row; no entries: no table given.
   size_t tableAt = 0, tableSize = 0;
@@ -35,11 +39,27 @@ struct NetSketch {
   std::string label;  // a title given by the file ("" for none)
   std::vector<SketchVar> vars;
   std::vector<double> entries;  // the tables, one after another (one buffer, not one per table)
+  std::vector<size_t> parentList;  // the variables' parents, one family after another
 
   // The number of states of `v`.
   static size_t stateCount(const SketchVar& v) { return v.states.empty() ? v.numberedStates : v.states.size(); }
   // The number of parent rows of `v`'s table, as a double (may exceed any size_t).
   double rows(const SketchVar& v) const;
+  // The parents of `v`.
+  std::span<const size_t> parents(const SketchVar& v) const { return {parentList.data() + v.parentsAt, v.parentCount}; }
+  // Starts the parents of `v`, which are given one by one with addParent before any other's.
+  void startParents(SketchVar& v) {
+    v.parentsAt = parentList.size();
+    v.parentCount = 0;
+  }
+  // Gives `v` the parent `p`; false (nothing added) when it already has it.
+  bool addParent(SketchVar& v, size_t p) {
+    std::span<const size_t> given = parents(v);
+    if (std::find(given.begin(), given.end(), p) != given.end()) return false;
+    parentList.push_back(p);
+    ++v.parentCount;
+    return true;
+  }
   // Marks the entries from `from` to the end as the table of `v`.
   void endTable(SketchVar& v, size_t from) {
     v.tableAt = from;

@@ -96,7 +96,8 @@ class UaiReader {
     SketchVar& var = sketch_.vars[child];
     if (var.hasFamily) rd_.failAt(childAt, err::UaiTwoTables, static_cast<int>(child));
     var.hasFamily = true;
-    var.parents.assign(scope.begin(), scope.end() - 1);
+    sketch_.startParents(var);
+    for (size_t k = 0; k + 1 < scope.size(); ++k) sketch_.addParent(var, scope[k]);  // none repeated
     double entries = sketch_.rows(var) * static_cast<double>(var.numberedStates);
     if (entries > MAX_CPT_ENTRIES) rd_.failAt(childAt, err::FmtTableTooBig, var.text, entries);
     return child;

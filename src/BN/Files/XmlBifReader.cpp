@@ -134,15 +134,13 @@ class XmlBifReader {
     SketchVar& var = sketch_.vars[child];
     if (var.hasFamily) rd_.failAt(at(d), err::FmtTableTwice, childText);
     var.hasFamily = true;
-    var.parents.reserve(4);
+    sketch_.startParents(var);
     for (pugi::xml_node g : d.children("GIVEN")) {
       std::string text = trimmed(g.child_value());
       size_t p = lookup(text, g);
       if (p == child) rd_.failAt(at(g), err::FmtOwnParent, childText);
-      if (std::find(var.parents.begin(), var.parents.end(), p) != var.parents.end())
-        rd_.failAt(at(g), err::FmtParentTwice, text, childText);
       if (sketch_.vars[p].kind == UTILITY) rd_.failAt(at(g), err::FmtUtilityChild, text, childText);
-      var.parents.push_back(p);
+      if (!sketch_.addParent(var, p)) rd_.failAt(at(g), err::FmtParentTwice, text, childText);
     }
     pugi::xml_node table = d.child("TABLE");
     if (table) readTable(table, var);  // without one the node has no table
