@@ -357,15 +357,14 @@ class BifReader {
       for (size_t k = 0; inOrder && k < rows; ++k) inOrder = givenRow[k] == k;
       if (inOrder) {
         b.table = std::move(given);
-        blocks_.push_back(std::move(b));
-        return;
+      } else {
+        b.table.resize(rows * nc);
+        for (size_t r = 0; r < rows; ++r)
+          if (!seen[r]) std::copy(defaultRow.begin(), defaultRow.end(), b.table.begin() + static_cast<long>(r * nc));
+        for (size_t k = 0; k < givenRow.size(); ++k)
+          std::copy(given.begin() + static_cast<long>(k * nc), given.begin() + static_cast<long>((k + 1) * nc),
+                    b.table.begin() + static_cast<long>(givenRow[k] * nc));
       }
-      b.table.resize(rows * nc);
-      for (size_t r = 0; r < rows; ++r)
-        if (!seen[r]) std::copy(defaultRow.begin(), defaultRow.end(), b.table.begin() + static_cast<long>(r * nc));
-      for (size_t k = 0; k < givenRow.size(); ++k)
-        std::copy(given.begin() + static_cast<long>(k * nc), given.begin() + static_cast<long>((k + 1) * nc),
-                  b.table.begin() + static_cast<long>(givenRow[k] * nc));
     }
     blocks_.push_back(std::move(b));
   }

@@ -51,7 +51,7 @@ class FieldPlaces {
   const TextPosition& at(std::string_view f) const { return find(f)->second; }
   // Records the statement `f` at `pos` (a field already recorded is moved to `pos`).
   void set(const std::string& f, const TextPosition& pos) {
-    auto it = std::find_if(list_.begin(), list_.end(), [&f](const Entry& e) { return e.first == f; });
+    auto it = list_.begin() + (find(f) - begin());
     if (it != list_.end()) it->second = pos;
     else list_.emplace_back(f, pos);
   }
