@@ -61,24 +61,25 @@ CaseValue parseCaseValue(const Bnode& node, std::string_view text, const CaseRea
   EnvCore* env = node.net->env;
   // The position, built only for a message.
   auto where = [&] { return reader.where(row, row.chars[col]); };
+  // A refusal that shows the field as written.
+  auto refuse = [&](ErrDef e) { engError(env, e, std::string(text), node.name, where()); };
   CaseValue v;
   if (reader.format().isMissing(text)) return v;
   v.kind = CaseValue::State;
   if (text[0] == '"') {
     std::string decoded;
-    if (!decodeQuoted(env, text, decoded)) engError(env, err::CaseIllegalValue, std::string(text), node.name, where());
+    if (!decodeQuoted(env, text, decoded)) refuse(err::CaseIllegalValue);
     v.state = findIn(node.stateTitles, decoded);
     if (v.state < 0) v.state = findIn(node.stateNames, decoded);
-    if (v.state < 0) engError(env, err::CaseNotAState, std::string(text), node.name, where());
+    if (v.state < 0) refuse(err::CaseNotAState);
     return v;
   }
   if (text[0] == '#') {
-    long s = -1;
     if (text.size() < 2 || text.size() > 10 || !std::all_of(text.begin() + 1, text.end(), [](char ch) { return ch >= '0' && ch <= '9'; }))
-      engError(env, err::CaseIllegalValue, std::string(text), node.name, where());
-    s = 0;
+      refuse(err::CaseIllegalValue);
+    long s = 0;
     for (char ch : text.substr(1)) s = s * 10 + (ch - '0');
-    if (s >= node.numStates) engError(env, err::CaseNotAState, std::string(text), node.name, where());
+    if (s >= node.numStates) refuse(err::CaseNotAState);
     v.state = static_cast<int>(s);
     return v;
   }
@@ -94,7 +95,7 @@ CaseValue parseCaseValue(const Bnode& node, std::string_view text, const CaseRea
       from = to + 1;
     }
     if (!ok || v.likelihood.size() != static_cast<size_t>(node.numStates))
-      engError(env, err::CaseIllegalValue, std::string(text), node.name, where());
+      refuse(err::CaseIllegalValue);
     return v;
   }
   v.state = findState(node, text, states);
@@ -116,7 +117,7 @@ CaseValue parseCaseValue(const Bnode& node, std::string_view text, const CaseRea
       }
     engError(env, err::CaseValueNoState, x, node.name, where());
   }
-  if (!node.hasStates()) engError(env, err::CaseIllegalValue, std::string(text), node.name, where());
+  if (!node.hasStates()) refuse(err::CaseIllegalValue);
   engWarning(env, err::CaseUnknownValue, std::string(text), node.name, where());
   v.kind = CaseValue::Skip;
   return v;

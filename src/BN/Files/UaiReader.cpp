@@ -52,9 +52,7 @@ class UaiReader {
     for (size_t t = 0; t < m; ++t) childOf[t] = readScope();
     for (size_t i = 0; i < n; ++i)
       if (!sketch_.vars[i].hasFamily) rd_.fail(err::UaiNoTable, static_cast<int>(i));
-    double total = 0;  // the entries of all the tables, checked in size one by one
-    for (const SketchVar& v : sketch_.vars) total += sketch_.rows(v) * static_cast<double>(v.numberedStates);
-    reserveTableEntries(sketch_.entries, total);
+    reserveTableEntries(sketch_.entries, totalEntries_);
     for (size_t t = 0; t < m; ++t) readTable(sketch_.vars[childOf[t]]);
     if (rd_.skipSpace() != TokenReader::END) rd_.fail(err::UaiTrailing, rd_.readBareWord(""));
     return buildNet(sketch_, env);
@@ -100,6 +98,7 @@ class UaiReader {
     for (size_t k = 0; k + 1 < scope.size(); ++k) sketch_.addParent(var, scope[k]);  // none repeated
     double entries = sketch_.rows(var) * static_cast<double>(var.numberedStates);
     if (entries > MAX_CPT_ENTRIES) rd_.failAt(childAt, err::FmtTableTooBig, var.text, entries);
+    totalEntries_ += entries;
     return child;
   }
 
@@ -129,6 +128,7 @@ class UaiReader {
   NetSketch sketch_;
   Number number_;
   std::vector<size_t> scope_;  // the scope being read
+  double totalEntries_ = 0;    // of the tables whose scopes are read
 };
 
 }  // namespace
