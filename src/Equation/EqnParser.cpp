@@ -35,7 +35,7 @@ EqnVar eqnVarOf(const Bnode& node, const std::string& name) {
   v.continuous = node.type == CONTINUOUS;
   v.numStates = node.numStates;
   v.stateNames = node.stateNames;
-  v.levels = node.levels;
+  v.levels = node.details().levels;
   return v;
 }
 

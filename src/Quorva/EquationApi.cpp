@@ -17,15 +17,15 @@ void SetNodeEquation_bn(node_bn* node, const char* eqn) {
     // A text that does not parse is refused before anything changes.
     if (!text.empty()) parseEquation(&f.env(), eqnSourceOf(nd, text));
     NetEdit edit(*nd.net, "set node equation", EditKind::Text, UndoScope::texts(nd));
-    if (text != nd.equation) nd.eqnDirty = !text.empty();  // the tables no longer follow it
-    nd.equation = std::move(text);
+    if (text != nd.details().equation) nd.eqnDirty = !text.empty();  // the tables no longer follow it
+    nd.editDetails().equation = std::move(text);
     edit.commit();
   });
 }
 
 const char* GetNodeEquation_bn(const node_bn* node) {
   return apiCall(__func__, static_cast<const char*>(nullptr), envOf(node),
-                 [&](ApiFrame& f) { return f.node(node).equation.c_str(); });
+                 [&](ApiFrame& f) { return f.node(node).details().equation.c_str(); });
 }
 
 void EquationToTable_bn(node_bn* node, int num_samples, bool_vq samp_unc, bool_vq add_exist) {

@@ -31,7 +31,7 @@ bool viewEquation(node_bn* node, const char* text, EquationView& out) {
   return apiCall("ViewNodeEquation", false, envOf(node), [&](ApiFrame& f) {
     const Bnode& nd = f.node(node);
     out = EquationView{};
-    out.text = text ? text : nd.equation;
+    out.text = text ? text : nd.details().equation;
     TextPosition at;
     try {
       auto eq = parseEquation(&f.env(), eqnSourceOf(nd, out.text), &at);

@@ -92,8 +92,8 @@ double GetNodeValueEntered_bn(const node_bn* node) {
 const prob_bn* GetNodeLikelihood_bn(const node_bn* node) {
   return apiCall(__func__, static_cast<const prob_bn*>(nullptr), envOf(node), [&](ApiFrame& f) {
     const Bnode& n = discreteNode(f, node);
-    n.likelihoodRead = accumulatedLikelihood(n);
-    return static_cast<const prob_bn*>(n.likelihoodRead.data());
+    n.editDetails().likelihoodRead = accumulatedLikelihood(n);
+    return static_cast<const prob_bn*>(n.details().likelihoodRead.data());
   });
 }
 

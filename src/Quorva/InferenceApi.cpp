@@ -23,9 +23,9 @@ Bnode& discrete(ApiFrame& f, const node_bn* node) {
 
 // The value each state stands for: its level, its interval's midpoint, or its number.
 double stateValue(const Bnode& n, size_t s) {
-  if (n.type == CONTINUOUS && n.levels.size() == static_cast<size_t>(n.numStates) + 1)
-    return (n.levels[s] + n.levels[s + 1]) / 2;
-  if (n.levels.size() == static_cast<size_t>(n.numStates)) return n.levels[s];
+  if (n.type == CONTINUOUS && n.details().levels.size() == static_cast<size_t>(n.numStates) + 1)
+    return (n.details().levels[s] + n.details().levels[s + 1]) / 2;
+  if (n.details().levels.size() == static_cast<size_t>(n.numStates)) return n.details().levels[s];
   return static_cast<double>(s);
 }
 

@@ -37,14 +37,14 @@ const nodelist_bn* GetNodeParents_bn(const node_bn* node) {
     const Bnode& n = f.node(node);
     std::vector<Bnode*> parents;
     for (const Link& l : n.parents) parents.push_back(l.parent);
-    return refreshed(n.parentList, n.net, std::move(parents));
+    return refreshed(n.editDetails().parentList, n.net, std::move(parents));
   });
 }
 
 const nodelist_bn* GetNodeChildren_bn(const node_bn* node) {
   return apiCall(__func__, static_cast<const nodelist_bn*>(nullptr), envOf(node), [&](ApiFrame& f) {
     const Bnode& n = f.node(node);
-    return refreshed(n.childList, n.net, n.children);
+    return refreshed(n.editDetails().childList, n.net, n.children);
   });
 }
 

@@ -41,7 +41,7 @@ void AddNodeListener_bn(node_bn* node, nodelistener_bn callback, void* object, i
   apiRun(__func__, envOf(node), [&](ApiFrame& f) {
     Bnode& n = f.node(node);
     f.notNull(reinterpret_cast<const void*>(callback), "callback");
-    registerListener(n.listeners, reinterpret_cast<const void*>(callback), object, filter,
+    registerListener(n.editDetails().listeners, reinterpret_cast<const void*>(callback), object, filter,
                      [callback, node, object](int e, void* info) {
                        return callback(node, static_cast<eventtype_vq>(e), object, info);
                      });

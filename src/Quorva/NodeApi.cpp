@@ -13,10 +13,10 @@
 using namespace quorva;
 
 namespace {
-void setNodeText(ApiFrame& f, const node_bn* h, std::string Bnode::*field, const char* text) {
+void setNodeText(ApiFrame& f, const node_bn* h, std::string NodeDetails::*field, const char* text) {
   Bnode& node = f.node(h);
   NetEdit edit(*node.net, "set node text", EditKind::Text, UndoScope::texts(node));
-  node.*field = text ? text : "";
+  node.editDetails().*field = text ? text : "";
   edit.commit();
 }
 }  // namespace
@@ -57,21 +57,21 @@ const char* GetNodeName_bn(const node_bn* node) {
 }
 
 void SetNodeTitle_bn(node_bn* node, const char* title) {
-  apiRun(__func__, envOf(node), [&](ApiFrame& f) { setNodeText(f, node, &Bnode::title, title); });
+  apiRun(__func__, envOf(node), [&](ApiFrame& f) { setNodeText(f, node, &NodeDetails::title, title); });
 }
 
 const char* GetNodeTitle_bn(const node_bn* node) {
   return apiCall(__func__, static_cast<const char*>(nullptr), envOf(node),
-                 [&](ApiFrame& f) { return f.node(node).title.c_str(); });
+                 [&](ApiFrame& f) { return f.node(node).details().title.c_str(); });
 }
 
 void SetNodeComment_bn(node_bn* node, const char* comment) {
-  apiRun(__func__, envOf(node), [&](ApiFrame& f) { setNodeText(f, node, &Bnode::comment, comment); });
+  apiRun(__func__, envOf(node), [&](ApiFrame& f) { setNodeText(f, node, &NodeDetails::comment, comment); });
 }
 
 const char* GetNodeComment_bn(const node_bn* node) {
   return apiCall(__func__, static_cast<const char*>(nullptr), envOf(node),
-                 [&](ApiFrame& f) { return f.node(node).comment.c_str(); });
+                 [&](ApiFrame& f) { return f.node(node).details().comment.c_str(); });
 }
 
 net_bn* GetNodeNet_bn(const node_bn* node) {
@@ -97,20 +97,20 @@ nodetype_bn GetNodeType_bn(const node_bn* node) {
 void SetNodeUserField_bn(node_bn* node, const char* name, const void* data, int length, int kind) {
   apiRun(__func__, envOf(node), [&](ApiFrame& f) {
     Bnode& n = f.node(node);
-    setUserField(f, *n.net, &n, n.userFields, name, data, length, kind);
+    setUserField(f, *n.net, &n, n.editDetails().userFields, name, data, length, kind);
   });
 }
 
 const char* GetNodeUserField_bn(const node_bn* node, const char* name, int* length, int kind) {
   return apiCall(__func__, static_cast<const char*>(nullptr), envOf(node), [&](ApiFrame& f) {
-    return getUserField(f, f.node(node).userFields, name, length, kind);
+    return getUserField(f, f.node(node).details().userFields, name, length, kind);
   });
 }
 
 void GetNodeNthUserField_bn(const node_bn* node, int index, const char** name, const char** value,
                             int* length, int kind) {
   apiRun(__func__, envOf(node), [&](ApiFrame& f) {
-    getNthUserField(f, f.node(node).userFields, index, name, value, length, kind);
+    getNthUserField(f, f.node(node).details().userFields, index, name, value, length, kind);
   });
 }
 

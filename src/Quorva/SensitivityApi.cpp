@@ -96,14 +96,14 @@ size_t wiggleState(ApiFrame& f, const Query& q, state_bn state) {
 std::vector<double> targetValues(ApiFrame& f, const Bnode& t) {
   const size_t n = static_cast<size_t>(t.numStates);
   std::vector<double> v(n);
-  if (t.type == CONTINUOUS && t.levels.size() == n + 1) {
-    for (double x : t.levels)
+  if (t.type == CONTINUOUS && t.details().levels.size() == n + 1) {
+    for (double x : t.details().levels)
       if (std::isinf(x)) engError(&f.env(), err::SensvInfiniteEnd, t.name);
-    for (size_t s = 0; s < n; ++s) v[s] = (t.levels[s] + t.levels[s + 1]) * 0.5;
-  } else if (t.levels.size() == n) {
-    for (double x : t.levels)
+    for (size_t s = 0; s < n; ++s) v[s] = (t.details().levels[s] + t.details().levels[s + 1]) * 0.5;
+  } else if (t.details().levels.size() == n) {
+    for (double x : t.details().levels)
       if (std::isinf(x)) engError(&f.env(), err::SensvInfiniteEnd, t.name);
-    v = t.levels;
+    v = t.details().levels;
   } else {
     engError(&f.env(), err::SensvNoIntervals, t.name);
   }

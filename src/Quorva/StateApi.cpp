@@ -5,10 +5,12 @@
 using namespace quorva;
 
 namespace {
-const char* stateText(ApiFrame& f, const node_bn* h, int state, std::vector<std::string> Bnode::*list) {
+// One state's name, title or comment, as `list` finds the texts of the node.
+template <typename List>
+const char* stateText(ApiFrame& f, const node_bn* h, int state, List list) {
   const Bnode& n = f.node(h);
   f.state(n, state);
-  const std::vector<std::string>& texts = n.*list;
+  const std::vector<std::string>& texts = list(n);
   return texts.empty() ? "" : texts[static_cast<size_t>(state)].c_str();
 }
 }  // namespace
@@ -29,7 +31,7 @@ void SetNodeStateNames_bn(node_bn* node, const char* state_names) {
 
 const char* GetNodeStateName_bn(const node_bn* node, state_bn state) {
   return apiCall(__func__, static_cast<const char*>(nullptr), envOf(node),
-                 [&](ApiFrame& f) { return stateText(f, node, state, &Bnode::stateNames); });
+                 [&](ApiFrame& f) { return stateText(f, node, state, [](const Bnode& n) -> const auto& { return n.stateNames; }); });
 }
 
 state_bn GetStateNamed_bn(const char* name, const node_bn* node) {
@@ -51,7 +53,7 @@ void SetNodeStateTitle_bn(node_bn* node, state_bn state, const char* state_title
 
 const char* GetNodeStateTitle_bn(const node_bn* node, state_bn state) {
   return apiCall(__func__, static_cast<const char*>(nullptr), envOf(node),
-                 [&](ApiFrame& f) { return stateText(f, node, state, &Bnode::stateTitles); });
+                 [&](ApiFrame& f) { return stateText(f, node, state, [](const Bnode& n) -> const auto& { return n.details().stateTitles; }); });
 }
 
 void SetNodeStateComment_bn(node_bn* node, state_bn state, const char* state_comment) {
@@ -64,7 +66,7 @@ void SetNodeStateComment_bn(node_bn* node, state_bn state, const char* state_com
 
 const char* GetNodeStateComment_bn(const node_bn* node, state_bn state) {
   return apiCall(__func__, static_cast<const char*>(nullptr), envOf(node),
-                 [&](ApiFrame& f) { return stateText(f, node, state, &Bnode::stateComments); });
+                 [&](ApiFrame& f) { return stateText(f, node, state, [](const Bnode& n) -> const auto& { return n.details().stateComments; }); });
 }
 
 void AddNodeStates_bn(node_bn* node, state_bn first_state, const char* state_names, int num_states,
@@ -97,7 +99,7 @@ void SetNodeLevels_bn(node_bn* node, int num_points, const level_bn* levels) {
 const level_bn* GetNodeLevels_bn(const node_bn* node) {
   return apiCall(__func__, static_cast<const level_bn*>(nullptr), envOf(node), [&](ApiFrame& f) {
     const Bnode& n = f.node(node);
-    return n.levels.empty() ? nullptr : n.levels.data();
+    return n.details().levels.empty() ? nullptr : n.details().levels.data();
   });
 }
 

@@ -139,8 +139,8 @@ const double* GetNodeTable_bn(const node_bn* node, const char* which_table, cons
       std::copy(values.begin(), values.end(), table);
       return static_cast<const double*>(table);
     }
-    n.tableRead = std::move(values);
-    return static_cast<const double*>(n.tableRead.data());
+    n.editDetails().tableRead = std::move(values);
+    return static_cast<const double*>(n.details().tableRead.data());
   });
 }
 

@@ -19,7 +19,7 @@ Bnode* findNode(Bnet& net, const std::string& label) {
   if (Bnode* node = net.find(label)) return node;
   Bnode* found = nullptr;
   for (Bnode* node : net.nodes) {
-    if (label.empty() || node->title != label) continue;
+    if (label.empty() || node->details().title != label) continue;
     if (found) return nullptr;
     found = node;
   }

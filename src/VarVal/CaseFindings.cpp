@@ -44,10 +44,10 @@ int findIn(const std::vector<std::string>& names, std::string_view text) {
 // else -1.
 int findState(const Bnode& node, std::string_view text, const StateIndex* states) {
   int byName = states ? states->find(text) : findIn(node.stateNames, text);
-  if (byName >= 0 || text.empty() || node.stateTitles.empty()) return byName;
+  if (byName >= 0 || text.empty() || node.details().stateTitles.empty()) return byName;
   int found = -1;
-  for (size_t i = 0; i < node.stateTitles.size(); ++i) {
-    if (node.stateTitles[i] != text) continue;
+  for (size_t i = 0; i < node.details().stateTitles.size(); ++i) {
+    if (node.details().stateTitles[i] != text) continue;
     if (found >= 0) return -1;  // the title does not pick one state
     found = static_cast<int>(i);
   }
@@ -69,7 +69,7 @@ CaseValue parseCaseValue(const Bnode& node, std::string_view text, const CaseRea
   if (text[0] == '"') {
     std::string decoded;
     if (!decodeQuoted(env, text, decoded)) refuse(err::CaseIllegalValue);
-    v.state = findIn(node.stateTitles, decoded);
+    v.state = findIn(node.details().stateTitles, decoded);
     if (v.state < 0) v.state = findIn(node.stateNames, decoded);
     if (v.state < 0) refuse(err::CaseNotAState);
     return v;
@@ -102,7 +102,7 @@ CaseValue parseCaseValue(const Bnode& node, std::string_view text, const CaseRea
   if (v.state >= 0) return v;
   double x = 0;
   if (parseNumber(text, x)) {
-    const std::vector<double>& lv = node.levels;
+    const std::vector<double>& lv = node.details().levels;
     if (node.type == CONTINUOUS) {
       v.kind = CaseValue::Value;
       v.value = x;

@@ -19,15 +19,15 @@ namespace {
 
 const char* const CRLF = "\r\n";
 
-bool hasNames(const Bnode& n) { return !n.stateNames.empty() || !n.stateTitles.empty(); }
+bool hasNames(const Bnode& n) { return !n.stateNames.empty() || !n.details().stateTitles.empty(); }
 
 // The level that stands for a state, or NaN when the node has none (for a discretized node, the
 // middle of its interval when both ends are finite).
 double stateLevel(const Bnode& n, int s) {
   auto i = static_cast<size_t>(s);
-  if (n.type != CONTINUOUS && n.levels.size() == static_cast<size_t>(n.numStates)) return n.levels[i];
-  if (n.type == CONTINUOUS && n.levels.size() == static_cast<size_t>(n.numStates) + 1) {
-    double mid = (n.levels[i] + n.levels[i + 1]) / 2;
+  if (n.type != CONTINUOUS && n.details().levels.size() == static_cast<size_t>(n.numStates)) return n.details().levels[i];
+  if (n.type == CONTINUOUS && n.details().levels.size() == static_cast<size_t>(n.numStates) + 1) {
+    double mid = (n.details().levels[i] + n.details().levels[i + 1]) / 2;
     if (std::isfinite(mid)) return mid;
   }
   return std::nan("");
@@ -36,8 +36,8 @@ double stateLevel(const Bnode& n, int s) {
 std::string stateText(const Bnode& n, int s, int form) {
   auto i = static_cast<size_t>(s);
   if (form <= FORM_NAMES && i < n.stateNames.size() && !n.stateNames[i].empty()) return n.stateNames[i];
-  if (form <= FORM_TITLES && i < n.stateTitles.size() && !n.stateTitles[i].empty())
-    return quoteString(n.stateTitles[i]);
+  if (form <= FORM_TITLES && i < n.details().stateTitles.size() && !n.details().stateTitles[i].empty())
+    return quoteString(n.details().stateTitles[i]);
   if (form <= FORM_LEVELS) {
     double level = stateLevel(n, s);
     if (!std::isnan(level)) return format("%g", level);

@@ -29,12 +29,12 @@ const char* const CRLF = "\r\n";
 std::string stateText(const Bnode& n, int s, int form) {
   const auto i = static_cast<size_t>(s);
   if (form <= FORM_NAMES && i < n.stateNames.size() && !n.stateNames[i].empty()) return n.stateNames[i];
-  if (form <= FORM_TITLES && i < n.stateTitles.size() && !n.stateTitles[i].empty()) return quoteString(n.stateTitles[i]);
+  if (form <= FORM_TITLES && i < n.details().stateTitles.size() && !n.details().stateTitles[i].empty()) return quoteString(n.details().stateTitles[i]);
   if (form <= FORM_LEVELS) {
     double level = std::nan("");
-    if (n.type != CONTINUOUS && n.levels.size() == static_cast<size_t>(n.numStates)) level = n.levels[i];
-    if (n.type == CONTINUOUS && n.levels.size() == static_cast<size_t>(n.numStates) + 1)
-      level = (n.levels[i] + n.levels[i + 1]) / 2;
+    if (n.type != CONTINUOUS && n.details().levels.size() == static_cast<size_t>(n.numStates)) level = n.details().levels[i];
+    if (n.type == CONTINUOUS && n.details().levels.size() == static_cast<size_t>(n.numStates) + 1)
+      level = (n.details().levels[i] + n.details().levels[i + 1]) / 2;
     if (std::isfinite(level)) return format("%g", level);
   }
   return format("#%d", s);

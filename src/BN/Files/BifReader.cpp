@@ -161,7 +161,7 @@ class BifReader {
     if (!typed) rd_.fail(err::BifExpected, "a 'type' line in the variable block");
     std::string name = uniqueName(text, [this](const std::string& n) { return net_->nameTaken(n); });
     Bnode& node = net_->addNode(name, static_cast<int>(var.stateTexts.size()));
-    if (name != text) node.title = text;
+    if (name != text) node.editDetails().title = text;
     nameFreshStates(node, var.stateTexts);
     var.node = &node;
     var.order = vars_.size();

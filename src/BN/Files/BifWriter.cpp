@@ -66,7 +66,7 @@ void writeBifNet(const Bnet& net, FileSpec& out) {
   for (const Bnode* n : net.nodes) {
     if (!n->hasStates()) engError(net.env, err::BifNoStates, n->name);
     nodeNames.push_back(n->name);
-    nodeTitles.push_back(n->title);
+    nodeTitles.push_back(n->details().title);
   }
   std::vector<std::string> nodeTexts = bifTexts(nodeNames, nodeTitles);
   std::vector<std::vector<std::string>> stateTexts;
@@ -74,7 +74,7 @@ void writeBifNet(const Bnet& net, FileSpec& out) {
     std::vector<std::string> names = n->stateNames;
     if (names.empty())
       for (int s = 0; s < n->numStates; ++s) names.push_back("state" + std::to_string(s));
-    stateTexts.push_back(bifTexts(names, n->stateTitles));
+    stateTexts.push_back(bifTexts(names, n->details().stateTitles));
   }
   auto indexOf = [&net](const Bnode* n) {
     size_t i = 0;

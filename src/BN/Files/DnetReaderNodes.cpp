@@ -266,11 +266,14 @@ void DnetReader::createNode(NodeDecl& d) {
   setStates(node, d);
   node.kind = d.kind;  // also the kinds only a file can give (parameters, unknown, adversary)
   node.measure = d.measure;
-  node.title = d.title;
-  node.comment = d.comment;
-  node.equation = d.equation;
   node.eqnDirty = d.eqnDirty;
-  node.userFields = d.user;
+  if (!d.title.empty() || !d.comment.empty() || !d.equation.empty() || d.user.size() > 0) {
+    NodeDetails& more = node.editDetails();
+    more.title = d.title;
+    more.comment = d.comment;
+    more.equation = d.equation;
+    more.userFields = d.user;
+  }
   if (d.position.size() >= 2) {
     node.visX = d.position[0];
     node.visY = d.position[1];

@@ -336,7 +336,7 @@ void DnetReader::readTable(NodeDecl& d, Bnode& node, const std::string& field, c
   // A continuous node (a utility, say) has no states: its function table holds real values.
   TableKind kind = field == "probs"      ? TableKind::Probs
                    : field == "numcases" ? TableKind::Exper
-                   : text.words || (node.hasStates() && node.levels.empty()) ? TableKind::FuncState
+                   : text.words || (node.hasStates() && node.details().levels.empty()) ? TableKind::FuncState
                                                                                         : TableKind::FuncReal;
   bool needsStates = kind == TableKind::Probs || kind == TableKind::FuncState;
   if (needsStates && !node.hasStates()) rd_.failAt(at, err::DnetTableNotDiscrete, node.name);

@@ -95,7 +95,7 @@ void writeNode(DnetOut& out, const Bnode& node, const Bnode& empty) {
   out.openBlock(std::string(node.kind == DISCONNECTED ? "param " : "node ") + node.name);
 
   // Written when it differs from the default, or from what a reader infers from states and levels.
-  bool inferredDiscrete = node.numStates > 0 || !node.levels.empty();
+  bool inferredDiscrete = node.numStates > 0 || !node.details().levels.empty();
   if (node.type != empty.type || (node.type == DISCRETE) != inferredDiscrete)
     out.field("discrete", truth(node.type == DISCRETE));
   if (node.measure != empty.measure) out.field("measure", measureWord(node.measure));
@@ -105,11 +105,11 @@ void writeNode(DnetOut& out, const Bnode& node, const Bnode& empty) {
     for (int s = 0; s < node.numStates; ++s) names.push_back(dnetStateValue(node, s));
     out.listField("states", names);
   }
-  if (anyNonEmpty(node.stateTitles)) writeStringList(out, "statetitles", node.stateTitles);
-  if (anyNonEmpty(node.stateComments)) writeStringList(out, "StateComments", node.stateComments);
-  if (node.levels != empty.levels) {
+  if (anyNonEmpty(node.details().stateTitles)) writeStringList(out, "statetitles", node.details().stateTitles);
+  if (anyNonEmpty(node.details().stateComments)) writeStringList(out, "StateComments", node.details().stateComments);
+  if (node.details().levels != empty.details().levels) {
     std::vector<std::string> levels;
-    for (double v : node.levels) levels.push_back(listNumber(v));
+    for (double v : node.details().levels) levels.push_back(listNumber(v));
     out.listField("levels", levels);
   }
   if (node.kind != empty.kind) out.field("kind", nodeKindWord(node.kind));
@@ -131,18 +131,18 @@ void writeNode(DnetOut& out, const Bnode& node, const Bnode& empty) {
     out.listField("parents", parents);
   }
   writeNodeTables(out, node);
-  if (node.equation != empty.equation) out.stringField("equation", node.equation);
+  if (node.details().equation != empty.details().equation) out.stringField("equation", node.details().equation);
   if (node.eqnDirty != empty.eqnDirty) out.field("EqnDirty", truth(node.eqnDirty));
   if (anyDelay) {
     std::vector<std::string> vectors;
     for (const Link& link : node.parents) vectors.push_back(DnetOut::list(dimensionList(link.delays)));
     out.listField("delays", vectors);
   }
-  if (anyNonEmpty(node.persistence)) out.listField("persist", dimensionList(node.persistence));
+  if (anyNonEmpty(node.details().persistence)) out.listField("persist", dimensionList(node.details().persistence));
   if (node.visX != empty.visX || node.visY != empty.visY)
     out.listField("position", {listNumber(node.visX), listNumber(node.visY)});
-  if (node.title != empty.title) out.stringField("title", node.title);
-  if (node.comment != empty.comment) out.stringField("comment", node.comment);
+  if (node.details().title != empty.details().title) out.stringField("title", node.details().title);
+  if (node.details().comment != empty.details().comment) out.stringField("comment", node.details().comment);
 
   const Finding& f = node.finding;
   if (f.state >= 0) out.field("evidence", dnetStateValue(node, f.state));
@@ -157,7 +157,7 @@ void writeNode(DnetOut& out, const Bnode& node, const Bnode& empty) {
     for (float v : node.beliefs) items.push_back(listNumber(v));
     out.listField("belief", items);
   }
-  writeUserFields(out, node.userFields);
+  writeUserFields(out, node.details().userFields);
   out.closeBlock();
 }
 
@@ -212,7 +212,7 @@ std::string dnetNetText(const Bnet& net, const DnetLayout& layout) {
   for (const Nodeset& set : net.nodesets) {
     std::vector<std::string> members;
     for (const Bnode* node : net.nodes)
-      for (const std::string& s : node->nodesets)
+      for (const std::string& s : node->details().nodesets)
         if (s == set.name) members.push_back(node->name);
     out.line("NodeSet " + set.name + " {Nodes = " + DnetOut::list(members) + ";};");
   }

@@ -56,7 +56,7 @@ std::string barsLabel(Bnode& n, const std::string& title) {
     char percent[16];
     std::snprintf(percent, sizeof percent, "%.1f", 100 * p);
     long width = std::lround(100 * p);
-    t += "<TR><TD ALIGN=\"LEFT\">" + html(s < n.stateTitles.size() && !n.stateTitles[s].empty() ? n.stateTitles[s] : states[s]) +
+    t += "<TR><TD ALIGN=\"LEFT\">" + html(s < n.details().stateTitles.size() && !n.details().stateTitles[s].empty() ? n.details().stateTitles[s] : states[s]) +
          "</TD><TD ALIGN=\"RIGHT\">" + percent + "</TD><TD ALIGN=\"LEFT\" WIDTH=\"100\">";
     if (width > 0)
       t += "<TABLE BORDER=\"0\" CELLPADDING=\"0\" CELLSPACING=\"0\"><TR><TD BGCOLOR=\"#336699\" WIDTH=\"" +
@@ -75,7 +75,7 @@ void writeDotNet(Bnet& net, FileSpec& out, bool bars) {
   std::string text = "digraph " + quoted(net.title.empty() ? net.name : net.title) + " {\n";
   text += "  node [fontname=\"Helvetica\"];\n";
   for (Bnode* n : net.nodes) {
-    const std::string title = n->title.empty() ? n->name : n->title;
+    const std::string title = n->details().title.empty() ? n->name : n->details().title;
     text += "  " + n->name + " [";
     if (bars && n->kind != UTILITY && n->hasStates())
       text += std::string("shape=") + (n->kind == DECISION ? "box" : "box, style=rounded") + ", label=" + barsLabel(*n, title);

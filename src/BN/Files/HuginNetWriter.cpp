@@ -54,10 +54,10 @@ void writeHuginNet(const Bnet& net, FileSpec& out) {
   for (const Bnode* n : net.nodes) {
     text += std::string("\n") + (n->kind == DECISION ? "decision " : n->kind == UTILITY ? "utility " : "node ") +
             n->name + "\n{\n";
-    if (!n->title.empty()) text += "    label = " + quoteString(n->title) + ";\n";
+    if (!n->details().title.empty()) text += "    label = " + quoteString(n->details().title) + ";\n";
     if (positions) text += "    position = (" + doubleText(n->visX) + " " + doubleText(n->visY) + ");\n";
     if (n->kind != UTILITY) {
-      std::vector<std::string> states = exportTexts(stateNamesOf(*n), n->stateTitles, [](const std::string&) {
+      std::vector<std::string> states = exportTexts(stateNamesOf(*n), n->details().stateTitles, [](const std::string&) {
         return true;
       });
       text += "    states = (";

@@ -41,7 +41,8 @@ Bnet* buildNet(const NetSketch& sketch, EnvCore* env) {
     } else if (!v.states.empty() && v.kind != UTILITY) {
       nameFreshStates(node, v.states);
     }
-    node.title = !v.label.empty() ? v.label : name != v.text ? v.text : "";
+    if (!v.label.empty()) node.editDetails().title = v.label;
+    else if (name != v.text) node.editDetails().title = v.text;
     if (v.hasPosition) {
       node.visX = v.x;
       node.visY = v.y;

@@ -43,7 +43,7 @@ std::string writeUaiNet(const Bnet& net, FileSpec& out) {
   std::vector<std::string> nodeNames, nodeTitles;
   for (const Bnode* n : net.nodes) {
     nodeNames.push_back(n->name);
-    nodeTitles.push_back(n->title);
+    nodeTitles.push_back(n->details().title);
   }
   std::vector<std::string> lines = exportTexts(nodeNames, nodeTitles, [](const std::string& t) {
     return t.find_first_of("\r\n") == std::string::npos && t.front() != ' ' && t.back() != ' ';

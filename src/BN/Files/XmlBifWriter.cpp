@@ -52,7 +52,7 @@ void writeXmlBifNet(const Bnet& net, FileSpec& out) {
   for (const Bnode* n : net.nodes) {
     if (n->kind != UTILITY && !n->hasStates()) engError(net.env, err::FmtNoStatesWrite, n->name, "XMLBIF");
     names.push_back(n->name);
-    titles.push_back(n->title);
+    titles.push_back(n->details().title);
     positions = positions || n->visX != 0 || n->visY != 0;
   }
   std::vector<std::string> texts = exportTexts(names, titles, holdsInXml);
@@ -72,7 +72,7 @@ void writeXmlBifNet(const Bnet& net, FileSpec& out) {
     v.append_attribute("TYPE") = n.kind == DECISION ? "decision" : n.kind == UTILITY ? "utility" : "nature";
     v.append_child("NAME").text() = texts[i].c_str();
     if (n.kind != UTILITY) {
-      std::vector<std::string> states = exportTexts(stateNamesOf(n), n.stateTitles, holdsInXml);
+      std::vector<std::string> states = exportTexts(stateNamesOf(n), n.details().stateTitles, holdsInXml);
       for (const std::string& s : states) v.append_child("OUTCOME").text() = s.c_str();
     }
     if (positions) {

@@ -318,7 +318,7 @@ void enterNot(Bnode& n, int state) {
 namespace {
 // The state a real value selects, refusing a value no state holds.
 int stateForValue(const Bnode& n, double v) {
-  const std::vector<double>& lv = n.levels;
+  const std::vector<double>& lv = n.details().levels;
   if (n.type == CONTINUOUS) {
     if (lv.size() < 2) return -1;  // undiscretized: the value stands alone
     bool increasing = lv.back() > lv.front();
@@ -346,9 +346,9 @@ void enterValue(Bnode& n, double v, bool action) {
                     (!f.likelihood.empty() && f.likelihood[static_cast<size_t>(state)] == 0.0f);
     if (excluded) refuseValue(n, v, "it is inconsistent with findings previously entered for this node");
     int fromParents = valueFromParents(n);
-    if (fromParents >= 0 && fromParents != state && n.levels.size() > static_cast<size_t>(fromParents))
+    if (fromParents >= 0 && fromParents != state && n.details().levels.size() > static_cast<size_t>(fromParents))
       refuseValue(n, v, format("it contradicts value %g calculated from parent >-node values",
-                               n.levels[static_cast<size_t>(fromParents)]));
+                               n.details().levels[static_cast<size_t>(fromParents)]));
   }
   Finding next;
   next.state = state >= 0 ? state : UNDEF_STATE_VALUE;
@@ -389,9 +389,9 @@ void enterInterval(Bnode& n, double low, double high) {
   if (high < low) argError(env, err::IntervalOrder, high, low, n.name);
   std::vector<float> lik(static_cast<size_t>(n.numStates), 0.0f);
   if (n.type == CONTINUOUS) {
-    if (!n.hasStates() || n.levels.size() < 2) argError(env, err::IntervalContinuous, n.name);
-    for (size_t i = 0; i + 1 < n.levels.size(); ++i) {
-      double a = std::min(n.levels[i], n.levels[i + 1]), b = std::max(n.levels[i], n.levels[i + 1]);
+    if (!n.hasStates() || n.details().levels.size() < 2) argError(env, err::IntervalContinuous, n.name);
+    for (size_t i = 0; i + 1 < n.details().levels.size(); ++i) {
+      double a = std::min(n.details().levels[i], n.details().levels[i + 1]), b = std::max(n.details().levels[i], n.details().levels[i + 1]);
       if (a <= high && low < b) lik[i] = 1.0f;
     }
   } else {
@@ -409,17 +409,17 @@ void enterGaussian(Bnode& n, double mean, double sd) {
   EnvCore* env = envOf(n);
   if (sd < 0) argError(env, err::GaussianStdDev, sd, n.name);
   if (n.type == DISCRETE) argError(env, err::GaussianDiscrete, n.name);
-  if (!n.hasStates() || n.levels.size() < 2) argError(env, err::GaussianUndiscretized, n.name);
+  if (!n.hasStates() || n.details().levels.size() < 2) argError(env, err::GaussianUndiscretized, n.name);
   auto cdf = [&](double x) {
     if (sd == 0) return x <= mean ? 0.0 : 1.0;
     return 0.5 * std::erfc(-(x - mean) / (sd * std::sqrt(2.0)));
   };
   std::vector<float> lik(static_cast<size_t>(n.numStates), 0.0f);
-  for (size_t i = 0; i + 1 < n.levels.size(); ++i) {
-    double a = std::min(n.levels[i], n.levels[i + 1]), b = std::max(n.levels[i], n.levels[i + 1]);
+  for (size_t i = 0; i + 1 < n.details().levels.size(); ++i) {
+    double a = std::min(n.details().levels[i], n.details().levels[i + 1]), b = std::max(n.details().levels[i], n.details().levels[i + 1]);
     lik[i] = static_cast<float>(std::max(0.0, cdf(b) - cdf(a)));
   }
-  if (sd == 0 && std::all_of(lik.begin(), lik.end(), [](float v) { return v == 0.0f; }) && mean == n.levels.back())
+  if (sd == 0 && std::all_of(lik.begin(), lik.end(), [](float v) { return v == 0.0f; }) && mean == n.details().levels.back())
     lik.back() = 1.0f;
   enterLikelihood(n, lik.data());
 }

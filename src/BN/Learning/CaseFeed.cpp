@@ -33,7 +33,7 @@ int singleState(const std::vector<float>& l) {
 }  // namespace
 
 int stateOfValue(const Bnode& node, double value) {
-  const std::vector<double>& lv = node.levels;
+  const std::vector<double>& lv = node.details().levels;
   if (!node.hasStates() || lv.size() != static_cast<size_t>(node.numStates) + 1) return -1;
   bool rising = lv.back() >= lv.front();
   for (size_t i = 0; i + 1 < lv.size(); ++i) {

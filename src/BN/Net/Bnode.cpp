@@ -28,24 +28,26 @@ Bnode::Bnode(Bnet* net, std::string name, int numStates)
       type(numStates > 0 ? DISCRETE : CONTINUOUS),
       numStates(numStates) {}
 
+const NodeDetails Bnode::NO_DETAILS;
+
+NodeDetails& Bnode::editDetails() const {
+  if (!details_) details_ = std::make_unique<NodeDetails>();
+  return *details_;
+}
+
 void Bnode::becomeDeleted() {
   deleted = 1;
-  title.clear();
-  comment.clear();
-  userFields = UserFields();
   stateNames.clear();
-  stateTitles.clear();
-  stateComments.clear();
-  levels.clear();
   parents.clear();
   children.clear();
   finding = Finding();
   tables.clear();
-  tableRead.clear();
-  nodesets.clear();
-  persistence.clear();
-  parentList.nodes.clear();
-  childList.nodes.clear();
+  if (details_) {  // the equation and listeners stay, as an undone deletion finds them
+    NodeDetails kept;
+    kept.equation = std::move(details_->equation);
+    kept.listeners = std::move(details_->listeners);
+    *details_ = std::move(kept);
+  }
 }
 
 }  // namespace quorva

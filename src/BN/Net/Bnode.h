@@ -56,40 +56,55 @@ struct Finding {
 
 struct Listener;  // a registered callback (BN/Listeners.h)
 
+// What few nodes carry, kept apart so that a node of a large net stays small: texts, state
+// titles and levels, set names, listeners, and the buffers handed to the application.
+struct NodeDetails {
+  std::string title, comment;
+  std::string equation;  // the equation text exactly as set ("" for none)
+  UserFields userFields;
+  std::vector<std::string> stateTitles, stateComments;  // empty, or one per state
+  std::vector<double> levels;  // one per state, or numStates + 1 thresholds, or none
+  std::vector<std::string> nodesets;
+  std::vector<std::string> persistence;  // per dimension
+  std::vector<std::shared_ptr<Listener>> listeners;
+  std::vector<double> tableRead;       // the copy GetNodeTable_bn hands out without a caller's buffer
+  std::vector<float> likelihoodRead;   // the vector GetNodeLikelihood_bn hands out
+  // Lists handed to the application; refreshed on each request.
+  NodeList parentList{nullptr, true};
+  NodeList childList{nullptr, true};
+};
+
 class Bnode : public Tagged {
  public:
   Bnode(Bnet* net, std::string name, int numStates);
+  Bnode(const Bnode&) = delete;
+  Bnode& operator=(const Bnode&) = delete;
 
   Bnet* net;
-  std::string name, title, comment;
-  std::string equation;  // the equation text exactly as set ("" for none)
+  std::string name;
   bool eqnDirty = false;  // the tables may not match the equation (set with it, cleared when built)
-  UserFields userFields;
   int kind = NATURE;
   int type;
   int measure = 0;
   int numStates;
-  std::vector<std::string> stateNames, stateTitles, stateComments;  // empty, or one per state
-  std::vector<double> levels;  // one per state, or numStates + 1 thresholds, or none
+  std::vector<std::string> stateNames;  // empty, or one per state
   std::vector<Link> parents;   // in table-dimension order
   std::vector<Bnode*> children;  // one entry per link into a child
   NodeTables tables;
-  std::vector<double> tableRead;  // the copy GetNodeTable_bn hands out without a caller's buffer
   Finding finding;
   uint64_t mark = 0;           // the last unique label a graph search gave it
   int curState = 0;
   int homeClique = -1;                 // while compiled: the clique that holds its table
   std::vector<float> beliefs;          // cached beliefs, current while beliefsVersion matches
-  uint64_t beliefsVersion = 0;            // the state table kernels fix this node at when it is not iterated
+  uint64_t beliefsVersion = 0;
   double visX = 0, visY = 0;
-  std::vector<std::string> nodesets;
-  std::vector<std::string> persistence;  // per dimension
-  std::vector<std::shared_ptr<Listener>> listeners;
-  mutable std::vector<float> likelihoodRead;  // the vector GetNodeLikelihood_bn hands out
 
-  // Lists handed to the application; refreshed on each request.
-  mutable NodeList parentList{nullptr, true};
-  mutable NodeList childList{nullptr, true};
+  // The node's details to read: those of a node that has none are all empty.
+  const NodeDetails& details() const { return details_ ? *details_ : NO_DETAILS; }
+  // The node's details to change, made when the node has none.  Changing the application's
+  // buffers is not a change of the node, so they are reached from a node being read too.
+  NodeDetails& editDetails() const;
+  bool hasDetails() const { return details_ != nullptr; }
 
   // Discrete, or continuous and discretized: it has states to index.
   bool hasStates() const { return numStates > 0; }
@@ -97,6 +112,10 @@ class Bnode : public Tagged {
   int findingState() const { return finding.state >= 0 ? finding.state : -1; }
   // Empties a node that has been deleted, keeping only the shell that marks it so.
   void becomeDeleted();
+
+ private:
+  static const NodeDetails NO_DETAILS;
+  mutable std::unique_ptr<NodeDetails> details_;
 };
 
 }  // namespace quorva

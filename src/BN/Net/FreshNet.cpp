@@ -36,8 +36,8 @@ void nameFreshStates(Bnode& node, const std::vector<std::string>& texts) {
   // A text that had to change is kept as the state's title (set directly: the net is not yet seen).
   for (size_t i = 0; i < texts.size(); ++i)
     if (node.stateNames[i] != texts[i]) {
-      if (node.stateTitles.empty()) node.stateTitles.resize(texts.size());
-      node.stateTitles[i] = texts[i];
+      if (node.editDetails().stateTitles.empty()) node.editDetails().stateTitles.resize(texts.size());
+      node.editDetails().stateTitles[i] = texts[i];
     }
 }
 

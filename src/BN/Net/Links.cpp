@@ -162,7 +162,7 @@ void switchParent(int index, Bnode& child, Bnode* newParent) {
     stand.kind = DISCONNECTED;
     stand.type = old.type;
     stand.stateNames = old.stateNames;
-    stand.levels = old.levels;
+    if (old.hasDetails()) stand.editDetails().levels = old.details().levels;
     newParent = &stand;
   }
   std::vector<ParentSlot> slots = currentSlots(child);
@@ -220,7 +220,7 @@ const std::string& setInputDelay(Bnode& child, int index, int dimension, const c
 }
 
 const std::string& setPersistence(Bnode& node, int dimension, const char* value) {
-  return setPerDimension(node, NODE_REST, node.persistence, dimension, value, "set persistence");
+  return setPerDimension(node, NODE_REST, node.editDetails().persistence, dimension, value, "set persistence");
 }
 
 }  // namespace quorva

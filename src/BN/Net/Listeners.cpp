@@ -51,7 +51,7 @@ void fireNetEvent(Bnet& net, int event, void* info) {
 }
 
 void fireNodeEvent(Bnode& node, int event, void* info) {
-  if (!node.listeners.empty()) fire(node.net->env, "Bnode", node.name, node.listeners, event, info);
+  if (!node.details().listeners.empty()) fire(node.net->env, "Bnode", node.name, node.details().listeners, event, info);
 }
 
 }  // namespace quorva

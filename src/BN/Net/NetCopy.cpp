@@ -27,20 +27,24 @@ bool has(const std::vector<std::string>& opts, const char* word) {
 
 // Everything of a node but its name, links and finding.
 void copyNodeBody(const Bnode& from, Bnode& to) {
-  to.title = from.title;
-  to.comment = from.comment;
-  to.equation = from.equation;
+  if (from.hasDetails()) {
+    const NodeDetails& d = from.details();
+    NodeDetails& c = to.editDetails();
+    c.title = d.title;
+    c.comment = d.comment;
+    c.equation = d.equation;
+    c.userFields = d.userFields;
+    c.stateTitles = d.stateTitles;
+    c.stateComments = d.stateComments;
+    c.levels = d.levels;
+    c.persistence = d.persistence;
+  }
   to.eqnDirty = from.eqnDirty;
-  to.userFields = from.userFields;
   to.kind = from.kind;
   to.type = from.type;
   to.measure = from.measure;
   to.numStates = from.numStates;
   to.stateNames = from.stateNames;
-  to.stateTitles = from.stateTitles;
-  to.stateComments = from.stateComments;
-  to.levels = from.levels;
-  to.persistence = from.persistence;
 }
 
 void copyVisual(const Bnode& from, Bnode& to, double dx, double dy) {
@@ -70,7 +74,7 @@ void copyNodesets(const Bnet& fromNet, Bnet& into, const Bnode& from, Bnode& to,
   if (mode == SetMode::All)
     for (const Nodeset& s : fromNet.nodesets)
       if (!into.findNodeset(s.name)) into.nodesets.push_back(s);
-  for (const std::string& name : from.nodesets) {
+  for (const std::string& name : from.details().nodesets) {
     if (!into.findNodeset(name)) {
       if (mode == SetMode::Existing) continue;
       Nodeset fresh{name, 0};
@@ -78,7 +82,7 @@ void copyNodesets(const Bnet& fromNet, Bnet& into, const Bnode& from, Bnode& to,
         if (s.name == name) fresh = s;
       into.nodesets.push_back(fresh);
     }
-    to.nodesets.push_back(name);
+    to.editDetails().nodesets.push_back(name);
   }
 }
 

@@ -25,9 +25,9 @@ void checkNodeConsistency(const Bnode& nd) {
   QASSERT(env, nd.numStates >= 0);
   size_t n = static_cast<size_t>(nd.numStates);
   QASSERT(env, nd.stateNames.empty() || nd.stateNames.size() == n);
-  QASSERT(env, nd.stateTitles.empty() || nd.stateTitles.size() == n);
-  QASSERT(env, nd.stateComments.empty() || nd.stateComments.size() == n);
-  QASSERT(env, nd.levels.empty() || nd.levels.size() == (nd.type == DISCRETE ? n : n + 1));
+  QASSERT(env, nd.details().stateTitles.empty() || nd.details().stateTitles.size() == n);
+  QASSERT(env, nd.details().stateComments.empty() || nd.details().stateComments.size() == n);
+  QASSERT(env, nd.details().levels.empty() || nd.details().levels.size() == (nd.type == DISCRETE ? n : n + 1));
   for (const Link& l : nd.parents) {
     QASSERT(env, l.parent && l.parent->isOfType(BNODE_TYPE) && !l.parent->deleted);
     QASSERT(env, countOf(l.parent->children, &nd) == linksFrom(nd, l.parent));

@@ -47,9 +47,12 @@ UndoScope statesScope(Bnode& node) {
 
 void applyStateMap(Bnode& node, const std::vector<int>& fromOld, double fill) {
   tablesFollowStates(node, fromOld, fill);
-  remap(node.stateTitles, fromOld, std::string());
-  remap(node.stateComments, fromOld, std::string());
-  if (node.type == DISCRETE) remap(node.levels, fromOld, undefDouble());
+  if (node.hasDetails()) {
+    NodeDetails& d = node.editDetails();
+    remap(d.stateTitles, fromOld, std::string());
+    remap(d.stateComments, fromOld, std::string());
+    if (node.type == DISCRETE) remap(d.levels, fromOld, undefDouble());
+  }
   remapFinding(node.finding, fromOld);
   node.numStates = static_cast<int>(fromOld.size());
 }
@@ -116,11 +119,11 @@ void setStateText(Bnode& node, int state, const char* text, std::vector<std::str
 }  // namespace
 
 void setStateTitle(Bnode& node, int state, const char* title) {
-  setStateText(node, state, title, node.stateTitles, "set state title");
+  setStateText(node, state, title, node.editDetails().stateTitles, "set state title");
 }
 
 void setStateComment(Bnode& node, int state, const char* comment) {
-  setStateText(node, state, comment, node.stateComments, "set state comment");
+  setStateText(node, state, comment, node.editDetails().stateComments, "set state comment");
 }
 
 void addStates(Bnode& node, int first, const char* namesText, int count, double fill) {
@@ -148,8 +151,8 @@ void addStates(Bnode& node, int first, const char* namesText, int count, double 
   NetEdit edit(*node.net, "add states", EditKind::Structure, statesScope(node));
   std::vector<int> fromOld(static_cast<size_t>(n + count), -1);
   for (int i = 0; i < n; ++i) fromOld[static_cast<size_t>(i < first ? i : i + count)] = i;
-  if (node.type == CONTINUOUS && !node.levels.empty())
-    node.levels.insert(node.levels.begin() + first + 1, static_cast<size_t>(count), undefDouble());
+  if (node.type == CONTINUOUS && !node.details().levels.empty())
+    node.editDetails().levels.insert(node.editDetails().levels.begin() + first + 1, static_cast<size_t>(count), undefDouble());
   applyStateMap(node, fromOld, fill);
   node.stateNames = std::move(names);
   edit.commit();
@@ -166,8 +169,8 @@ void removeState(Bnode& node, int state) {
   if (node.type == CONTINUOUS) {
     // The removed interval joins its upper neighbour (the last one joins its lower neighbour).
     size_t cut = static_cast<size_t>(state < n - 1 ? state + 1 : state);
-    if (n == 1) node.levels.clear();
-    else node.levels.erase(node.levels.begin() + static_cast<long>(cut));
+    if (n == 1) node.editDetails().levels.clear();
+    else node.editDetails().levels.erase(node.editDetails().levels.begin() + static_cast<long>(cut));
   }
   applyStateMap(node, fromOld, 0.0);
   if (!node.stateNames.empty()) node.stateNames.erase(node.stateNames.begin() + state);
@@ -200,7 +203,7 @@ void setLevels(Bnode& node, int count, const double* levels) {
   if (node.type == DISCRETE) {
     if (count != node.numStates) argError(env, err::LevelsDiscreteCount, node.name, node.numStates, count);
     NetEdit edit(*node.net, "set levels", EditKind::Structure, statesScope(node));
-    node.levels = levels ? std::vector<double>(levels, levels + count) : std::vector<double>{};
+    node.editDetails().levels = levels ? std::vector<double>(levels, levels + count) : std::vector<double>{};
     edit.commit();
     return;
   }
@@ -219,7 +222,7 @@ void setLevels(Bnode& node, int count, const double* levels) {
     applyStateMap(node, fromOld, 0.0);
     node.stateNames.clear();
   }
-  node.levels = std::move(thresholds);
+  node.editDetails().levels = std::move(thresholds);
   edit.commit();
 }
 

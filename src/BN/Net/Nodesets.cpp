@@ -52,15 +52,15 @@ bool inBuiltinNodeset(const Bnode& n, const std::string& set) {
   if (set == ":Discrete") return n.type == DISCRETE;
   if (set == ":Continuous") return n.type == CONTINUOUS;
   if (set == ":Nature") return n.kind == NATURE;
-  if (set == ":Title") return !n.title.empty();
-  if (set == ":Documentation") return !n.comment.empty();
+  if (set == ":Title") return !n.details().title.empty();
+  if (set == ":Documentation") return !n.details().comment.empty();
   if (set == ":ConstantValue") return n.kind == CONSTANT && (n.finding.state >= 0 || !std::isnan(n.finding.value));
   if (set == ":Constant") return n.kind == CONSTANT;
   if (set == ":DecisionSolved") return n.kind == DECISION && hasTable;
   if (set == ":Decision") return n.kind == DECISION;
   if (set == ":Adversary") return n.kind == ADVERSARY;
   if (set == ":Utility") return n.kind == UTILITY;
-  if (set == ":Equation") return !n.equation.empty();
+  if (set == ":Equation") return !n.details().equation.empty();
   if (set == ":TableIncomplete") return hasTable && !isTableComplete(n);
   if (set == ":HasTable") return hasTable;
   if (set == ":Parentless") return n.parents.empty() && n.kind != CONSTANT;
@@ -80,10 +80,10 @@ void addToNodeset(Bnode& n, const std::string& set) {
   Bnet& net = *n.net;
   if (isBuiltinNodeset(set)) engError(net.env, err::NodesetAddBuiltin, set);
   if (!net.findNodeset(set)) checkNewNodesetName(net, set);
-  if (std::find(n.nodesets.begin(), n.nodesets.end(), set) != n.nodesets.end()) return;
+  if (std::find(n.details().nodesets.begin(), n.details().nodesets.end(), set) != n.details().nodesets.end()) return;
   NetEdit edit(net, "add to node set", EditKind::Text, UndoScope::lists().with(&n, NODE_REST));
   if (!net.findNodeset(set)) net.nodesets.push_back({set});
-  n.nodesets.push_back(set);
+  n.editDetails().nodesets.push_back(set);
   edit.commit();
 }
 
@@ -92,13 +92,13 @@ void removeFromNodeset(Bnode& n, const std::string& set) {
   if (isBuiltinNodeset(set)) engError(net.env, err::NodesetRemoveBuiltin, set);
   if (!net.findNodeset(set)) engError(net.env, err::NodesetMissing, net.name, set);
   NetEdit edit(net, "remove from node set", EditKind::Text, UndoScope::nodeParts(n, NODE_REST));
-  n.nodesets.erase(std::remove(n.nodesets.begin(), n.nodesets.end(), set), n.nodesets.end());
+  n.editDetails().nodesets.erase(std::remove(n.editDetails().nodesets.begin(), n.editDetails().nodesets.end(), set), n.editDetails().nodesets.end());
   edit.commit();
 }
 
 bool isInNodeset(const Bnode& n, const std::string& set) {
   if (isBuiltinNodeset(set)) return inBuiltinNodeset(n, set);
-  return std::find(n.nodesets.begin(), n.nodesets.end(), set) != n.nodesets.end();
+  return std::find(n.details().nodesets.begin(), n.details().nodesets.end(), set) != n.details().nodesets.end();
 }
 
 std::string allNodesets(const Bnet& net, bool withBuiltin) {

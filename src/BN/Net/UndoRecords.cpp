@@ -104,23 +104,23 @@ struct NodeImage {
     if (parts & NODE_REST) {
       im.deleted = n.deleted;
       im.name = n.name;
-      im.title = n.title;
-      im.comment = n.comment;
-      im.equation = n.equation;
-      im.userFields = n.userFields;
+      im.title = n.details().title;
+      im.comment = n.details().comment;
+      im.equation = n.details().equation;
+      im.userFields = n.details().userFields;
       im.kind = n.kind;
       im.type = n.type;
       im.measure = n.measure;
       im.numStates = n.numStates;
       im.stateNames = n.stateNames;
-      im.stateTitles = n.stateTitles;
-      im.stateComments = n.stateComments;
-      im.levels = n.levels;
+      im.stateTitles = n.details().stateTitles;
+      im.stateComments = n.details().stateComments;
+      im.levels = n.details().levels;
       im.finding = n.finding;
       im.visX = n.visX;
       im.visY = n.visY;
-      im.nodesets = n.nodesets;
-      im.persistence = n.persistence;
+      im.nodesets = n.details().nodesets;
+      im.persistence = n.details().persistence;
     }
     return im;
   }
@@ -141,23 +141,23 @@ struct NodeImage {
     if (parts & NODE_REST) {
       swap(deleted, n.deleted);
       swap(name, n.name);
-      swap(title, n.title);
-      swap(comment, n.comment);
-      swap(equation, n.equation);
-      swap(userFields, n.userFields);
+      swap(title, n.editDetails().title);
+      swap(comment, n.editDetails().comment);
+      swap(equation, n.editDetails().equation);
+      swap(userFields, n.editDetails().userFields);
       swap(kind, n.kind);
       swap(type, n.type);
       swap(measure, n.measure);
       swap(numStates, n.numStates);
       swap(stateNames, n.stateNames);
-      swap(stateTitles, n.stateTitles);
-      swap(stateComments, n.stateComments);
-      swap(levels, n.levels);
+      swap(stateTitles, n.editDetails().stateTitles);
+      swap(stateComments, n.editDetails().stateComments);
+      swap(levels, n.editDetails().levels);
       swap(finding, n.finding);
       swap(visX, n.visX);
       swap(visY, n.visY);
-      swap(nodesets, n.nodesets);
-      swap(persistence, n.persistence);
+      swap(nodesets, n.editDetails().nodesets);
+      swap(persistence, n.editDetails().persistence);
     }
   }
 
@@ -165,12 +165,12 @@ struct NodeImage {
     if ((parts & NODE_LINKS) && !(sameLinks(parents, n.parents) && children == n.children)) return false;
     if ((parts & NODE_TABLES) && !(eqnDirty == n.eqnDirty && sameTables(tables, n.tables))) return false;
     if (!(parts & NODE_REST)) return true;
-    return deleted == n.deleted && name == n.name && title == n.title && comment == n.comment &&
-           equation == n.equation && sameFields(userFields, n.userFields) && kind == n.kind &&
+    return deleted == n.deleted && name == n.name && title == n.details().title && comment == n.details().comment &&
+           equation == n.details().equation && sameFields(userFields, n.details().userFields) && kind == n.kind &&
            type == n.type && measure == n.measure && numStates == n.numStates &&
-           stateNames == n.stateNames && stateTitles == n.stateTitles && stateComments == n.stateComments &&
-           levels == n.levels && sameFinding(finding, n.finding) && visX == n.visX && visY == n.visY &&
-           nodesets == n.nodesets && persistence == n.persistence;
+           stateNames == n.stateNames && stateTitles == n.details().stateTitles && stateComments == n.details().stateComments &&
+           levels == n.details().levels && sameFinding(finding, n.finding) && visX == n.visX && visY == n.visY &&
+           nodesets == n.details().nodesets && persistence == n.details().persistence;
   }
 
   size_t size() const {
@@ -292,21 +292,21 @@ class PartsRecord : public UndoRecord {
 class TextsRecord : public UndoRecord {
  public:
   explicit TextsRecord(Bnode& n)
-      : node_(&n), name_(n.name), title_(n.title), comment_(n.comment), equation_(n.equation),
-        eqnDirty_(n.eqnDirty), userFields_(n.userFields), stateNames_(n.stateNames),
-        stateTitles_(n.stateTitles), stateComments_(n.stateComments) {}
+      : node_(&n), name_(n.name), title_(n.details().title), comment_(n.details().comment), equation_(n.details().equation),
+        eqnDirty_(n.eqnDirty), userFields_(n.details().userFields), stateNames_(n.stateNames),
+        stateTitles_(n.details().stateTitles), stateComments_(n.details().stateComments) {}
 
   void apply(Bnet& net) override {
     bool renamed = name_ != node_->name;
     std::swap(name_, node_->name);
-    std::swap(title_, node_->title);
-    std::swap(comment_, node_->comment);
-    std::swap(equation_, node_->equation);
+    std::swap(title_, node_->editDetails().title);
+    std::swap(comment_, node_->editDetails().comment);
+    std::swap(equation_, node_->editDetails().equation);
     std::swap(eqnDirty_, node_->eqnDirty);
-    std::swap(userFields_, node_->userFields);
+    std::swap(userFields_, node_->editDetails().userFields);
     std::swap(stateNames_, node_->stateNames);
-    std::swap(stateTitles_, node_->stateTitles);
-    std::swap(stateComments_, node_->stateComments);
+    std::swap(stateTitles_, node_->editDetails().stateTitles);
+    std::swap(stateComments_, node_->editDetails().stateComments);
     if (renamed) net.reindex();
   }
   size_t size() const override {

@@ -36,7 +36,7 @@ bool usesRandomized(const EqnExpr& e) {
 }
 
 bool continuous(const Bnode& n) { return n.type != DISCRETE; }
-bool discretized(const Bnode& n) { return continuous(n) && n.levels.size() >= 2; }
+bool discretized(const Bnode& n) { return continuous(n) && n.details().levels.size() >= 2; }
 
 // A discrete distribution (no cumulative routine) of the node's own value, or a continuous one.
 const EqnFunc* distributionOfNode(const Equation& eq) {
@@ -56,11 +56,11 @@ EqnTablePlan makePlan(Bnode& node, const Equation& eq, const EquationTableOption
   p.node = &node;
   p.eq = &eq;
   p.continuousNode = continuous(node);
-  if (discretized(node)) p.nodeBounds = &node.levels;
+  if (discretized(node)) p.nodeBounds = &node.details().levels;
   int drawn = 0;
   for (const Link& l : node.parents) {
     p.dims.push_back(std::max(l.parent->numStates, 1));
-    p.parentBounds.push_back(continuous(*l.parent) ? &l.parent->levels : nullptr);
+    p.parentBounds.push_back(continuous(*l.parent) ? &l.parent->details().levels : nullptr);
     drawn += continuous(*l.parent) ? 1 : 0;
   }
   p.strides.assign(p.dims.size(), 1);
@@ -149,7 +149,7 @@ ErrorRecord* lastRecord(EnvCore* env) {
   EnvCore* env = node.net->env;
   const std::string where = ", for parent values " + (node.parents.empty() ? std::string("(none)") : rowText(p, f)) +
                             " of >-node '" + node.name + "'";
-  const char* plain = node.levels.empty() ? " without state-numbers" : "";
+  const char* plain = node.details().levels.empty() ? " without state-numbers" : "";
   switch (f.kind) {
     case RowFault::Eval:
       if (ErrorRecord* r = env->errors.next(std::this_thread::get_id(), ERROR_SEV, before)) {
@@ -343,7 +343,7 @@ void finishFunc(Bnode& node, const EqnTablePlan& p, const RowRun& run, NewTables
 }  // namespace
 
 bool needsTableFromEquation(const Bnode& node) {
-  return !node.equation.empty() && !node.tables.cpt.isAllocated() && !node.tables.func.isAllocated();
+  return !node.details().equation.empty() && !node.tables.cpt.isAllocated() && !node.tables.func.isAllocated();
 }
 
 void equationToTable(Bnode& node, const EquationTableOptions& opt) {
@@ -351,8 +351,8 @@ void equationToTable(Bnode& node, const EquationTableOptions& opt) {
   for (const Link& l : node.parents)
     if (continuous(*l.parent) && !discretized(*l.parent))
       engError(env, err::EqnTableParentNoLevels, node.name, l.parent->name);
-  if (node.equation.empty()) engError(env, err::EqnTableNoEquation, node.name);
-  std::unique_ptr<Equation> eq = parseEquation(env, eqnSourceOf(node, node.equation));
+  if (node.details().equation.empty()) engError(env, err::EqnTableNoEquation, node.name);
+  std::unique_ptr<Equation> eq = parseEquation(env, eqnSourceOf(node, node.details().equation));
   if (eq->probabilistic && continuous(node) && !discretized(node)) engError(env, err::EqnTableNodeNoLevels, node.name);
   bool randomized = false;
   EquationTableOptions o = opt;

@@ -88,7 +88,7 @@ void setFuncState(Bnode& node, const int* ps, int state) {
 }
 
 void setFuncReal(Bnode& node, const int* ps, double value) {
-  if (node.type == DISCRETE && node.levels.empty()) engError(envOf(node), err::FuncRealNoLevels, node.name);
+  if (node.type == DISCRETE && node.details().levels.empty()) engError(envOf(node), err::FuncRealNoLevels, node.name);
   checkParentStates(node, ps, true);
   NetEdit edit(*node.net, "set function table", EditKind::Tables, UndoScope::tables(node));
   setRowValue(node, ensureFunc(node, true), ps, std::isnan(value) ? undefFloat() : static_cast<float>(value));
@@ -108,7 +108,7 @@ double getFuncReal(const Bnode& node, const int* ps) {
   if (isReservedFloat(v)) return undefDouble();
   if (node.tables.funcReal) return v;
   int s = static_cast<int>(v);  // a state-valued table reads as the state's level
-  return s < static_cast<int>(node.levels.size()) ? node.levels[static_cast<size_t>(s)] : undefDouble();
+  return s < static_cast<int>(node.details().levels.size()) ? node.details().levels[static_cast<size_t>(s)] : undefDouble();
 }
 
 void setExperience(Bnode& node, const int* ps, double experience) {
@@ -195,7 +195,7 @@ void checkTableSettable(const Bnode& node, WhichTable which, const std::string& 
 
 void writeTable(Bnode& node, WhichTable which, const int* ps, const double* values) {
   if (ps) checkParentStates(node, ps, true);
-  if (which == WhichTable::FuncReal && node.type == DISCRETE && node.levels.empty())
+  if (which == WhichTable::FuncReal && node.type == DISCRETE && node.details().levels.empty())
     engError(envOf(node), err::FuncRealNoLevels, node.name);
   std::vector<size_t> rows = matchingRows(node, ps);
   size_t n = entriesPerRow(node, which);
