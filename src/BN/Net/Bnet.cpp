@@ -49,8 +49,7 @@ uint64_t Bnet::newLabel() {
 }
 
 Bnode* Bnet::find(const std::string& nodeName) const {
-  auto it = byName_.find(nodeName);
-  return it == byName_.end() ? nullptr : it->second;
+  return byName_.find(nodeName);
 }
 
 Bnode& Bnet::addNode(std::string nodeName, int numStates) {
@@ -63,20 +62,18 @@ Bnode* Bnet::addNodeIfFree(std::string nodeName, int numStates) {
   // Room first, so that nothing below can fail part way; grown by doubling, not one by one.
   if (storage_.size() == storage_.capacity()) storage_.reserve(2 * storage_.size() + 8);
   if (nodes.size() == nodes.capacity()) nodes.reserve(2 * nodes.size() + 8);
-  auto [at, fresh] = byName_.try_emplace(nodeName, nullptr);  // one look-up for the test and the entry
-  if (!fresh) return nullptr;
+  bool made = false;
   std::unique_ptr<Bnode> node;
-  try {
+  // One look-up for the test and the entry; the node's name is the key, so it is made in place.
+  byName_.findOrAdd(nodeName, made, [&] {
     node = std::make_unique<Bnode>(this, std::move(nodeName), numStates);
-  } catch (...) {
-    byName_.erase(at);
-    throw;
-  }
-  at->second = node.get();
+    return node.get();
+  });
+  if (!made) return nullptr;
   storage_.push_back(std::move(node));
-  nodes.push_back(at->second);
+  nodes.push_back(storage_.back().get());
   edited();
-  return at->second;
+  return nodes.back();
 }
 
 void Bnet::reserveNodes(size_t more) {
@@ -96,7 +93,7 @@ void Bnet::removeNode(Bnode& node) {
 void Bnet::renameNode(Bnode& node, std::string newName) {
   byName_.erase(node.name);
   node.name = std::move(newName);
-  byName_.emplace(node.name, &node);
+  byName_.add(&node);
   edited();
 }
 
@@ -108,7 +105,8 @@ Nodeset* Bnet::findNodeset(const std::string& setName) {
 
 void Bnet::reindex() {
   byName_.clear();
-  for (Bnode* n : nodes) byName_.emplace(n->name, n);
+  byName_.reserve(nodes.size());
+  for (Bnode* n : nodes) byName_.add(n);
 }
 
 void Bnet::becomeDeleted() {

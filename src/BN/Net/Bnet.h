@@ -3,10 +3,10 @@
 #include <cstdint>
 #include <memory>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "BN/Net/Bnode.h"
+#include "BN/Net/NameIndex.h"
 #include "BN/Net/NodeList.h"
 #include "BN/Net/UndoHistory.h"
 #include "Basic/RandomGen.h"
@@ -99,7 +99,7 @@ class Bnet : public Tagged {
 
  private:
   std::vector<std::unique_ptr<Bnode>> storage_;  // live nodes and deleted shells
-  std::unordered_map<std::string, Bnode*> byName_;
+  NameIndex byName_;
   uint64_t editVersion_ = 0;
 };
 

@@ -1,5 +1,7 @@
 // Nodes through the C API: creation, renaming, kinds and deletion.
 #include <cmath>
+#include <map>
+#include <string>
 
 #include "BN/Net/NetErrors.h"
 #include "Basic/BasicErrors.h"
@@ -45,6 +47,34 @@ TEST_F(NodeApiTest, RenamedNodeIsFoundOnlyByItsNewNameAndRefusedRenamesChangeNot
   node_bn* again = NewNode_bn("A", 2, net);  // the old name is free again
   ASSERT_NE(again, nullptr);
   EXPECT_EQ(GetNodeNamed_bn("A", net), again);
+}
+
+// Many names in one index, so that runs of neighbouring entries form; deleting and renaming
+// from the middle of runs must leave every other name found.
+TEST_F(NodeApiTest, EveryNameIsFoundAfterManyDeletionsAndRenames) {
+  std::map<std::string, node_bn*> live{{"A", a}, {"B", b}};
+  for (int i = 0; i < 600; ++i) {
+    std::string name = "N" + std::to_string(i);
+    live[name] = NewNode_bn(name.c_str(), 2, net);
+  }
+  for (int i = 0; i < 600; i += 3) {
+    std::string name = "N" + std::to_string(i);
+    DeleteNode_bn(live[name]);
+    live.erase(name);
+  }
+  for (int i = 1; i < 600; i += 7) {
+    std::string from = "N" + std::to_string(i), to = "R" + std::to_string(i);
+    if (!live.count(from)) continue;
+    SetNodeName_bn(live[from], to.c_str());
+    live[to] = live[from];
+    live.erase(from);
+  }
+  for (int i = 0; i < 600; ++i)
+    for (const char* prefix : {"N", "R"}) {
+      std::string name = prefix + std::to_string(i);
+      auto it = live.find(name);
+      EXPECT_EQ(GetNodeNamed_bn(name.c_str(), net), it == live.end() ? nullptr : it->second) << name;
+    }
 }
 
 TEST_F(NodeApiTest, OnlyTheFourOrdinaryKindsCanBeSet) {
