@@ -95,7 +95,7 @@ void writeTable(DnetOut& out, const TableText& t) {
   out.line(head);
 
   std::vector<int> states(numParents, 0);
-  const std::vector<int>& dims = table.dims();
+  const std::span<const int> dims = table.dims();
   for (size_t l = 0; l < lines; ++l) {
     // Levels that open at this line: the innermost for a row, and each parent, from the last,
     // whose state (and the states of all after it) is the first; likewise for closing.

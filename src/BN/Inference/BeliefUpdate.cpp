@@ -135,7 +135,7 @@ bool hasFinding(const Finding& f) { return f.state >= 0 || !f.likelihood.empty()
 
 // The node's place in its home clique's list.
 size_t placeIn(const Clique& home, const Bnode& n) {
-  const std::vector<Bnode*>& list = home.pot.nodes();
+  const std::span<Bnode* const> list = home.pot.nodes();
   auto it = std::find(list.begin(), list.end(), &n);
   QASSERT(n.net->env, it != list.end());
   return static_cast<size_t>(it - list.begin());
@@ -549,7 +549,7 @@ const PotTable& beliefSource(const JunctionTree& jt, const Bnode& n, size_t& pla
   for (int s : home.seps) {
     const PotTable& t = jt.seps[static_cast<size_t>(s)].pot;
     if (t.size() >= best->size()) continue;
-    const std::vector<Bnode*>& list = t.nodes();
+    const std::span<Bnode* const> list = t.nodes();
     auto it = std::find(list.begin(), list.end(), &n);
     if (it == list.end()) continue;
     best = &t;

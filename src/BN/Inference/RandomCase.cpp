@@ -122,7 +122,7 @@ bool sampleInto(const Ordered& o, std::vector<int>& value, bool respect, RandomG
 // Calls visit(offset, counters) for each configuration of the free places of a table whose other
 // places are fixed (at `base`), in row-major order, until visit returns true.
 template <class Visit>
-void eachFree(const std::vector<size_t>& freeDims, const std::vector<int>& dims,
+void eachFree(const std::vector<size_t>& freeDims, std::span<const int> dims,
               const std::vector<size_t>& strides, size_t base, Visit&& visit) {
   std::vector<int> ctr(freeDims.size(), 0);
   size_t off = base;
@@ -150,7 +150,7 @@ std::unordered_map<const Bnode*, int> drawFromTree(Bnet& net, RandomGen& rng) {
   std::unordered_map<const Bnode*, int> drawn;
   for (const Clique& c : net.jt->cliques) {
     const PotTable& t = c.pot;
-    const std::vector<int>& dims = t.dims();
+    const std::span<const int> dims = t.dims();
     std::vector<size_t> strides(dims.size()), freeDims;
     size_t base = 0;
     for (size_t j = dims.size(), acc = 1; j-- > 0; acc *= static_cast<size_t>(dims[j])) strides[j] = acc;

@@ -55,8 +55,9 @@ void copyVisual(const Bnode& from, Bnode& to, double dx, double dy) {
 // The copy's tables: the original's, over the copy's parents (which have the same states).
 void copyTables(const Bnode& from, Bnode& to) {
   auto copyOne = [&](const PotTable& t, bool withNode) {
+    if (!t.isAllocated()) return PotTable(t.env());  // an absent table has no list to follow
     std::vector<Bnode*> nodes = tableNodes(to, withNode);
-    std::vector<int> dims(t.dims());
+    std::vector<int> dims(t.dims().begin(), t.dims().end());
     std::vector<DimSource> same;
     for (size_t i = 0; i < dims.size(); ++i) same.push_back({static_cast<int>(i), {}});
     return reindexed(t, std::move(nodes), std::move(dims), same, {}, 0.0f);

@@ -43,7 +43,7 @@ bool sameFinding(const Finding& a, const Finding& b) {
 bool sameTable(const PotTable& a, const PotTable& b) {
   if (a.isAllocated() != b.isAllocated()) return false;
   if (!a.isAllocated()) return true;
-  return a.nodes() == b.nodes() && a.dims() == b.dims() && a.factor() == b.factor() &&
+  return a.sameNodesAs(b) && a.factor() == b.factor() &&
          std::memcmp(a.data(), b.data(), a.size() * sizeof(float)) == 0;
 }
 bool sameTables(const NodeTables& a, const NodeTables& b) {

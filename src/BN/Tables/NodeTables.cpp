@@ -2,6 +2,7 @@
 #include "BN/Tables/NodeTables.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "BN/Net/Bnet.h"
 #include "BN/Tables/TableErrors.h"
@@ -17,7 +18,7 @@ std::vector<Bnode*> tableNodes(const Bnode& node, bool withNode) {
   return nodes;
 }
 
-double cptEntries(const std::vector<int>& dims) {
+double cptEntries(std::span<const int> dims) {
   double s = 1.0;
   for (int d : dims) {
     if (d == 0) continue;
@@ -27,30 +28,25 @@ double cptEntries(const std::vector<int>& dims) {
   return s;
 }
 
-void checkCptSize(const Bnode& node, const std::vector<int>& dims, const char* verb) {
+void checkCptSize(const Bnode& node, std::span<const int> dims, const char* verb) {
   double s = cptEntries(dims);
   if (s > MAX_CPT_ENTRIES)
     engError(node.net->env, verb[0] == 'c' ? err::CptTooLargeCreate : err::CptTooLargeEdit, node.name, s);
 }
 
-namespace {
-std::vector<int> dimsOf(const std::vector<Bnode*>& nodes) {
-  std::vector<int> d;
-  d.reserve(nodes.size());
-  for (const Bnode* n : nodes) d.push_back(n->numStates);
-  return d;
-}
-
-}  // namespace
-
 PotTable unfilledTable(Bnode& node, bool withNode) {
-  std::vector<Bnode*> nodes = tableNodes(node, withNode);
   for (const Link& l : node.parents)
     if (!l.parent->hasStates()) engError(node.net->env, err::SetContinuousParent, node.name);
-  std::vector<int> dims = dimsOf(nodes);
-  checkCptSize(node, dims, "create");
+  // The list is written straight into the table's shape.
+  const size_t count = node.parents.size() + (withNode ? 1 : 0);
+  TableShape* made = TableShape::make(count);
+  ShapeRef shape(made);
+  for (size_t i = 0; i < node.parents.size(); ++i) made->nodes()[i] = node.parents[i].parent;
+  if (withNode) made->nodes()[count - 1] = &node;
+  for (size_t i = 0; i < count; ++i) made->dims()[i] = made->nodes()[i]->numStates;
+  checkCptSize(node, std::as_const(*made).dims(), "create");
   PotTable fresh(node.net->env);
-  fresh.setNodes(std::move(nodes), std::move(dims));
+  fresh.setShape(std::move(shape));
   fresh.allocate();
   return fresh;
 }

@@ -2,6 +2,7 @@
 // parent configuration, its function table and its experience table.  A table that is not
 // allocated is absent.
 #pragma once
+#include <span>
 #include <vector>
 
 #include "BN/Tables/PotTable.h"
@@ -38,8 +39,8 @@ struct NodeTables {
 std::vector<Bnode*> tableNodes(const Bnode& node, bool withNode);
 // The number of entries a CPT of these dimensions would hold (capped), and the refusal past
 // 400,000,000 entries: error 3615 with `verb` "create" or "edit".
-double cptEntries(const std::vector<int>& dims);
-void checkCptSize(const Bnode& node, const std::vector<int>& dims, const char* verb);
+double cptEntries(std::span<const int> dims);
+void checkCptSize(const Bnode& node, std::span<const int> dims, const char* verb);
 
 // A new allocated table over the node's parents (and the node), its entries not yet set, not yet
 // the node's.  Refused before anything is allocated when a parent has no states or the table

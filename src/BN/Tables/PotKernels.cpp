@@ -110,7 +110,7 @@ struct Plan {
   std::vector<uint32_t> tileMap;  // for each A entry, its B entry's place in tileB
 };
 
-int indexIn(const std::vector<Bnode*>& list, const Bnode* n) {
+int indexIn(std::span<Bnode* const> list, const Bnode* n) {
   auto it = std::find(list.begin(), list.end(), n);
   return it == list.end() ? -1 : static_cast<int>(it - list.begin());
 }
@@ -532,23 +532,20 @@ void reduceBlock(const Plan& p, const float* __restrict x, float* y, Op op) {
 // Plans depend only on the two node lists (and on the current states of fixed nodes, which only
 // move the base offset), so each net keeps the plans of the table pairs it has met.
 struct PlanKey {
-  const void* a;
-  const void* ad;
-  const void* b;
-  const void* bd;
+  const TableShape* a;
+  const TableShape* b;
   bool bOnly;
   bool operator==(const PlanKey&) const = default;
 };
 struct PlanKeyHash {
   size_t operator()(const PlanKey& k) const {
     auto h = [](const void* p) { return std::hash<const void*>()(p); };
-    return h(k.a) ^ (h(k.b) * 31) ^ (h(k.ad) * 7) ^ (h(k.bd) * 131) ^ k.bOnly;
+    return h(k.a) ^ (h(k.b) * 31) ^ k.bOnly;
   }
 };
 struct CachedPlan {
   Plan plan;
-  std::weak_ptr<const std::vector<Bnode*>> a, b;  // alive means the keys still name these lists
-  std::weak_ptr<const std::vector<int>> ad, bd;
+  ShapeRef a, b;  // held, so that the keys' addresses stay these lists'
 };
 struct PlanCache {
   std::unordered_map<PlanKey, CachedPlan, PlanKeyHash> plans;
@@ -559,17 +556,12 @@ constexpr size_t MAX_CACHED_PLANS = 4096;
 // The plan for A and B: from the net's cache when both lists are the ones it was made for.
 const Plan& cachedPlan(const PotTable& a, const PotTable& b, bool bOnly, std::unique_ptr<Plan>& temp) {
   Bnet* net = !a.nodes().empty() ? a.nodes().front()->net : !b.nodes().empty() ? b.nodes().front()->net : nullptr;
-  auto an = a.nodesHandle(), bn = b.nodesHandle();
-  // Only lists that several tables share (clique, separator and base tables) are worth a plan
-  // kept: a table made for one call (a finding, a belief) brings a list of its own.
-  if (!net || an.use_count() < 2 || bn.use_count() < 2) return *(temp = std::make_unique<Plan>(makePlan(a, b, bOnly)));
+  if (!net || !a.shape() || !b.shape()) return *(temp = std::make_unique<Plan>(makePlan(a, b, bOnly)));
   if (!net->kernelPlans) net->kernelPlans = std::make_shared<PlanCache>();
   auto& cache = static_cast<PlanCache*>(net->kernelPlans.get())->plans;
-  auto ad = a.dimsHandle(), bd = b.dimsHandle();
-  PlanKey key{an.lock().get(), ad.lock().get(), bn.lock().get(), bd.lock().get(), bOnly};
+  PlanKey key{a.shape().get(), b.shape().get(), bOnly};
   auto it = cache.find(key);
-  if (it != cache.end() && !it->second.a.expired() && !it->second.b.expired() && !it->second.ad.expired() &&
-      !it->second.bd.expired()) {
+  if (it != cache.end()) {
     Plan& p = it->second.plan;
     // Only the base offset of nodes fixed at their current states can have moved.
     if (!p.fixed.empty()) setBase(p, a, b);
@@ -577,7 +569,7 @@ const Plan& cachedPlan(const PotTable& a, const PotTable& b, bool bOnly, std::un
   }
   if (cache.size() >= MAX_CACHED_PLANS) cache.clear();
   CachedPlan& slot = cache[key];
-  slot = CachedPlan{makePlan(a, b, bOnly), an, bn, ad, bd};
+  slot = CachedPlan{makePlan(a, b, bOnly), a.shape(), b.shape()};
   return slot.plan;
 }
 
@@ -586,8 +578,7 @@ const Plan& cachedPlan(const PotTable& a, const PotTable& b, bool bOnly, std::un
 struct KernelPlan::Held {
   Plan plan;
   bool bOnly;
-  std::shared_ptr<const std::vector<Bnode*>> a, b;  // held, so that their addresses stay theirs
-  std::shared_ptr<const std::vector<int>> ad, bd;
+  ShapeRef a, b;  // held, so that their addresses stay theirs
 };
 
 KernelPlan::KernelPlan() = default;
@@ -606,14 +597,12 @@ namespace {
 // kept in its place.
 const Plan& keptPlan(KernelPlan& kept, const PotTable& a, const PotTable& b, bool bOnly) {
   KernelPlan::Held* h = kept.held.get();
-  if (h && h->bOnly == bOnly && h->a.get() == &a.nodes() && h->b.get() == &b.nodes() && h->ad.get() == &a.dims() &&
-      h->bd.get() == &b.dims()) {
+  if (h && h->bOnly == bOnly && h->a.get() == a.shape().get() && h->b.get() == b.shape().get()) {
     if (!h->plan.fixed.empty()) setBase(h->plan, a, b);
     return h->plan;
   }
   Plan p = makePlan(a, b, bOnly, true);
-  kept.held.reset(new KernelPlan::Held{std::move(p), bOnly, a.nodesHandle().lock(), b.nodesHandle().lock(),
-                                       a.dimsHandle().lock(), b.dimsHandle().lock()});
+  kept.held.reset(new KernelPlan::Held{std::move(p), bOnly, a.shape(), b.shape()});
   return kept.held->plan;
 }
 
@@ -644,7 +633,7 @@ void copyBlock(float* dst, const float* src, size_t n) {
 
 template <class Op>
 void readKernel(PotTable& dst, const PotTable& src, Op op, KernelPlan* kept = nullptr) {
-  if (dst.nodes() == src.nodes() && dst.dims() == src.dims()) {  // the same list: entry by entry
+  if (dst.sameNodesAs(src)) {  // the same list: entry by entry
     rowOp(dst.data(), src.data(), dst.size(), op);
     return;
   }
@@ -719,7 +708,7 @@ void copyFrom(PotTable& dst, const PotTable& src, bool reorder) {
   QASSERT(dst.env(), &src != &dst || !reorder);
   requireAllocated(src, "pot.isAllocated()");
   requireAllocated(dst, "isAllocated()");
-  if (!reorder || dst.nodes() == src.nodes()) {
+  if (!reorder || std::ranges::equal(dst.nodes(), src.nodes())) {
     QASSERT(dst.env(), dst.size() == src.size());
     if (&src != &dst) copyBlock(dst.data(), src.data(), dst.size());
   } else {

@@ -21,7 +21,7 @@ namespace quorva {
 float undefFloat() { return std::bit_cast<float>(UNDEF_FLT_BITS); }
 float unspecifiedRowFloat() { return std::bit_cast<float>(UNSPEC_ROW_BITS); }
 
-double sizeOfSpace(const std::vector<int>& dims) {
+double sizeOfSpace(std::span<const int> dims) {
   double s = 1.0;
   for (int d : dims) {
     if (d == 0) return 0.0;
@@ -32,28 +32,18 @@ double sizeOfSpace(const std::vector<int>& dims) {
 }
 
 namespace {
-size_t entriesOf(const std::vector<int>& dims) {
+size_t entriesOf(std::span<const int> dims) {
   double s = sizeOfSpace(dims);
   return s > 2147483647.0 ? TOO_LARGE : static_cast<size_t>(s);
 }
 }  // namespace
-
-const std::shared_ptr<const PotTable::NodeVec>& PotTable::emptyNodes() {
-  static const auto empty = std::make_shared<const NodeVec>();
-  return empty;
-}
-
-const std::shared_ptr<const std::vector<int>>& PotTable::emptyDims() {
-  static const auto empty = std::make_shared<const std::vector<int>>();
-  return empty;
-}
 
 PotTable::PotTable(EnvCore* env, NodeVec nodes) : env_(env) { setNodes(std::move(nodes)); }
 
 PotTable::~PotTable() { releaseOwned(); }
 
 PotTable::PotTable(const PotTable& o)
-    : mayHaveNeg(o.mayHaveNeg), env_(o.env_), nodes_(o.nodes_), dims_(o.dims_), size_(o.size_), factor_(o.factor_) {
+    : mayHaveNeg(o.mayHaveNeg), env_(o.env_), shape_(o.shape_), size_(o.size_), factor_(o.factor_) {
   if (o.data_) {
     allocate();
     std::memcpy(data_, o.data_, size_ * sizeof(float));
@@ -70,8 +60,7 @@ PotTable& PotTable::operator=(const PotTable& o) {
 }
 
 PotTable::PotTable(PotTable&& o) noexcept
-    : mayHaveNeg(o.mayHaveNeg), env_(o.env_), nodes_(std::move(o.nodes_)), dims_(std::move(o.dims_)),
-      size_(o.size_), data_(o.data_), capacity_(o.capacity_), factor_(o.factor_) {
+    : mayHaveNeg(o.mayHaveNeg), env_(o.env_), shape_(std::move(o.shape_)), size_(o.size_), data_(o.data_), capacity_(o.capacity_), factor_(o.factor_) {
   o.data_ = nullptr;
   o.capacity_ = 0;
   o.size_ = 1;
@@ -80,8 +69,7 @@ PotTable::PotTable(PotTable&& o) noexcept
 void PotTable::swap(PotTable& o) noexcept {
   std::swap(mayHaveNeg, o.mayHaveNeg);
   std::swap(env_, o.env_);
-  nodes_.swap(o.nodes_);
-  dims_.swap(o.dims_);
+  shape_.swap(o.shape_);
   std::swap(size_, o.size_);
   std::swap(data_, o.data_);
   std::swap(capacity_, o.capacity_);
@@ -93,8 +81,7 @@ PotTable& PotTable::operator=(PotTable&& o) noexcept {
     releaseOwned();
     mayHaveNeg = o.mayHaveNeg;
     env_ = o.env_;
-    nodes_ = std::move(o.nodes_);
-    dims_ = std::move(o.dims_);
+    shape_ = std::move(o.shape_);
     size_ = o.size_;
     data_ = o.data_;
     capacity_ = o.capacity_;
@@ -106,32 +93,37 @@ PotTable& PotTable::operator=(PotTable&& o) noexcept {
   return *this;
 }
 
-void PotTable::setNodes(NodeVec nodes) {
-  std::vector<int> dims;
-  dims.reserve(nodes.size());
-  for (const Bnode* n : nodes) dims.push_back(n->numStates);
-  setNodes(std::move(nodes), std::move(dims));
+void PotTable::setNodes(std::span<Bnode* const> nodes) {
+  TableShape* made = TableShape::make(nodes.size());
+  for (size_t i = 0; i < nodes.size(); ++i) {
+    made->nodes()[i] = nodes[i];
+    made->dims()[i] = nodes[i]->numStates;
+  }
+  setShape(ShapeRef(made));
 }
 
-void PotTable::setNodes(NodeVec nodes, std::vector<int> dims) {
+void PotTable::setNodes(std::span<Bnode* const> nodes, std::span<const int> dims) {
+  QASSERT(env_, dims.size() == nodes.size());
+  TableShape* made = TableShape::make(nodes.size());
+  std::copy(nodes.begin(), nodes.end(), made->nodes());
+  std::copy(dims.begin(), dims.end(), made->dims());
+  setShape(ShapeRef(made));
+}
+
+void PotTable::setShape(ShapeRef shape) {
   freeData();
-  size_ = entriesOf(dims);
-  // The nodes and their state counts share one allocation.
-  struct Both {
-    NodeVec nodes;
-    std::vector<int> dims;
-  };
-  auto both = std::make_shared<const Both>(Both{std::move(nodes), std::move(dims)});
-  const std::vector<int>* dimsIn = &both->dims;
-  nodes_ = std::shared_ptr<const NodeVec>(both, &both->nodes);
-  dims_ = std::shared_ptr<const std::vector<int>>(std::move(both), dimsIn);
+  shape_ = std::move(shape);
+  size_ = entriesOf(dims());
 }
 
 void PotTable::shareNodes(const PotTable& other) {
   freeData();
-  nodes_ = other.nodes_;
-  dims_ = other.dims_;
+  shape_ = other.shape_;
   size_ = other.size_;
+}
+
+bool PotTable::sameNodesAs(const PotTable& o) const {
+  return sharesNodesWith(o) || (std::ranges::equal(nodes(), o.nodes()) && std::ranges::equal(dims(), o.dims()));
 }
 
 namespace {
@@ -205,7 +197,7 @@ void PotTable::requireAllocated(const char* cond) const {
 
 size_t PotTable::indexOf(const int* states) const {
   size_t r = 0;
-  const std::vector<int>& d = dims();
+  const std::span<const int> d = dims();
   for (size_t i = 0; i < d.size(); ++i) r = r * static_cast<size_t>(d[i]) + static_cast<size_t>(states[i]);
   return r;
 }
@@ -213,7 +205,7 @@ size_t PotTable::indexOf(const int* states) const {
 void PotTable::setRow(const int* leadingStates, const float* row) {
   requireAllocated("isAllocated()");
   size_t n = rowLength(), at = 0;
-  const std::vector<int>& d = dims();
+  const std::span<const int> d = dims();
   for (size_t i = 0; i + 1 < d.size(); ++i) at = at * static_cast<size_t>(d[i]) + static_cast<size_t>(leadingStates[i]);
   at *= n;
   double scale = factor_ == 1.0 ? 1.0 : 1.0 / factor_;
@@ -396,7 +388,7 @@ namespace {
 struct Span {
   size_t outer, count, inner;
 };
-Span spanAlong(const std::vector<int>& dims, size_t size, size_t dim) {
+Span spanAlong(std::span<const int> dims, size_t size, size_t dim) {
   size_t inner = 1;
   for (size_t i = dim + 1; i < dims.size(); ++i) inner *= static_cast<size_t>(dims[i]);
   size_t count = static_cast<size_t>(dims[dim]);

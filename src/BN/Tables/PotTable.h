@@ -8,8 +8,10 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
+#include <span>
 #include <vector>
+
+#include "BN/Tables/TableShape.h"
 
 namespace quorva {
 
@@ -32,7 +34,7 @@ inline constexpr size_t TOO_LARGE = static_cast<size_t>(-1);
 inline constexpr size_t MAX_ALLOC_ENTRIES = 0x1FFFFFFF;
 
 // The product of the state counts: 1.0 for none, 0.0 if any is 0, capped at SIZE_CAP.
-double sizeOfSpace(const std::vector<int>& dims);
+double sizeOfSpace(std::span<const int> dims);
 
 class PotTable {
  public:
@@ -49,23 +51,26 @@ class PotTable {
   void swap(PotTable& other) noexcept;
 
   // Replaces the node list (the dimensions are the nodes' present state counts) and frees the data.
-  void setNodes(NodeVec nodes);
+  void setNodes(std::span<Bnode* const> nodes);
   // The same with the dimensions given (for nodes whose state counts are about to change).
-  void setNodes(NodeVec nodes, std::vector<int> dims);
-  // Shares another table's node list (copied on the next change).
+  void setNodes(std::span<Bnode* const> nodes, std::span<const int> dims);
+  // The same with a shape made and filled by the caller.
+  void setShape(ShapeRef shape);
+  // Shares another table's node list.
   void shareNodes(const PotTable& other);
-  const NodeVec& nodes() const { return *nodesShared(); }
-  const std::vector<int>& dims() const { return *dimsShared(); }
-  size_t numNodes() const { return nodes_ ? nodes_->size() : 0; }
-  bool sharesNodesWith(const PotTable& o) const { return nodes_ == o.nodes_; }
-  // The node list's identity, for caching what depends only on the list (it never changes in
-  // place: a change makes a new list).
-  std::weak_ptr<const NodeVec> nodesHandle() const { return nodesShared(); }
-  std::weak_ptr<const std::vector<int>> dimsHandle() const { return dimsShared(); }
+  std::span<Bnode* const> nodes() const { return shape_ ? shape_.get()->nodes() : std::span<Bnode* const>(); }
+  std::span<const int> dims() const { return shape_ ? shape_.get()->dims() : std::span<const int>(); }
+  size_t numNodes() const { return shape_ ? shape_.get()->count() : 0; }
+  bool sharesNodesWith(const PotTable& o) const { return shape_.get() == o.shape_.get(); }
+  // The same nodes with the same state counts, shared or not.
+  bool sameNodesAs(const PotTable& o) const;
+  // The node list's hold, for keeping what depends only on the list: its address names the list
+  // while it is held.
+  const ShapeRef& shape() const { return shape_; }
   // Entries: the product of the dimensions, or TOO_LARGE past 2147483647.
   size_t size() const { return size_; }
   // The length of a row: the last node's state count (1 with no nodes).
-  size_t rowLength() const { return !dims_ || dims_->empty() ? 1 : static_cast<size_t>(dims_->back()); }
+  size_t rowLength() const { return numNodes() == 0 ? 1 : static_cast<size_t>(dims().back()); }
 
   bool isAllocated() const { return data_ != nullptr; }
   // Allocates the entries through the environment's memory limit and sets the factor to 1.
@@ -114,18 +119,11 @@ class PotTable {
   void releaseOwned();
 
   EnvCore* env_ = nullptr;
-  // Null for no nodes (as a new or moved-from table has), which reads as the one shared empty list.
-  std::shared_ptr<const NodeVec> nodes_;
-  std::shared_ptr<const std::vector<int>> dims_;
+  ShapeRef shape_;  // null for no nodes, as a new or moved-from table has
   size_t size_ = 1;
   float* data_ = nullptr;
   size_t capacity_ = 0;  // entries allocated by this table; 0 for attached data
   double factor_ = 1.0;
-
-  static const std::shared_ptr<const NodeVec>& emptyNodes();
-  static const std::shared_ptr<const std::vector<int>>& emptyDims();
-  const std::shared_ptr<const NodeVec>& nodesShared() const { return nodes_ ? nodes_ : emptyNodes(); }
-  const std::shared_ptr<const std::vector<int>>& dimsShared() const { return dims_ ? dims_ : emptyDims(); }
 };
 
 // Gives both tables the larger of their two factors.

@@ -9,7 +9,7 @@
 namespace quorva {
 
 namespace {
-std::string nodeNames(const std::vector<Bnode*>& nodes) {
+std::string nodeNames(std::span<Bnode* const> nodes) {
   std::string out;
   for (const Bnode* n : nodes) {
     if (!out.empty()) out += ", ";

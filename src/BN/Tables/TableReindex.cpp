@@ -18,7 +18,7 @@ PotTable reindexed(const PotTable& t, std::vector<Bnode*> nodes, std::vector<int
   out.setNodes(std::move(nodes), dims);
   // A dimension without states leaves no entries: the table goes.
   if (!t.isAllocated() || std::find(dims.begin(), dims.end(), 0) != dims.end()) return out;
-  const std::vector<int>& oldDims = t.dims();
+  const std::span<const int> oldDims = t.dims();
   std::vector<size_t> oldStride(oldDims.size());
   for (size_t i = oldDims.size(), acc = 1; i-- > 0;) {
     oldStride[i] = acc;

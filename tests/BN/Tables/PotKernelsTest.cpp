@@ -50,7 +50,7 @@ size_t flatIndex(const PotTable& t, const std::vector<size_t>& pos, const std::v
 
 // What `op` should leave in dst, as values (entry times factor), computed in double.
 std::vector<double> reference(Op op, const PotTable& dst, const PotTable& src) {
-  Nodes all = dst.nodes();
+  Nodes all(dst.nodes().begin(), dst.nodes().end());
   for (Bnode* n : src.nodes())
     if (!contains(all, n)) all.push_back(n);
   std::vector<size_t> posD = positionsIn(dst, all), posS = positionsIn(src, all);

@@ -357,7 +357,8 @@ TEST_F(TableApiTest, CptPastFourHundredMillionEntriesIsRefusedBeforeAnythingIsAl
   expectRefused(at, [&] { SetNodeTable_bn(z, "cpt", nullptr, 0, &entry, 1); }, err::SetTableCount.number,
                 "the number of entries in the passed table is declared to be 1, but it must be 400000000 for node "
                 "Z and given the passed parent_states");
-  EXPECT_DOUBLE_EQ(quorva::cptEntries({20000, 20000, 1}), 4e8);
-  EXPECT_NO_THROW(quorva::checkCptSize(engineNode(z), {20000, 20000, 1}, "create"));
+  const int atBound[] = {20000, 20000, 1};
+  EXPECT_DOUBLE_EQ(quorva::cptEntries(atBound), 4e8);
+  EXPECT_NO_THROW(quorva::checkCptSize(engineNode(z), atBound, "create"));
   EXPECT_EQ(errorCount(ERROR_ERR), 1);  // only the count refusal above
 }
