@@ -312,6 +312,7 @@ void DnetReader::skimValue(TokenText& into) {
 }
 
 void DnetReader::buildNet() {
+  net_->reserveNodes(nodes_.size());
   for (NodeDecl& d : nodes_) createNode(d);
   linkNodes();
   for (NodeDecl& d : nodes_) setTables(d);

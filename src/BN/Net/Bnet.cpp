@@ -60,24 +60,18 @@ Bnode& Bnet::addNode(std::string nodeName, int numStates) {
 
 Bnode* Bnet::addNodeIfFree(std::string nodeName, int numStates) {
   // Room first, so that nothing below can fail part way; grown by doubling, not one by one.
-  if (storage_.size() == storage_.capacity()) storage_.reserve(2 * storage_.size() + 8);
   if (nodes.size() == nodes.capacity()) nodes.reserve(2 * nodes.size() + 8);
   bool made = false;
-  std::unique_ptr<Bnode> node;
   // One look-up for the test and the entry; the node's name is the key, so it is made in place.
-  byName_.findOrAdd(nodeName, made, [&] {
-    node = std::make_unique<Bnode>(this, std::move(nodeName), numStates);
-    return node.get();
-  });
+  Bnode* node = byName_.findOrAdd(nodeName, made, [&] { return storage_.make(this, std::move(nodeName), numStates); });
   if (!made) return nullptr;
-  storage_.push_back(std::move(node));
-  nodes.push_back(storage_.back().get());
+  nodes.push_back(node);
   edited();
   return nodes.back();
 }
 
 void Bnet::reserveNodes(size_t more) {
-  storage_.reserve(storage_.size() + more);
+  storage_.reserve(more);
   nodes.reserve(nodes.size() + more);
   byName_.reserve(byName_.size() + more);
 }

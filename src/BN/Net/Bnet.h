@@ -8,6 +8,7 @@
 #include "BN/Net/Bnode.h"
 #include "BN/Net/NameIndex.h"
 #include "BN/Net/NodeList.h"
+#include "BN/Net/NodeStore.h"
 #include "BN/Net/UndoHistory.h"
 #include "Basic/RandomGen.h"
 #include "Basic/Tagged.h"
@@ -98,7 +99,7 @@ class Bnet : public Tagged {
   void becomeDeleted();
 
  private:
-  std::vector<std::unique_ptr<Bnode>> storage_;  // live nodes and deleted shells
+  NodeStore storage_;  // live nodes and deleted shells
   NameIndex byName_;
   uint64_t editVersion_ = 0;
 };
