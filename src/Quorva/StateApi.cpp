@@ -5,9 +5,13 @@
 using namespace quorva;
 
 namespace {
+using Texts = const std::vector<std::string>& (*)(const Bnode&);
+const std::vector<std::string>& namesOf(const Bnode& n) { return n.stateNames; }
+const std::vector<std::string>& titlesOf(const Bnode& n) { return n.details().stateTitles; }
+const std::vector<std::string>& commentsOf(const Bnode& n) { return n.details().stateComments; }
+
 // One state's name, title or comment, as `list` finds the texts of the node.
-template <typename List>
-const char* stateText(ApiFrame& f, const node_bn* h, int state, List list) {
+const char* stateText(ApiFrame& f, const node_bn* h, int state, Texts list) {
   const Bnode& n = f.node(h);
   f.state(n, state);
   const std::vector<std::string>& texts = list(n);
@@ -31,7 +35,7 @@ void SetNodeStateNames_bn(node_bn* node, const char* state_names) {
 
 const char* GetNodeStateName_bn(const node_bn* node, state_bn state) {
   return apiCall(__func__, static_cast<const char*>(nullptr), envOf(node),
-                 [&](ApiFrame& f) { return stateText(f, node, state, [](const Bnode& n) -> const auto& { return n.stateNames; }); });
+                 [&](ApiFrame& f) { return stateText(f, node, state, namesOf); });
 }
 
 state_bn GetStateNamed_bn(const char* name, const node_bn* node) {
@@ -53,7 +57,7 @@ void SetNodeStateTitle_bn(node_bn* node, state_bn state, const char* state_title
 
 const char* GetNodeStateTitle_bn(const node_bn* node, state_bn state) {
   return apiCall(__func__, static_cast<const char*>(nullptr), envOf(node),
-                 [&](ApiFrame& f) { return stateText(f, node, state, [](const Bnode& n) -> const auto& { return n.details().stateTitles; }); });
+                 [&](ApiFrame& f) { return stateText(f, node, state, titlesOf); });
 }
 
 void SetNodeStateComment_bn(node_bn* node, state_bn state, const char* state_comment) {
@@ -66,7 +70,7 @@ void SetNodeStateComment_bn(node_bn* node, state_bn state, const char* state_com
 
 const char* GetNodeStateComment_bn(const node_bn* node, state_bn state) {
   return apiCall(__func__, static_cast<const char*>(nullptr), envOf(node),
-                 [&](ApiFrame& f) { return stateText(f, node, state, [](const Bnode& n) -> const auto& { return n.details().stateComments; }); });
+                 [&](ApiFrame& f) { return stateText(f, node, state, commentsOf); });
 }
 
 void AddNodeStates_bn(node_bn* node, state_bn first_state, const char* state_names, int num_states,

@@ -25,9 +25,10 @@ bool hasNames(const Bnode& n) { return !n.stateNames.empty() || !n.details().sta
 // middle of its interval when both ends are finite).
 double stateLevel(const Bnode& n, int s) {
   auto i = static_cast<size_t>(s);
-  if (n.type != CONTINUOUS && n.details().levels.size() == static_cast<size_t>(n.numStates)) return n.details().levels[i];
-  if (n.type == CONTINUOUS && n.details().levels.size() == static_cast<size_t>(n.numStates) + 1) {
-    double mid = (n.details().levels[i] + n.details().levels[i + 1]) / 2;
+  const std::vector<double>& levels = n.details().levels;
+  if (n.type != CONTINUOUS && levels.size() == static_cast<size_t>(n.numStates)) return levels[i];
+  if (n.type == CONTINUOUS && levels.size() == static_cast<size_t>(n.numStates) + 1) {
+    double mid = (levels[i] + levels[i + 1]) / 2;
     if (std::isfinite(mid)) return mid;
   }
   return std::nan("");

@@ -28,13 +28,15 @@ const char* const CRLF = "\r\n";
 // or "#" and its number, whichever the node has first.
 std::string stateText(const Bnode& n, int s, int form) {
   const auto i = static_cast<size_t>(s);
+  const NodeDetails& d = n.details();
   if (form <= FORM_NAMES && i < n.stateNames.size() && !n.stateNames[i].empty()) return n.stateNames[i];
-  if (form <= FORM_TITLES && i < n.details().stateTitles.size() && !n.details().stateTitles[i].empty()) return quoteString(n.details().stateTitles[i]);
+  if (form <= FORM_TITLES && i < d.stateTitles.size() && !d.stateTitles[i].empty())
+    return quoteString(d.stateTitles[i]);
   if (form <= FORM_LEVELS) {
     double level = std::nan("");
-    if (n.type != CONTINUOUS && n.details().levels.size() == static_cast<size_t>(n.numStates)) level = n.details().levels[i];
-    if (n.type == CONTINUOUS && n.details().levels.size() == static_cast<size_t>(n.numStates) + 1)
-      level = (n.details().levels[i] + n.details().levels[i + 1]) / 2;
+    if (n.type != CONTINUOUS && d.levels.size() == static_cast<size_t>(n.numStates)) level = d.levels[i];
+    if (n.type == CONTINUOUS && d.levels.size() == static_cast<size_t>(n.numStates) + 1)
+      level = (d.levels[i] + d.levels[i + 1]) / 2;
     if (std::isfinite(level)) return format("%g", level);
   }
   return format("#%d", s);

@@ -56,7 +56,8 @@ std::string barsLabel(Bnode& n, const std::string& title) {
     char percent[16];
     std::snprintf(percent, sizeof percent, "%.1f", 100 * p);
     long width = std::lround(100 * p);
-    t += "<TR><TD ALIGN=\"LEFT\">" + html(s < n.details().stateTitles.size() && !n.details().stateTitles[s].empty() ? n.details().stateTitles[s] : states[s]) +
+    const std::vector<std::string>& titles = n.details().stateTitles;
+    t += "<TR><TD ALIGN=\"LEFT\">" + html(s < titles.size() && !titles[s].empty() ? titles[s] : states[s]) +
          "</TD><TD ALIGN=\"RIGHT\">" + percent + "</TD><TD ALIGN=\"LEFT\" WIDTH=\"100\">";
     if (width > 0)
       t += "<TABLE BORDER=\"0\" CELLPADDING=\"0\" CELLSPACING=\"0\"><TR><TD BGCOLOR=\"#336699\" WIDTH=\"" +

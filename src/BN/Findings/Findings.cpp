@@ -389,9 +389,10 @@ void enterInterval(Bnode& n, double low, double high) {
   if (high < low) argError(env, err::IntervalOrder, high, low, n.name);
   std::vector<float> lik(static_cast<size_t>(n.numStates), 0.0f);
   if (n.type == CONTINUOUS) {
-    if (!n.hasStates() || n.details().levels.size() < 2) argError(env, err::IntervalContinuous, n.name);
-    for (size_t i = 0; i + 1 < n.details().levels.size(); ++i) {
-      double a = std::min(n.details().levels[i], n.details().levels[i + 1]), b = std::max(n.details().levels[i], n.details().levels[i + 1]);
+    const std::vector<double>& lv = n.details().levels;
+    if (!n.hasStates() || lv.size() < 2) argError(env, err::IntervalContinuous, n.name);
+    for (size_t i = 0; i + 1 < lv.size(); ++i) {
+      double a = std::min(lv[i], lv[i + 1]), b = std::max(lv[i], lv[i + 1]);
       if (a <= high && low < b) lik[i] = 1.0f;
     }
   } else {
@@ -409,17 +410,18 @@ void enterGaussian(Bnode& n, double mean, double sd) {
   EnvCore* env = envOf(n);
   if (sd < 0) argError(env, err::GaussianStdDev, sd, n.name);
   if (n.type == DISCRETE) argError(env, err::GaussianDiscrete, n.name);
-  if (!n.hasStates() || n.details().levels.size() < 2) argError(env, err::GaussianUndiscretized, n.name);
+  const std::vector<double>& lv = n.details().levels;
+  if (!n.hasStates() || lv.size() < 2) argError(env, err::GaussianUndiscretized, n.name);
   auto cdf = [&](double x) {
     if (sd == 0) return x <= mean ? 0.0 : 1.0;
     return 0.5 * std::erfc(-(x - mean) / (sd * std::sqrt(2.0)));
   };
   std::vector<float> lik(static_cast<size_t>(n.numStates), 0.0f);
-  for (size_t i = 0; i + 1 < n.details().levels.size(); ++i) {
-    double a = std::min(n.details().levels[i], n.details().levels[i + 1]), b = std::max(n.details().levels[i], n.details().levels[i + 1]);
+  for (size_t i = 0; i + 1 < lv.size(); ++i) {
+    double a = std::min(lv[i], lv[i + 1]), b = std::max(lv[i], lv[i + 1]);
     lik[i] = static_cast<float>(std::max(0.0, cdf(b) - cdf(a)));
   }
-  if (sd == 0 && std::all_of(lik.begin(), lik.end(), [](float v) { return v == 0.0f; }) && mean == n.details().levels.back())
+  if (sd == 0 && std::all_of(lik.begin(), lik.end(), [](float v) { return v == 0.0f; }) && mean == lv.back())
     lik.back() = 1.0f;
   enterLikelihood(n, lik.data());
 }

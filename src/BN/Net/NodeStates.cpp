@@ -151,8 +151,10 @@ void addStates(Bnode& node, int first, const char* namesText, int count, double 
   NetEdit edit(*node.net, "add states", EditKind::Structure, statesScope(node));
   std::vector<int> fromOld(static_cast<size_t>(n + count), -1);
   for (int i = 0; i < n; ++i) fromOld[static_cast<size_t>(i < first ? i : i + count)] = i;
-  if (node.type == CONTINUOUS && !node.details().levels.empty())
-    node.editDetails().levels.insert(node.editDetails().levels.begin() + first + 1, static_cast<size_t>(count), undefDouble());
+  if (node.type == CONTINUOUS && !node.details().levels.empty()) {
+    std::vector<double>& levels = node.editDetails().levels;
+    levels.insert(levels.begin() + first + 1, static_cast<size_t>(count), undefDouble());
+  }
   applyStateMap(node, fromOld, fill);
   node.stateNames = std::move(names);
   edit.commit();

@@ -92,7 +92,8 @@ void removeFromNodeset(Bnode& n, const std::string& set) {
   if (isBuiltinNodeset(set)) engError(net.env, err::NodesetRemoveBuiltin, set);
   if (!net.findNodeset(set)) engError(net.env, err::NodesetMissing, net.name, set);
   NetEdit edit(net, "remove from node set", EditKind::Text, UndoScope::nodeParts(n, NODE_REST));
-  n.editDetails().nodesets.erase(std::remove(n.editDetails().nodesets.begin(), n.editDetails().nodesets.end(), set), n.editDetails().nodesets.end());
+  std::vector<std::string>& sets = n.editDetails().nodesets;
+  sets.erase(std::remove(sets.begin(), sets.end(), set), sets.end());
   edit.commit();
 }
 

@@ -139,25 +139,26 @@ struct NodeImage {
       swap(eqnDirty, n.eqnDirty);
     }
     if (parts & NODE_REST) {
+      NodeDetails& d = n.editDetails();
       swap(deleted, n.deleted);
       swap(name, n.name);
-      swap(title, n.editDetails().title);
-      swap(comment, n.editDetails().comment);
-      swap(equation, n.editDetails().equation);
-      swap(userFields, n.editDetails().userFields);
+      swap(title, d.title);
+      swap(comment, d.comment);
+      swap(equation, d.equation);
+      swap(userFields, d.userFields);
       swap(kind, n.kind);
       swap(type, n.type);
       swap(measure, n.measure);
       swap(numStates, n.numStates);
       swap(stateNames, n.stateNames);
-      swap(stateTitles, n.editDetails().stateTitles);
-      swap(stateComments, n.editDetails().stateComments);
-      swap(levels, n.editDetails().levels);
+      swap(stateTitles, d.stateTitles);
+      swap(stateComments, d.stateComments);
+      swap(levels, d.levels);
       swap(finding, n.finding);
       swap(visX, n.visX);
       swap(visY, n.visY);
-      swap(nodesets, n.editDetails().nodesets);
-      swap(persistence, n.editDetails().persistence);
+      swap(nodesets, d.nodesets);
+      swap(persistence, d.persistence);
     }
   }
 
@@ -165,12 +166,13 @@ struct NodeImage {
     if ((parts & NODE_LINKS) && !(sameLinks(parents, n.parents) && children == n.children)) return false;
     if ((parts & NODE_TABLES) && !(eqnDirty == n.eqnDirty && sameTables(tables, n.tables))) return false;
     if (!(parts & NODE_REST)) return true;
-    return deleted == n.deleted && name == n.name && title == n.details().title && comment == n.details().comment &&
-           equation == n.details().equation && sameFields(userFields, n.details().userFields) && kind == n.kind &&
-           type == n.type && measure == n.measure && numStates == n.numStates &&
-           stateNames == n.stateNames && stateTitles == n.details().stateTitles && stateComments == n.details().stateComments &&
-           levels == n.details().levels && sameFinding(finding, n.finding) && visX == n.visX && visY == n.visY &&
-           nodesets == n.details().nodesets && persistence == n.details().persistence;
+    const NodeDetails& d = n.details();
+    return deleted == n.deleted && name == n.name && title == d.title && comment == d.comment &&
+           equation == d.equation && sameFields(userFields, d.userFields) && kind == n.kind && type == n.type &&
+           measure == n.measure && numStates == n.numStates && stateNames == n.stateNames &&
+           stateTitles == d.stateTitles && stateComments == d.stateComments && levels == d.levels &&
+           sameFinding(finding, n.finding) && visX == n.visX && visY == n.visY && nodesets == d.nodesets &&
+           persistence == d.persistence;
   }
 
   size_t size() const {
@@ -292,9 +294,9 @@ class PartsRecord : public UndoRecord {
 class TextsRecord : public UndoRecord {
  public:
   explicit TextsRecord(Bnode& n)
-      : node_(&n), name_(n.name), title_(n.details().title), comment_(n.details().comment), equation_(n.details().equation),
-        eqnDirty_(n.eqnDirty), userFields_(n.details().userFields), stateNames_(n.stateNames),
-        stateTitles_(n.details().stateTitles), stateComments_(n.details().stateComments) {}
+      : node_(&n), name_(n.name), title_(n.details().title), comment_(n.details().comment),
+        equation_(n.details().equation), eqnDirty_(n.eqnDirty), userFields_(n.details().userFields),
+        stateNames_(n.stateNames), stateTitles_(n.details().stateTitles), stateComments_(n.details().stateComments) {}
 
   void apply(Bnet& net) override {
     bool renamed = name_ != node_->name;

@@ -108,7 +108,8 @@ double getFuncReal(const Bnode& node, const int* ps) {
   if (isReservedFloat(v)) return undefDouble();
   if (node.tables.funcReal) return v;
   int s = static_cast<int>(v);  // a state-valued table reads as the state's level
-  return s < static_cast<int>(node.details().levels.size()) ? node.details().levels[static_cast<size_t>(s)] : undefDouble();
+  const std::vector<double>& levels = node.details().levels;
+  return s < static_cast<int>(levels.size()) ? levels[static_cast<size_t>(s)] : undefDouble();
 }
 
 void setExperience(Bnode& node, const int* ps, double experience) {

@@ -60,7 +60,8 @@ PotTable& PotTable::operator=(const PotTable& o) {
 }
 
 PotTable::PotTable(PotTable&& o) noexcept
-    : mayHaveNeg(o.mayHaveNeg), env_(o.env_), shape_(std::move(o.shape_)), size_(o.size_), data_(o.data_), capacity_(o.capacity_), factor_(o.factor_) {
+    : mayHaveNeg(o.mayHaveNeg), env_(o.env_), shape_(std::move(o.shape_)), size_(o.size_), data_(o.data_),
+      capacity_(o.capacity_), factor_(o.factor_) {
   o.data_ = nullptr;
   o.capacity_ = 0;
   o.size_ = 1;
