@@ -428,14 +428,14 @@ void enterGaussian(Bnode& n, double mean, double sd) {
 
 void retractInBatch(Bnode& n) {
   if (n.finding.empty() && !n.finding.action) return;
-  n.finding = Finding();
+  n.finding.clear();
   changedInBatch(n, openBatchOf(*n.net));
 }
 
 void replaceStateInBatch(Bnode& n, int state) {
   OpenBatch& batch = openBatchOf(*n.net);
   if (!n.finding.empty() || n.finding.action) {
-    n.finding = Finding();
+    n.finding.clear();
     changedInBatch(n, batch);
   }
   if (!mayEnterState(n, state, true, true, false)) return;

@@ -52,6 +52,14 @@ struct Finding {
   bool action = false;             // entered as an action taken, not an observation
 
   bool empty() const { return state < 0 && value != value && likelihood.empty() && calibration.empty(); }
+  // Back to no finding, keeping the lists' room for the next.
+  void clear() {
+    state = UNDEF_STATE_VALUE;
+    value = std::numeric_limits<double>::quiet_NaN();
+    likelihood.clear();
+    calibration.clear();
+    action = false;
+  }
 };
 
 struct Listener;  // a registered callback (BN/Listeners.h)
