@@ -13,7 +13,6 @@ constexpr size_t LARGEST_GROWTH = 128;  // nodes: a block stays below the size t
 }  // namespace
 
 void NodeStore::addBlock(size_t capacity) {
-  blocks_.reserve(blocks_.size() + 1);
   Block b;
   b.base.reset(static_cast<Bnode*>(::operator new(capacity * sizeof(Bnode))));
   b.capacity = capacity;

@@ -43,7 +43,7 @@ PotTable unfilledTable(Bnode& node, bool withNode) {
   ShapeRef shape(made);
   for (size_t i = 0; i < node.parents.size(); ++i) made->nodes()[i] = node.parents[i].parent;
   if (withNode) made->nodes()[count - 1] = &node;
-  for (size_t i = 0; i < count; ++i) made->dims()[i] = made->nodes()[i]->numStates;
+  countStates(*made);
   checkCptSize(node, std::as_const(*made).dims(), "create");
   PotTable fresh(node.net->env);
   fresh.setShape(std::move(shape));

@@ -94,13 +94,16 @@ PotTable& PotTable::operator=(PotTable&& o) noexcept {
   return *this;
 }
 
+void countStates(TableShape& shape) {
+  for (size_t i = 0; i < shape.count(); ++i) shape.dims()[i] = shape.nodes()[i]->numStates;
+}
+
 void PotTable::setNodes(std::span<Bnode* const> nodes) {
   TableShape* made = TableShape::make(nodes.size());
-  for (size_t i = 0; i < nodes.size(); ++i) {
-    made->nodes()[i] = nodes[i];
-    made->dims()[i] = nodes[i]->numStates;
-  }
-  setShape(ShapeRef(made));
+  ShapeRef shape(made);
+  std::copy(nodes.begin(), nodes.end(), made->nodes());
+  countStates(*made);
+  setShape(std::move(shape));
 }
 
 void PotTable::setNodes(std::span<Bnode* const> nodes, std::span<const int> dims) {

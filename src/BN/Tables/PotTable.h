@@ -35,6 +35,8 @@ inline constexpr size_t MAX_ALLOC_ENTRIES = 0x1FFFFFFF;
 
 // The product of the state counts: 1.0 for none, 0.0 if any is 0, capped at SIZE_CAP.
 double sizeOfSpace(std::span<const int> dims);
+// Sets each dimension of a shape being made to its node's present state count.
+void countStates(TableShape& shape);
 
 class PotTable {
  public:

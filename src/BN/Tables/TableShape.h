@@ -63,8 +63,6 @@ class ShapeRef {
 
   const TableShape* get() const { return shape_; }
   explicit operator bool() const { return shape_ != nullptr; }
-  // How many holds the shape has (0 for none): more than one means tables share it.
-  uint32_t holders() const { return shape_ ? shape_->refs_.load(std::memory_order_relaxed) : 0; }
 
  private:
   void hold() noexcept {
