@@ -54,6 +54,13 @@ int findState(const Bnode& node, std::string_view text, const StateIndex* states
   return found;
 }
 
+// The state a field that is a plain state name stands for; -1 for any other field, which
+// parseCaseValue reads.
+int plainState(std::string_view text, const StateIndex& states, const CaseFormat& format) {
+  if (format.isMissing(text) || text[0] == '"' || text[0] == '#' || text[0] == '[') return -1;
+  return states.find(text);
+}
+
 }  // namespace
 
 CaseValue parseCaseValue(const Bnode& node, std::string_view text, const CaseReader& reader,
@@ -132,8 +139,14 @@ bool enterCase(const CaseReader& reader, const CaseRow& row, const CaseBinding& 
   for (size_t c = 0; c < bound.size(); ++c) {
     if (!bound[c]) continue;
     net = bound[c]->net;
-    values[c] = parseCaseValue(*bound[c], row.fields[c], reader, row, c, &binding.states[c]);
-    if (values[c].kind == CaseValue::Skip) return false;
+    CaseValue& v = values[c];
+    if (int state = plainState(row.fields[c], binding.states[c], reader.format()); state >= 0) {
+      v.kind = CaseValue::State;
+      v.state = state;
+      continue;
+    }
+    v = parseCaseValue(*bound[c], row.fields[c], reader, row, c, &binding.states[c]);
+    if (v.kind == CaseValue::Skip) return false;
   }
   for (Bnode* n : listed)
     if (n) net = n->net;
@@ -146,20 +159,16 @@ bool enterCase(const CaseReader& reader, const CaseRow& row, const CaseBinding& 
     FindingBatch batch(*net);  // one update for the whole case
     if (!add)
       for (Bnode* n : listed)
-        if (n && !n->finding.empty()) {
-          saved.emplace_back(n, n->finding);
-          retractInBatch(*n);
-        }
+        if (n && !n->finding.empty()) saved.emplace_back(n, takeInBatch(*n));
     for (size_t c = 0; c < bound.size(); ++c) {
       Bnode* n = bound[c];
       const CaseValue& v = values[c];
       if (!n || v.kind == CaseValue::Missing) continue;
-      if (!n->finding.empty()) saved.emplace_back(n, n->finding);
+      if (!n->finding.empty() || n->finding.action) saved.emplace_back(n, takeInBatch(*n));
       if (v.kind == CaseValue::State) {
         replaceStateInBatch(*n, v.state);
         continue;
       }
-      retractInBatch(*n);
       if (v.kind == CaseValue::Value)
         enterValue(*n, v.value);
       else

@@ -74,7 +74,13 @@ class CaseReader {
 
  private:
   enum class Comment { None, Block, Nested };
-  bool nextDataLine(std::string& line, long& lineNo, uint64_t& offset);
+  // Reads on to the next line that holds data and splits it into the row's fields (setting its
+  // line and offset too); false at the end of the file.
+  bool nextDataLine(CaseRow& row);
+  // The split of the common line: no comment open, no "/" or '"' in it, and a delimiter other
+  // than space.  1 when the fields are set, 0 for a blank line, -1 (nothing set) for a line
+  // that needs the full treatment.
+  int splitPlain(const std::string& line, std::vector<std::string_view>& fields, std::vector<long>& chars) const;
   // Blanks out comments in `line` (keeping character positions); true when anything but space
   // is left.  Throws when a comment opened after data runs past the line.
   bool stripComments(std::string& line, long lineNo);

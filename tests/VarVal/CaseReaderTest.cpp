@@ -57,4 +57,68 @@ TEST_F(ReaderTest, CaseLinesReadTheSameOverBlocksOfEverySize) {
   std::remove(path.c_str());
 }
 
+// Long lines, whose delimiters are found many bytes at a time: every field keeps its trimmed text
+// and the position of its first character, wherever it falls against those blocks; a comment or
+// quote far into a line still sends it the careful way; a line of tabs is blank, a line of
+// commas is a case of empty fields.
+TEST_F(ReaderTest, LongLinesSplitAlikeWhereverTheirFieldsFall) {
+  for (char delim : {'\t', ','}) {
+    SCOPED_TRACE(std::string("delimiter ") + delim);
+    const size_t columns = 23;
+    std::string text;
+    for (size_t c = 0; c < columns; ++c) text += (c ? std::string(1, delim) : "") + "c" + std::to_string(c);
+    text += "\n";
+    std::vector<Expected> want;
+    long line = 2;
+    unsigned seed = 11;
+    for (int r = 0; r < 40; ++r, ++line) {
+      Expected e{line, text.size(), {}, {}};
+      std::string row;
+      for (size_t c = 0; c < columns; ++c) {
+        if (c) row += delim;
+        seed = seed * 1103515245u + 12345u;
+        row += std::string((seed >> 16) % 3, ' ');  // blanks before and after are trimmed
+        e.chars.push_back(static_cast<long>(row.size() + 1));
+        size_t width = (seed >> 20) % 19;  // 0 to 18 characters
+        e.fields.push_back(std::string_view("abcdefghijklmnopqrs").substr(0, width));
+        row += std::string(e.fields.back());
+        row += std::string((seed >> 24) % 2, ' ');
+        if (width == 0) e.chars.back() = static_cast<long>(row.size() + 1);  // a blank field is where it ends
+      }
+      if (r == 7) row += "   // a comment far along";
+      if (r == 9) row = row.substr(0, row.rfind(delim) + 1) + "\"q" + delim + "x\"";  // a quoted last field
+      text += row + "\n";
+      want.push_back(e);
+      if (r == 12) {
+        text += std::string(columns - 1, delim) + "\n";
+        ++line;
+        if (delim == ',') want.push_back({line, text.size() - columns, {}, {}});
+      }
+    }
+    quorva::FileSpec file(&env, quorva::FileSpec::Kind::Memory, delim == ',' ? "t.csv" : "t.cas");
+    file.setContents(text.data(), text.size(), true);
+    CaseReader reader(file, quorva::CaseFormat{}, true);
+    ASSERT_TRUE(reader.readHeader());
+    ASSERT_EQ(reader.columns().size(), columns);
+    CaseRow row;
+    for (const Expected& w : want) {
+      SCOPED_TRACE("line " + std::to_string(w.line));
+      ASSERT_TRUE(reader.next(row));
+      EXPECT_EQ(row.line, w.line);
+      EXPECT_EQ(row.offset, w.offset);
+      if (w.chars.empty()) {  // the line of commas
+        EXPECT_EQ(row.fields, std::vector<std::string_view>(columns));
+        continue;
+      }
+      if (w.line == 11) {
+        EXPECT_EQ(row.fields.back(), std::string("\"q") + delim + "x\"");
+        row.fields.back() = w.fields.back();
+        row.chars.back() = w.chars.back();
+      }
+      EXPECT_EQ(row.fields, w.fields);
+      EXPECT_EQ(row.chars, w.chars);
+    }
+  }
+}
+
 }  // namespace

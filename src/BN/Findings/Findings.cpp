@@ -237,7 +237,7 @@ bool mayEnterState(const Bnode& n, int state, bool replace, bool check, bool act
 void changedInBatch(Bnode& n, OpenBatch& batch) {
   n.net->findingsChanged();
   batch.changed = true;
-  fireNodeEvent(n, CHANGE_EVENT_TYPE);
+  if (n.hasDetails()) fireNodeEvent(n, CHANGE_EVENT_TYPE);  // only a node with details has listeners
 }
 
 OpenBatch& openBatchOf(const Bnet& net) {
@@ -430,6 +430,13 @@ void retractInBatch(Bnode& n) {
   if (n.finding.empty() && !n.finding.action) return;
   n.finding.clear();
   changedInBatch(n, openBatchOf(*n.net));
+}
+
+Finding takeInBatch(Bnode& n) {
+  Finding was = std::move(n.finding);
+  n.finding.clear();
+  if (!was.empty() || was.action) changedInBatch(n, openBatchOf(*n.net));
+  return was;
 }
 
 void replaceStateInBatch(Bnode& n, int state) {

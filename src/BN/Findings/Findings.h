@@ -7,6 +7,7 @@ namespace quorva {
 
 class Bnet;
 class Bnode;
+struct Finding;
 
 inline constexpr int LIKELIHOOD_FINDING_CODE = -6;
 inline constexpr int NEGATIVE_FINDING_CODE = -7;
@@ -35,6 +36,8 @@ std::vector<float> accumulatedLikelihood(const Bnode& node);
 // change carries (the owner makes one undo record for the group).
 void retractInBatch(Bnode& node);
 void replaceStateInBatch(Bnode& node, int state);
+// retractInBatch that hands the retracted finding back, for the owner to put back on a refusal.
+Finding takeInBatch(Bnode& node);
 
 // Groups the finding changes of one call that changes many (retracting a net's findings, entering
 // a case): with auto-update the beliefs are updated once, at commit(), instead of after each
