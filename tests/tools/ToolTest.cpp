@@ -323,11 +323,11 @@ std::string denseNet(int count) {
 const char* const UTILITY_NET =
     "// ~->[DNET-1]->~\nbnet U {\n node A { states = (x, y); probs = (0.5, 0.5); };\n"
     " node V { kind = UTILITY; discrete = FALSE; parents = (A); };\n};\n";
-// Rows summing to 0.9 and to 0, and a node without a table.
+// Rows summing to 0.9995 (within a reader's rounding) and to 0, and a node without a table.
 const char* const ROWS_BIF =
     "network Rows {\n}\nvariable A {\n  type discrete [ 2 ] { x, y };\n}\nvariable B {\n  type discrete [ 2 ] { p, q };\n}\n"
     "variable C {\n  type discrete [ 2 ] { u, v };\n}\n"
-    "probability ( A ) {\n  table 0.5, 0.4;\n}\nprobability ( B | A ) {\n  (x) 0.0, 0.0;\n  (y) 0.3, 0.7;\n}\n";
+    "probability ( A ) {\n  table 0.5, 0.4995;\n}\nprobability ( B | A ) {\n  (x) 0.0, 0.0;\n  (y) 0.3, 0.7;\n}\n";
 // Names a BIF reader must make legal, with the labels kept as titles.
 const char* const LABELS_BIF =
     "network Labels {\n}\nvariable 2nd {\n  type discrete [ 3 ] { 0, 1, 2 };\n}\nvariable C {\n  type discrete [ 2 ] { 1_1, 2_1 };\n}\n"
@@ -349,7 +349,7 @@ TEST_F(ToolTest, CheckReportsWhatBeliefsWouldMeet) {
       {"dense.dne", denseNet(6), 1, {"error [0-9]+: not enough memory .*", "\\(3.6 TB needed\\)"}, "not enough memory"},
       {"dir", "", 1, {"error: '.*/dir' is a directory, not a net file"}, "is a directory, not a net file\n"},
       {"rows.bif", ROWS_BIF, 0,
-       {"warning: node 'A', row \\(no parents\\), sums to 0.9, not 1 \\(it is used as it is\\)",
+       {"warning: node 'A', row \\(no parents\\), sums to 0.9995, not 1 \\(it is used as it is\\)",
         "warning: node 'B', row \\(A=x\\), is all zeros: .*", "notice 3046: some node\\(s\\) \\(e.g. C\\) don't have .*",
         "junction tree: 2 cliques, total table size .*", ".*rows.bif: read, compiled and updated, 0 errors, 2 warnings, 1 notice"},
        ""},

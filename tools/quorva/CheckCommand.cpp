@@ -66,8 +66,8 @@ std::string rowName(const std::vector<node_bn*>& parents, long long row) {
   return out + ")";
 }
 
-// Rows of the node's table that are not probability vectors: a sum other than 1 (the engine
-// would use them as they are, never normalising them), or all zeros (a parent condition declared
+// Rows of the node's table that are not probability vectors: a sum other than 1 (within the
+// rounding that readers let through, and that the engine then uses as it is), or all zeros (a parent condition declared
 // impossible).  Rows with undefined entries are left to the engine's notice.
 void checkRows(Checker& check, node_bn* node) {
   const int states = GetNodeNumberStates_bn(node);

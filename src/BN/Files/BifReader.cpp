@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "BN/Files/BifErrors.h"
+#include "BN/Files/NetFormatSketch.h"
 #include "BN/Net/Bnet.h"
 #include "BN/Net/FreshNet.h"
 #include "BN/Net/NodeOps.h"
@@ -75,8 +76,11 @@ class BifReader {
       families.emplace_back(b.child->node, std::move(links));
     }
     linkFresh(std::move(families));
-    for (ProbBlock& b : blocks_)
-      if (!b.table.empty()) fillFreshTable(*b.child->node, false, b.table.data());
+    for (ProbBlock& b : blocks_) {
+      if (b.table.empty()) continue;
+      fillFreshTable(*b.child->node, false, b.table.data());
+      scaleRowsToOne(*b.child->node);
+    }
     return net_.release();
   }
 

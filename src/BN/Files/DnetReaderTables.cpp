@@ -273,8 +273,7 @@ const char* rowFault(std::span<Cell> row) {
   }
   if (negative) return "has a negative probability, ";
   if (overOne) return "has a probability greater than 1, ";
-  // Rows are written with 7 significant digits; a person may well write thirds as 0.333.
-  if (undef == 0 && sum != 0 && std::fabs(sum - 1) > 2e-3) return "sum of probabilities isn't 1 (100%), ";
+  if (undef == 0 && sum != 0 && std::fabs(sum - 1) > ROW_SUM_TOLERANCE) return "sum of probabilities isn't 1 (100%), ";
   return nullptr;
 }
 

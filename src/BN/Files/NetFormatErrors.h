@@ -22,6 +22,9 @@ inline constexpr ErrDef FmtTableTooBig{
     2912, "the table of variable '%s' would hold %.0f entries, more than the 400,000,000 allowed"};
 inline constexpr ErrDef FmtUtilityChild{2913, "utility variable '%s' is a parent of '%s', but a utility can have no children"};
 inline constexpr ErrDef FmtEmpty{2914, "the file is empty: no net in it"};
+inline constexpr ErrDef FmtRowSum{2915,
+    "the probabilities of %.0f of the %.0f rows of the table of '%s' do not sum to 1 (the first such row sums "
+    "to %g), so they were scaled to sum to 1"};
 
 // XMLBIF.
 inline constexpr ErrDef XmlSyntax{2920, "the XML is not well formed: %s"};

@@ -2,11 +2,15 @@
 #include "BN/Files/NetFormatSketch.h"
 
 #include <charconv>
+#include <cmath>
 #include <memory>
 #include <unordered_set>
 
+#include "BN/Files/NetFormatErrors.h"
 #include "BN/Net/Bnet.h"
 #include "BN/Net/FreshNet.h"
+#include "BN/Tables/NodeTables.h"
+#include "Basic/Raise.h"
 #include "Basic/IdName.h"
 
 namespace quorva {
@@ -60,10 +64,36 @@ Bnet* buildNet(const NetSketch& sketch, EnvCore* env) {
     families.emplace_back(nodes[i], std::move(links));
   }
   linkFresh(std::move(families));
-  for (size_t i = 0; i < sketch.vars.size(); ++i)
-    if (sketch.vars[i].tableSize > 0)
-      fillFreshTable(*nodes[i], sketch.vars[i].kind == UTILITY, sketch.entries.data() + sketch.vars[i].tableAt);
+  for (size_t i = 0; i < sketch.vars.size(); ++i) {
+    const SketchVar& v = sketch.vars[i];
+    if (v.tableSize == 0) continue;
+    fillFreshTable(*nodes[i], v.kind == UTILITY, sketch.entries.data() + v.tableAt);
+    if (v.kind == NATURE) scaleRowsToOne(*nodes[i]);
+  }
   return net.release();
+}
+
+void scaleRowsToOne(Bnode& node) {
+  PotTable& table = node.tables.cpt;
+  if (!table.isAllocated() || table.size() == 0) return;
+  const size_t length = table.rowLength(), rows = table.size() / length;
+  size_t scaled = 0;
+  double firstSum = 0;
+  float* row = table.data();
+  for (size_t r = 0; r < rows; ++r, row += length) {
+    double sum = 0;
+    bool undefined = false;
+    for (size_t i = 0; i < length; ++i) {
+      undefined |= isReservedFloat(row[i]);
+      sum += row[i];
+    }
+    if (undefined || sum == 0 || !std::isfinite(sum) || std::fabs(sum - 1) <= ROW_SUM_TOLERANCE) continue;
+    if (scaled++ == 0) firstSum = sum;
+    for (size_t i = 0; i < length; ++i) row[i] = static_cast<float>(row[i] / sum);
+  }
+  if (scaled > 0)
+    engWarning(node.net->env, err::FmtRowSum, static_cast<double>(scaled), static_cast<double>(rows), node.name,
+               firstSum);
 }
 
 std::vector<std::string> exportTexts(const std::vector<std::string>& names, const std::vector<std::string>& titles,

@@ -72,6 +72,12 @@ struct NetSketch {
 // has checked the sketch (parents exist, tables have the right size).
 Bnet* buildNet(const NetSketch& sketch, EnvCore* env);
 
+// Scales to 1 each row of `node`'s CPT whose probabilities sum to something else beyond rounding
+// (an all-zero row, an impossible parent setting, stays), with one warning for the node: such a
+// table gives beliefs that are not probabilities, and written as DNET it could not be read back.
+// For the readers of foreign formats, which allow any table of numbers of 0 or more.
+void scaleRowsToOne(Bnode& node);
+
 // The texts a writer gives `names` (in the order a reader meets them): the title where it is a
 // text the writer can hold (`holdable`) and a reader would make it back into the same name,
 // otherwise the name.

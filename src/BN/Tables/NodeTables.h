@@ -12,6 +12,9 @@ namespace quorva {
 class Bnode;
 
 inline constexpr double MAX_CPT_ENTRIES = 400'000'000.0;
+// How far from 1 the probabilities of a row read from a file may sum: rows are written with 7
+// significant digits, and a person may well write thirds as 0.333.
+inline constexpr double ROW_SUM_TOLERANCE = 2e-3;
 
 // Makes room in `entries` for a table of `need` entries about to be read from a file; past a
 // bound the vector grows as the entries come, so that a file claiming a huge table does not

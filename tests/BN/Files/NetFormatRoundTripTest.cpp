@@ -168,4 +168,44 @@ TEST_F(EnvTest, bif_and_uai_refuse_what_they_cannot_hold) {
   DeleteStream_vq(s);
 }
 
+// A foreign table whose rows do not sum to 1 has those rows scaled, with one warning for the node;
+// a row within rounding of 1 and an all-zero row (an impossible parent setting) stay as written.
+// The net then writes as DNET and reads back.
+TEST_F(EnvTest, foreign_rows_off_one_are_scaled_with_a_warning_and_write_as_dnet) {
+  const std::string bif =
+      "network t { }\n"
+      "variable a { type discrete [ 2 ] { x, y }; }\n"
+      "variable b { type discrete [ 2 ] { u, v }; }\n"
+      "probability ( a ) { table 0.3, 0.6995; }\n"
+      "probability ( b | a ) { (x) 0, 0; (y) 0.5, 0.3; }\n";
+  const std::string hugin =
+      "net { }\n"
+      "node a { states = (\"x\" \"y\"); }\n"
+      "node b { states = (\"u\" \"v\"); }\n"
+      "potential (a) { data = (0.3 0.6995); }\n"
+      "potential (b | a) { data = ((0 0) (0.5 0.3)); }\n";
+  for (auto [text, format] : {std::pair{bif, BIF_FORMAT}, std::pair{hugin, HUGIN_NET_FORMAT}}) {
+    SCOPED_TRACE(format);
+    ClearErrors_vq(env, INTERNAL_ERR);
+    stream_vq* s = textStream(env, text, "in");
+    net_bn* net = ReadNetFormat_bn(s, format, NO_VISUAL_INFO);
+    DeleteStream_vq(s);
+    ASSERT_NE(net, nullptr) << lastMessage();
+    EXPECT_EQ(errorCount(WARNING_ERR), 1);
+    EXPECT_EQ(ErrorNumber_vq(lastError(WARNING_ERR)), 2915);
+    EXPECT_NE(lastMessage(WARNING_ERR).find("1 of the 2 rows of the table of 'b'"), std::string::npos)
+        << lastMessage(WARNING_ERR);
+    std::vector<double> a = table(GetNodeNamed_bn("a", net), "cpt"), b = table(GetNodeNamed_bn("b", net), "cpt");
+    EXPECT_EQ(a, (std::vector<double>{0.3f, 0.6995f}));
+    ASSERT_EQ(b.size(), 4u);
+    EXPECT_EQ(b[0] + b[1], 0);
+    EXPECT_NEAR(b[2], 0.625, 1e-6);
+    EXPECT_NEAR(b[3], 0.375, 1e-6);
+    stream_vq* out = NewMemoryStream_vq("out.dne", env, nullptr);
+    WriteNetFormat_bn(net, out, DNET_FORMAT);
+    EXPECT_NE(ReadNetFormat_bn(out, DNET_FORMAT, NO_VISUAL_INFO), nullptr) << lastMessage();
+    DeleteStream_vq(out);
+  }
+}
+
 }  // namespace
