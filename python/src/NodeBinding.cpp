@@ -85,7 +85,10 @@ void writeTable(node_bn* node, const char* which, bool withNode, const pb::objec
   std::vector<pb::ssize_t> given(table.shape(), table.shape() + table.ndim());
   if (given != shape) {
     std::string want = "(";
-    for (size_t i = 0; i < shape.size(); ++i) want += (i ? ", " : "") + std::to_string(shape[i]);
+    for (size_t i = 0; i < shape.size(); ++i) {
+      if (i) want += ", ";
+      want += std::to_string(shape[i]);
+    }
     throw pb::value_error("the table of node '" + std::string(GetNodeName_bn(node)) + "' has the shape " + want +
                           (shape.size() == 1 ? ",)" : ")") + ": one axis per parent, then the node's states");
   }
