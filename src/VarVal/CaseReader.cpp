@@ -55,7 +55,6 @@ bool parseId(std::string_view s, long& out) {
 CaseReader::CaseReader(FileSpec& stream, const CaseFormat& format, bool quiet, size_t block)
     : stream_(stream), format_(format), quiet_(quiet), rd_(stream, Syntax{{0, 0}, false, false}, block) {}
 
-
 void CaseReader::checkEncoding() {
   int b0 = rd_.peek(0), b1 = rd_.peek(1), b2 = rd_.peek(2), b3 = rd_.peek(3);
   const char* wide = nullptr;

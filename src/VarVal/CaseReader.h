@@ -78,8 +78,8 @@ class CaseReader {
   // line and offset too); false at the end of the file.
   bool nextDataLine(CaseRow& row);
   // The split of the common line: no comment open, no "/" or '"' in it, and a delimiter other
-  // than space.  1 when the fields are set, 0 for a blank line, -1 (nothing set) for a line
-  // that needs the full treatment.
+  // than space.  1 when the fields are set, 0 for a blank line, -1 for a line that needs the
+  // full treatment (which sets the fields again).
   int splitPlain(const std::string& line, std::vector<std::string_view>& fields, std::vector<long>& chars) const;
   // Blanks out comments in `line` (keeping character positions); true when anything but space
   // is left.  Throws when a comment opened after data runs past the line.
