@@ -195,12 +195,8 @@ TEST_F(EnvTest, foreign_rows_off_one_are_scaled_with_a_warning_and_write_as_dnet
     EXPECT_EQ(ErrorNumber_vq(lastError(WARNING_ERR)), 2915);
     EXPECT_NE(lastMessage(WARNING_ERR).find("1 of the 2 rows of the table of 'b'"), std::string::npos)
         << lastMessage(WARNING_ERR);
-    std::vector<double> a = table(GetNodeNamed_bn("a", net), "cpt"), b = table(GetNodeNamed_bn("b", net), "cpt");
-    EXPECT_EQ(a, (std::vector<double>{0.3f, 0.6995f}));
-    ASSERT_EQ(b.size(), 4u);
-    EXPECT_EQ(b[0] + b[1], 0);
-    EXPECT_NEAR(b[2], 0.625, 1e-6);
-    EXPECT_NEAR(b[3], 0.375, 1e-6);
+    EXPECT_EQ(table(GetNodeNamed_bn("a", net), "cpt"), (std::vector<double>{0.3f, 0.6995f}));
+    EXPECT_EQ(table(GetNodeNamed_bn("b", net), "cpt"), (std::vector<double>{0, 0, 0.625, 0.375}));
     stream_vq* out = NewMemoryStream_vq("out.dne", env, nullptr);
     WriteNetFormat_bn(net, out, DNET_FORMAT);
     EXPECT_NE(ReadNetFormat_bn(out, DNET_FORMAT, NO_VISUAL_INFO), nullptr) << lastMessage();
