@@ -3,14 +3,15 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <string>
 #include <vector>
 
 #include "Basic/ReaderErrors.h"
 #include "Basic/ReaderFixture.h"
 #include "Basic/StringQuoter.h"
+#include "Basic/TempFolder.h"
 
 using namespace quorva;
 
@@ -39,32 +40,20 @@ std::string twoTruths(TokenReader& r) {
   std::string first = truth2(r);
   return first + truth2(r);
 }
-std::string list(TokenReader& r) {
+std::string joined(const std::vector<std::string>& values) {
   std::string out;
-  for (const std::string& v : r.readValueList("-")) out += v + "|";
+  for (const std::string& v : values) out += v + "|";
   return out;
 }
-std::string params(TokenReader& r) {
-  std::string out;
-  for (const std::string& v : r.readParamList()) out += v + "|";
-  return out;
-}
+std::string list(TokenReader& r) { return joined(r.readValueList("-")); }
+std::string params(TokenReader& r) { return joined(r.readParamList()); }
 std::string props(TokenReader& r) {
   std::string out;
   for (const auto& [name, value] : r.readPropertyList()) out += name + "=" + value + "|";
   return out;
 }
 
-Syntax markup() {
-  Syntax s;
-  s.markupComments = true;
-  return s;
-}
-Syntax wide() {
-  Syntax s;
-  s.utf16Strings = true;
-  return s;
-}
+const Syntax MARKUP{.markupComments = true}, WIDE{.utf16Strings = true};
 std::string repeat(const std::string& s, int n) {
   std::string out;
   for (int i = 0; i < n; ++i) out += s;
@@ -95,21 +84,21 @@ TEST_F(TokenReaderTest, CommentsEscapesAndListsReadTheirValues) {
   const Row rows[] = {
       {repeat("/#", 32) + repeat("#/", 32) + " ok", ident, "ok"},
       {"# one char introducer\nx", ident, "x", Syntax{{'#', 0}}},
-      {"<!-- a -- b --> x", ident, "x", markup()},
-      {"<![IGNORE[ <a> \">>\\\"\" <b/> ]> y", ident, "y", markup()},
+      {"<!-- a -- b --> x", ident, "x", MARKUP},
+      {"<![IGNORE[ <a> \">>\\\"\" <b/> ]> y", ident, "y", MARKUP},
       {R"("\C3A9/x")", quoted, "\xC3\xA9x"},  // hex escapes run until a slash
       {R"("\4g")", quoted, "4g"},
       {R"("\41n/n")", quoted, "A\nn"},  // the sticky n is an escape
       {R"("\41"/")", quoted, "A\""},    // so is a sticky quote
       {R"("\c3")", quoted, "c3"},       // lower case is no hex
-      {R"("\41\42")", quoted, "A\0B\0\0\0"s, wide()},  // no sticky mode in UTF-16
+      {R"("\41\42")", quoted, "A\0B\0\0\0"s, WIDE},  // no sticky mode in UTF-16
       {R"("a\tb\\c\"d\Oe\|f\qg\e\v\f\b\a\r")", quoted, "a\tb\\c\"d\0e" "fqg\x1B\v\f\b\a\r"s},
       {"\"ab\\\n   // skipped\n  /* too */ cd\" next", quoted, "abcd"},  // a line continuation
       {"\"\\Q\x04\"\\\x00!\""s, quoted, "\"\\\0!"s},  // binary escapes keep their bytes
       {"\"\\R\x02\x00" "ab\\S\x01\0\0\0\0\0\0\0" "c\""s, quoted, "abc"},
       {R"("a\"b\C3" x)", raw, R"(a\"b\C3)"},
-      {"\"h\xC3\xA9\xF0\x9F\x98\x80\"", quoted, "h\0\xE9\0\x3D\xD8\x00\xDE\0\0"s, wide()},
-      {"\"\\Q\x04\xFE\xFF\x00h\""s, quoted, "\xFF\xFEh\0\0\0"s, wide()},  // big-endian is swapped
+      {"\"h\xC3\xA9\xF0\x9F\x98\x80\"", quoted, "h\0\xE9\0\x3D\xD8\x00\xDE\0\0"s, WIDE},
+      {"\"\\Q\x04\xFE\xFF\x00h\""s, quoted, "\xFF\xFEh\0\0\0"s, WIDE},  // big-endian is swapped
       {"TRUE FALSE", twoTruths, "TF"},
       {"MAYBE", truth3, "M"},
       {"( a, -1.5 , \"s t\",@undef, Pig-Net)", list, "a|-1.5|s t|@undef|Pig-Net|"},
@@ -125,7 +114,7 @@ TEST_F(TokenReaderTest, FailuresAreReportedWhereTheyBegan) {
       {"\n  /# a /# b #/ c", ident, "unterminated comment, starting with '/#'", {}, 2, 3},
       {repeat("/#", 33), skip, "nested comments '/#' more than 32 deep", {}, 1, 65},
       {"x\n\t/* never closed", twoTokens, "unterminated comment, starting with '/*'", {}, 2, 2},
-      {"<!-- x --", skip, "unterminated comment, starting with '<!--'", markup(), 1, 1},
+      {"<!-- x --", skip, "unterminated comment, starting with '<!--'", MARKUP, 1, 1},
       {"\"\\Q\x05" "abc", quoted,
        "reading binary \\Q needed to read 5 bytes, but only read 3 before reaching end-of-input", {}, 1, 8},
       {"\"\\S\x01\x02", quoted, "reading binary \\S reached end-of-input before finished reading length", {}, 1, 6},
@@ -159,7 +148,7 @@ TEST_F(TokenReaderTest, FailuresAreReportedWhereTheyBegan) {
 
   // An unterminated markup comment is also an unterminated structure.
   env.errors.clearAll();
-  EXPECT_EQ(failure([&] { twoTokens(reader("a <![IGNORE[ <x>", markup())); }),
+  EXPECT_EQ(failure([&] { twoTokens(reader("a <![IGNORE[ <x>", MARKUP)); }),
             "unterminated comment, starting with '<![IGNORE[', on line 1 char 3 of file 't.dne'");
   EXPECT_EQ(records(ERROR_SEV),
             "unterminated structure starting with <, on line 1 char 3 of file 't.dne'|"
@@ -173,7 +162,7 @@ TEST_F(TokenReaderTest, CommentsThatAreNotCommentsAndLineEnds) {
   EXPECT_EQ(r.readIdentifier(), "c");
   EXPECT_EQ(r.readPunct(), '*');
   EXPECT_EQ(reader("<!-- x -->").readPunct(), '<');  // markup comments only when the syntax asks
-  TokenReader& notComment = reader("<!x", markup());
+  TokenReader& notComment = reader("<!x", MARKUP);
   EXPECT_EQ(notComment.readPunct(), '<');
   EXPECT_EQ(notComment.readPunct(), '!');
   EXPECT_EQ(reader("// x", Syntax{{0, 0}}).readPunct(), '/');
@@ -282,13 +271,9 @@ TEST_F(TokenReaderTest, SkipTokenAndLongNumbersAgreeWithReadToken) {
 // A reader over a span of the whole text counts positions from where the span starts, and its
 // faults name the stream.
 TEST_F(TokenReaderTest, SpanReaderKeepsPositionsOfTheWholeText) {
-  std::string path = ::testing::TempDir() + "span_reader.dne";
-  {
-    std::FILE* f = std::fopen(path.c_str(), "wb");
-    ASSERT_NE(f, nullptr);
-    std::fputs("a = 1;\n  b = (2,\n 3);", f);
-    std::fclose(f);
-  }
+  TempFolder tmp("span");
+  const std::string path = tmp.path("span_reader.dne");
+  std::ofstream(path, std::ios::binary) << "a = 1;\n  b = (2,\n 3);";
   FileSpec file(&env, FileSpec::Kind::File, path);
   TokenReader whole(file, {}, TokenReader::WHOLE);
   EXPECT_EQ(whole.text(), "a = 1;\n  b = (2,\n 3);");
@@ -303,7 +288,6 @@ TEST_F(TokenReaderTest, SpanReaderKeepsPositionsOfTheWholeText) {
   EXPECT_EQ(t.start.column, 2);
   EXPECT_EQ(failure([&] { span.fail(err::MissingOpenQuote); }),
             "missing open quote, on line 3 char 3 of file '" + path + "'");
-  std::remove(path.c_str());
 }
 
 TEST_F(TokenReaderTest, QuotedStringsReadBackEveryByte) {

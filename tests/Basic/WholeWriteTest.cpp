@@ -2,16 +2,13 @@
 // and no temporary file beside it; a failed append leaves the file as it was before it.
 #include <gtest/gtest.h>
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "Basic/ReaderFixture.h"
+#include "Basic/TempFolder.h"
 
 using namespace quorva;
 namespace fs = std::filesystem;
@@ -20,35 +17,9 @@ namespace {
 
 class WholeWriteTest : public ReaderTest {
  protected:
-  void SetUp() override {
-    ReaderTest::SetUp();
-    dir = fs::temp_directory_path() /
-          ("quorva-ww-" + std::to_string(::getpid()) + "-" +
-           ::testing::UnitTest::GetInstance()->current_test_info()->name());
-    fs::remove_all(dir);
-    fs::create_directories(dir);
-    file = (dir / "net.dne").string();
-  }
-  void TearDown() override { fs::remove_all(dir); }
-
-  static std::string bytesOf(const std::string& p) {
-    std::ifstream in(p, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-  }
-  static void put(const std::string& p, const std::string& bytes) {
-    std::ofstream(p, std::ios::binary) << bytes;
-  }
-  // The names in the folder, so that a temporary file left behind shows.
-  std::vector<std::string> names() const {
-    std::vector<std::string> all;
-    for (const auto& e : fs::directory_iterator(dir)) all.push_back(e.path().filename().string());
-    return all;
-  }
-
-  fs::path dir;
-  std::string file;
+  static void put(const std::string& p, const std::string& bytes) { std::ofstream(p, std::ios::binary) << bytes; }
+  TempFolder tmp{"ww"};
+  std::string file = tmp.path("net.dne");
 };
 
 const std::string OLD = "// ~->[DNET-1]->~\n\nbnet Old {\n autoupdate = TRUE;\n};\n";
@@ -75,12 +46,12 @@ TEST_F(WholeWriteTest, failed_write_leaves_old_file_whole_and_no_temporary) {
       FileSpec f(&env, FileSpec::Kind::File, file);
       f.failWritesAfter(budget);
       EXPECT_EQ(failure([&] { way.write(f); }), "couldn't write to file '" + file + "'");
-      EXPECT_EQ(bytesOf(file), OLD);
-      EXPECT_EQ(names(), std::vector<std::string>{"net.dne"});
+      EXPECT_EQ(tmp.bytesOf(file), OLD);
+      EXPECT_EQ(tmp.names(), std::vector<std::string>{"net.dne"});
       f.failWritesAfter(-1);
       way.write(f);  // the stream still works once the fault is gone
-      EXPECT_EQ(bytesOf(file), NEW);
-      EXPECT_EQ(names(), std::vector<std::string>{"net.dne"});
+      EXPECT_EQ(tmp.bytesOf(file), NEW);
+      EXPECT_EQ(tmp.names(), std::vector<std::string>{"net.dne"});
     }
   }
 }
@@ -92,18 +63,18 @@ TEST_F(WholeWriteTest, dropped_without_commit_leaves_old_file) {
     WholeWrite w(f);
     w.add(NEW);
   }
-  EXPECT_EQ(bytesOf(file), OLD);
-  EXPECT_EQ(names(), std::vector<std::string>{"net.dne"});
+  EXPECT_EQ(tmp.bytesOf(file), OLD);
+  EXPECT_EQ(tmp.names(), std::vector<std::string>{"net.dne"});
 }
 
 TEST_F(WholeWriteTest, replacement_keeps_permissions_and_symbolic_links) {
   put(file, OLD);
   fs::permissions(file, fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
-  fs::create_symlink(file, dir / "link.dne");
-  FileSpec viaLink(&env, FileSpec::Kind::File, (dir / "link.dne").string());
+  fs::create_symlink(file, tmp.dir / "link.dne");
+  FileSpec viaLink(&env, FileSpec::Kind::File, (tmp.dir / "link.dne").string());
   viaLink.write(NEW);
-  EXPECT_TRUE(fs::is_symlink(dir / "link.dne"));
-  EXPECT_EQ(bytesOf(file), NEW);
+  EXPECT_TRUE(fs::is_symlink(tmp.dir / "link.dne"));
+  EXPECT_EQ(tmp.bytesOf(file), NEW);
   EXPECT_EQ(fs::status(file).permissions(),
             fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
 }
@@ -113,10 +84,10 @@ TEST_F(WholeWriteTest, failed_append_is_cut_back) {
   FileSpec f(&env, FileSpec::Kind::File, file);
   f.failWritesAfter(3);
   EXPECT_EQ(failure([&] { f.append(NEW); }), "couldn't write to file '" + file + "'");
-  EXPECT_EQ(bytesOf(file), OLD);
+  EXPECT_EQ(tmp.bytesOf(file), OLD);
   f.failWritesAfter(-1);
   f.append("x");
-  EXPECT_EQ(bytesOf(file), OLD + "x");
+  EXPECT_EQ(tmp.bytesOf(file), OLD + "x");
 }
 
 TEST_F(WholeWriteTest, memory_stream_takes_parts_only_at_commit) {

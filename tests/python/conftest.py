@@ -21,19 +21,35 @@ def alarm():
         yield net
 
 
-@pytest.fixture
-def small():
+def small_net(name="Small", tables=True):
     """A(2) and C(3) are parents of B(2), in that order; B's table rows differ for every
     parent configuration, so a transposed axis gives other beliefs."""
-    net = quorva.Net("Small")
+    net = quorva.Net(name)
     a = net.add_node("A", ["a0", "a1"])
     c = net.add_node("C", ["c0", "c1", "c2"])
     b = net.add_node("B", ["yes", "no"])
     net.add_link(a, b)
     net.add_link(c, b)
-    a.table, c.table, b.table = PA.copy(), PC.copy(), PB.copy()  # the references stay untouched
+    if tables:
+        a.table, c.table, b.table = PA.copy(), PC.copy(), PB.copy()  # the references stay untouched
+    return net
+
+
+@pytest.fixture
+def small():
+    net = small_net()
     yield net
     net.delete()
+
+
+def two_nodes(name, pa, pb, states=("t", "f")):
+    """A -> B, both with `states`, with the tables given."""
+    net = quorva.Net(name)
+    a = net.add_node("A", list(states))
+    b = net.add_node("B", list(states))
+    net.add_link(a, b)
+    a.table, b.table = np.array(pa), np.array(pb)
+    return net
 
 
 def joint_small():

@@ -5,7 +5,7 @@ import pandas as pd
 import pytest
 
 import quorva
-from conftest import DATA
+from conftest import DATA, two_nodes
 
 NODES = ["BP", "HR", "CO"]
 
@@ -59,12 +59,7 @@ def test_batch_leaves_the_nets_findings(alarm, cases):
 
 
 def test_impossible_case_gets_probability_zero():
-    net = quorva.Net("Det")
-    a = net.add_node("A", ["t", "f"])
-    b = net.add_node("B", ["t", "f"])
-    net.add_link(a, b)
-    a.table = np.array([0.25, 0.75])
-    b.table = np.array([[1.0, 0.0], [0.0, 1.0]])
+    net = two_nodes("Det", [0.25, 0.75], [[1.0, 0.0], [0.0, 1.0]])
     with pytest.warns(quorva.QuorvaWarning, match="1 cases refused"):
         got, p = net.beliefs_batch({"A": ["t", "t", None], "B": ["t", "f", "f"]})
     np.testing.assert_allclose(p, [0.25, 0.0, 0.75], atol=1e-7)

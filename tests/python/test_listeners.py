@@ -6,16 +6,11 @@ import weakref
 import pytest
 
 import quorva
+from conftest import two_nodes
 
 
 def two_node_net(name="L"):
-    net = quorva.Net(name)
-    a = net.add_node("A", ["x", "y"])
-    b = net.add_node("B", ["x", "y"])
-    net.add_link(a, b)
-    a.table = [0.5, 0.5]
-    b.table = [[0.9, 0.1], [0.2, 0.8]]
-    return net
+    return two_nodes(name, [0.5, 0.5], [[0.9, 0.1], [0.2, 0.8]], states=("x", "y"))
 
 
 def test_events_reach_the_listeners_that_asked_for_them():

@@ -5,7 +5,7 @@ import numpy as np
 import pytest
 
 import quorva
-from conftest import DATA, joint_small
+from conftest import DATA, joint_small, two_nodes
 
 
 def test_read_alarm_nodes_and_states(alarm):
@@ -35,15 +35,12 @@ def test_beliefs_match_enumeration(small, findings, query):
     joint = joint_small()
     axes = {"A": 0, "C": 1, "B": 2}
     names = {"A": ("a0", "a1"), "C": ("c0", "c1", "c2"), "B": ("yes", "no")}
-    mask = np.ones_like(joint)
+    masked = joint.copy()
     for node, state in findings.items():
         idx = names[node].index(state) if isinstance(state, str) else state
-        shape = [1, 1, 1]
-        shape[axes[node]] = joint.shape[axes[node]]
         keep = np.zeros(joint.shape[axes[node]])
         keep[idx] = 1
-        mask = mask * keep.reshape(shape)
-    masked = joint * mask
+        masked *= np.expand_dims(keep, [i for i in range(3) if i != axes[node]])
     others = tuple(i for i in range(3) if i != axes[query])
     expected = masked.sum(axis=others) / masked.sum()
     small.findings = findings
@@ -75,12 +72,7 @@ def test_bad_findings_raise_and_leave_findings(small, findings, exc):
 
 
 def test_impossible_findings_raise_engine_error_and_restore():
-    net = quorva.Net("Det")
-    a = net.add_node("A", ["t", "f"])
-    b = net.add_node("B", ["t", "f"])
-    net.add_link(a, b)
-    a.table = np.array([0.5, 0.5])
-    b.table = np.array([[1.0, 0.0], [0.0, 1.0]])
+    net = two_nodes("Det", [0.5, 0.5], [[1.0, 0.0], [0.0, 1.0]])
     net.findings = {"A": "t"}
     net.compile()
     with pytest.raises(quorva.Error) as info:

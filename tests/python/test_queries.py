@@ -1,11 +1,10 @@
 """Queries, undo, decisions, sensitivity, approximate beliefs, sampling and learning."""
-import itertools
 
 import numpy as np
 import pytest
 
 import quorva
-from conftest import joint_small
+from conftest import joint_small, small_net
 
 
 def test_joint_beliefs_and_map_match_enumeration(small):
@@ -103,12 +102,8 @@ def test_sample_and_learn_back(small, tmp_path):
     frame = small.sample(20000, seed=7)
     assert list(frame.columns) == ["A", "C", "B"]
     assert set(frame["B"]) <= {"yes", "no"}
-    learnt = quorva.Net("Learnt")
-    a = learnt.add_node("A", ["a0", "a1"])
-    c = learnt.add_node("C", ["c0", "c1", "c2"])
-    b = learnt.add_node("B", ["yes", "no"])
-    learnt.add_link(a, b)
-    learnt.add_link(c, b)
+    learnt = small_net("Learnt", tables=False)
+    a, c, b = (learnt.nodes[n] for n in "ACB")
     learnt.learn(frame, method="counting")
     np.testing.assert_allclose(b.table, small.nodes["B"].table, atol=0.05)
     np.testing.assert_allclose(a.table, [0.3, 0.7], atol=0.02)

@@ -57,12 +57,10 @@ TEST_F(EquationViewTest, equation_left_behind_by_an_edit_gives_the_message_and_w
   }
 }
 
-ToolRun quorva(const std::vector<std::string>& args) { return runQuorva(args); }
-
 const std::string ASIA = std::string(QUORVA_SOURCE_DIR) + "/examples/asia.dne";
 
 TEST(EquationCommand, prints_the_equation_as_parsed_with_its_form_and_type) {
-  ToolRun r = quorva({"equation", ASIA, "lung_cancer", "--text", "P(lung_cancer|smoking)=smoking==f1?0.1:0.01"});
+  ToolRun r = runQuorva({"equation", ASIA, "lung_cancer", "--text", "P(lung_cancer|smoking)=smoking==f1?0.1:0.01"});
   EXPECT_EQ(r.status, 0) << r.err;
   EXPECT_EQ(r.out,
             "text:    P(lung_cancer|smoking)=smoking==f1?0.1:0.01\n"
@@ -70,7 +68,7 @@ TEST(EquationCommand, prints_the_equation_as_parsed_with_its_form_and_type) {
             "calls:   if (equal (smoking, f1), 0.1, 0.01)\n"
             "type:    probabilistic, real\n");
   // A boolean value for states not named as truth values: the parse's warning is said.
-  r = quorva({"equation", ASIA, "lung_cancer", "--text", "lung_cancer (smoking) = smoking == f1"});
+  r = runQuorva({"equation", ASIA, "lung_cancer", "--text", "lung_cancer (smoking) = smoking == f1"});
   EXPECT_EQ(r.status, 0);
   EXPECT_NE(r.out.find("type:    deterministic, boolean\n"), std::string::npos) << r.out;
   EXPECT_EQ(r.err.rfind("quorva: warning 2462: ", 0), 0u) << r.err;
@@ -78,7 +76,7 @@ TEST(EquationCommand, prints_the_equation_as_parsed_with_its_form_and_type) {
 
 TEST(EquationCommand, equation_that_does_not_parse_fails_with_the_message_and_a_caret) {
   const std::string text = "lung_cancer (smoking) = smoking == zork";
-  ToolRun r = quorva({"equation", ASIA, "lung_cancer", "--text", text});
+  ToolRun r = runQuorva({"equation", ASIA, "lung_cancer", "--text", text});
   EXPECT_EQ(r.status, 1);
   EXPECT_EQ(r.out, "");
   const long column = static_cast<long>(text.size()) + 1;  // right after the unknown name
@@ -101,7 +99,7 @@ TEST(EquationCommand, missing_equation_or_node_fails_and_a_wrong_command_line_ex
       {{"equation", ASIA, "lung_cancer", "--text"}, 2, ""},
   };
   for (const Case& c : cases) {
-    ToolRun r = quorva(c.args);
+    ToolRun r = runQuorva(c.args);
     EXPECT_EQ(r.status, c.status) << c.args.size() << " " << r.err;
     EXPECT_EQ(r.err.rfind(c.err, 0), 0u) << r.err;
   }

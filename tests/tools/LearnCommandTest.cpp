@@ -1,12 +1,8 @@
 // `quorva learn` and `quorva test` run as processes: the learnt tables are the engine's, the test
 // scores hang together, and wrong command lines exit with 2 and failures with 1.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <fstream>
 #include <nlohmann/json.hpp>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -21,16 +17,8 @@ const std::string ASIA = SRC + "/examples/asia.bif", ASIA_CASES = SRC + "/exampl
 
 class LearnCommandTest : public EnvTest {
  protected:
-  void SetUp() override {
-    EnvTest::SetUp();
-    char dir[] = "/tmp/quorva_learn_XXXXXX";
-    ASSERT_NE(mkdtemp(dir), nullptr);
-    tmp = dir;
-  }
-  void TearDown() override {
-    std::system(("rm -rf '" + tmp + "'").c_str());
-    EnvTest::TearDown();
-  }
+  void SetUp() override { EnvTest::SetUp(); ASSERT_FALSE((tmp = makeTempDir()).empty()); }
+  void TearDown() override { removeDir(tmp); EnvTest::TearDown(); }
   ToolRun quorva(const std::vector<std::string>& args) { return runQuorva(args, tmp); }
   // Every CPT entry of `net`, in net order.
   static std::vector<double> cpts(net_bn* net) {
@@ -72,9 +60,7 @@ TEST_F(LearnCommandTest, em_learns_what_the_engine_learns) {
 // The JSON scores hang together: the confusion matrix holds every scored case, the error rate is
 // its off-diagonal share, and the losses lie in their ranges.
 TEST_F(LearnCommandTest, test_json_scores_agree_with_the_confusion_matrix) {
-  ToolRun r = quorva({"test", ASIA, ASIA_CASES, "--nodes", "lung_cancer,smoking", "--json", "--threads", "2"});
-  ASSERT_EQ(r.status, 0) << r.err;
-  nlohmann::json j = nlohmann::json::parse(r.out);
+  const nlohmann::json j = runJson({"test", ASIA, ASIA_CASES, "--nodes", "lung_cancer,smoking", "--json", "--threads", "2"});
   ASSERT_EQ(j["nodes"].size(), 2u);
   for (const auto& n : j["nodes"]) {
     double total = 0, right = 0;

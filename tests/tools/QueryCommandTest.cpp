@@ -7,35 +7,27 @@
 
 namespace {
 
+using json = nlohmann::json;
 const std::string ASIA = std::string(QUORVA_SOURCE_DIR) + "/examples/asia.dne";
 
 // The joint's rows summed over lung_cancer are tuberculosis's beliefs; the mode of the pair is its
 // largest row; the mode of every node (junction tree) and of all nodes listed (elimination) agree.
 TEST(QueryCommands, joint_mode_and_beliefs_agree) {
-  ToolRun joint = runQuorva({"joint", ASIA, "--nodes", "tuberculosis,lung_cancer", "-f", "positive_XraY=d1", "--json"});
-  ASSERT_EQ(joint.status, 0) << joint.err;
-  nlohmann::json rows = nlohmann::json::parse(joint.out)["joint"];
+  const json rows = runJson({"joint", ASIA, "--nodes", "tuberculosis,lung_cancer", "-f", "positive_XraY=d1", "--json"})["joint"];
   ASSERT_EQ(rows.size(), 4u);
-  ToolRun beliefs = runQuorva({"beliefs", ASIA, "-f", "positive_XraY=d1", "--nodes", "tuberculosis", "--json"});
-  ASSERT_EQ(beliefs.status, 0) << beliefs.err;
-  double tb = nlohmann::json::parse(beliefs.out)["nodes"][0]["beliefs"][0];
+  const double tb = runJson({"beliefs", ASIA, "-f", "positive_XraY=d1", "--nodes", "tuberculosis", "--json"})["nodes"][0]["beliefs"][0];
   EXPECT_NEAR(rows[0]["p"].get<double>() + rows[1]["p"].get<double>(), tb, 1e-6);
-  nlohmann::json best = rows[0];
+  json best = rows[0];
   for (const auto& r : rows)
     if (r["p"].get<double>() > best["p"].get<double>()) best = r;
-  ToolRun mpe = runQuorva({"mpe", ASIA, "--nodes", "tuberculosis,lung_cancer", "-f", "positive_XraY=d1", "--json"});
-  ASSERT_EQ(mpe.status, 0) << mpe.err;
-  nlohmann::json m = nlohmann::json::parse(mpe.out);
+  const json m = runJson({"mpe", ASIA, "--nodes", "tuberculosis,lung_cancer", "-f", "positive_XraY=d1", "--json"});
   EXPECT_EQ(m["states"]["tuberculosis"], best["tuberculosis"]);
   EXPECT_EQ(m["states"]["lung_cancer"], best["lung_cancer"]);
   EXPECT_NEAR(m["probability"].get<double>(), best["p"].get<double>(), 1e-9);
 
   const std::string all = "visit_to_Asia,tuberculosis,tuberculos_or_cancer,positive_XraY,lung_cancer,smoking,bronchitis,dyspnoea";
-  ToolRun tree = runQuorva({"mpe", ASIA, "-f", "smoking=f1", "--json"});
-  ToolRun listed = runQuorva({"mpe", ASIA, "-f", "smoking=f1", "--nodes", all, "--json"});
-  ASSERT_EQ(tree.status, 0) << tree.err;
-  ASSERT_EQ(listed.status, 0) << listed.err;
-  nlohmann::json t = nlohmann::json::parse(tree.out), l = nlohmann::json::parse(listed.out);
+  const json t = runJson({"mpe", ASIA, "-f", "smoking=f1", "--json"});
+  const json l = runJson({"mpe", ASIA, "-f", "smoking=f1", "--nodes", all, "--json"});
   EXPECT_EQ(t["states"], l["states"]);
   EXPECT_NEAR(t["probability"].get<double>(), l["probability"].get<double>(), 1e-6);
 }
@@ -70,12 +62,9 @@ TEST(QueryCommands, graph_answers_and_wrong_command_lines) {
 
 // do(either = c1) leaves the causes at their priors and moves the effects as observing does.
 TEST(QueryCommands, beliefs_under_an_intervention) {
-  auto beliefs = [](std::vector<std::string> extra) {
-    std::vector<std::string> args{"beliefs", ASIA, "--nodes", "lung_cancer,positive_XraY", "--json"};
-    args.insert(args.end(), extra.begin(), extra.end());
-    ToolRun r = runQuorva(args);
-    EXPECT_EQ(r.status, 0) << r.err;
-    nlohmann::json nodes = nlohmann::json::parse(r.out)["nodes"];
+  auto beliefs = [](std::vector<std::string> args) {
+    args.insert(args.begin(), {"beliefs", ASIA, "--nodes", "lung_cancer,positive_XraY", "--json"});
+    const json nodes = runJson(args)["nodes"];
     return std::vector<double>{nodes[0]["beliefs"][0], nodes[1]["beliefs"][0]};
   };
   std::vector<double> prior = beliefs({}), done = beliefs({"--do", "tuberculos_or_cancer=c1"}),

@@ -12,7 +12,6 @@
 #include <string>
 #include <vector>
 
-#include "Quorva.h"
 #include "ToolRun.h"
 
 namespace {
@@ -22,36 +21,7 @@ const std::string ASIA = std::string(QUORVA_SOURCE_DIR) + "/examples/asia.dne";
 const std::string ASIA_CASES = std::string(QUORVA_SOURCE_DIR) + "/examples/asia_cases.txt";
 const std::string ALARM = std::string(QUORVA_SOURCE_DIR) + "/tests/data/alarm.bif";
 
-class SampleCommandTest : public ToolDirTest {
- protected:
-
-  // Writes a net built by `build` to `file` in the test's directory, as DNET.
-  template <typename Build>
-  std::string writeNet(const std::string& file, Build build) {
-    environ_vq* env = NewQuorvaEnviron_vq(nullptr, nullptr, nullptr);
-    InitQuorva2_bn(env, nullptr);
-    net_bn* net = NewNet_bn("built", env);
-    build(net);
-    const std::string path = dir + "/" + file;
-    stream_vq* s = NewFileStream_vq(path.c_str(), env, nullptr);
-    WriteNet_bn(net, s);
-    DeleteStream_vq(s);
-    EXPECT_EQ(GetError_vq(env, ERROR_ERR, nullptr), nullptr);
-    CloseQuorva_bn(env, nullptr);
-    return path;
-  }
-};
-
-void setRandomCpt(node_bn* node, int rows, std::mt19937& rng) {
-  std::uniform_real_distribution<double> u(0.05, 0.95);
-  std::vector<double> cpt;
-  for (int r = 0; r < rows; ++r) {
-    const double p = u(rng);
-    cpt.push_back(p);
-    cpt.push_back(1 - p);
-  }
-  SetNodeTable_bn(node, "cpt", nullptr, 0, cpt.data(), static_cast<int>(cpt.size()));
-}
+using SampleCommandTest = ToolDirTest;
 
 TEST_F(SampleCommandTest, FileIsTheSameForOneAndTwoThreads) {
   std::string first;
@@ -148,19 +118,20 @@ TEST_F(SampleCommandTest, CasesTakeTheMethodToo) {
 // its junction tree would need far more than 2e8 entries, so beliefs answers approximately and
 // says so.  (How fast it answers is shown by bench_approx, not here.)
 TEST_F(SampleCommandTest, GridTooLargeToCompileIsAnsweredWithANotice) {
-  const std::string grid = writeNet("grid.dne", [](net_bn* net) {
-    std::mt19937 rng(40);
-    std::vector<node_bn*> nodes;
-    for (int r = 0; r < 40; ++r)
-      for (int c = 0; c < 40; ++c) {
-        node_bn* n = NewNode_bn(("g" + std::to_string(r) + "_" + std::to_string(c)).c_str(), 2, net);
-        int rows = 1;
-        if (r > 0) AddLink_bn(nodes[static_cast<size_t>((r - 1) * 40 + c)], n), rows *= 2;
-        if (c > 0) AddLink_bn(nodes.back(), n), rows *= 2;
-        setRandomCpt(n, rows, rng);
-        nodes.push_back(n);
+  std::mt19937 rng(40);
+  std::string text = "// ~->[DNET-1]->~\nbnet Grid {\n";
+  auto name = [](int r, int c) { return "g" + std::to_string(r) + "_" + std::to_string(c); };
+  for (int r = 0; r < 40; ++r)
+    for (int c = 0; c < 40; ++c) {
+      std::string parents = r > 0 ? name(r - 1, c) : "", probs;
+      if (c > 0) parents += (parents.empty() ? "" : ", ") + name(r, c - 1);
+      for (int row = 0; row < 1 << ((r > 0) + (c > 0)); ++row) {  // each row (p, 1 - p), p in [0.05, 0.95]
+        const int p = 5 + static_cast<int>(rng() % 91);
+        probs += (row ? ", " : "") + std::to_string(p / 100.0) + ", " + std::to_string((100 - p) / 100.0);
       }
-  });
+      text += " node " + name(r, c) + " { states = (s0, s1); parents = (" + parents + "); probs = (" + probs + "); };\n";
+    }
+  const std::string grid = write("grid.dne", text + "};\n");
   const ToolRun r = quorva({"beliefs", grid, "--nodes", "g39_39", "--samples", "2000", "-f", "g0_0=#0"});
   EXPECT_EQ(r.status, 0) << r.err;
   EXPECT_NE(r.err.find("notice"), std::string::npos) << r.err;
@@ -171,21 +142,11 @@ TEST_F(SampleCommandTest, GridTooLargeToCompileIsAnsweredWithANotice) {
 // Nodes with levels print their expected value: the mean and standard deviation of the levels
 // under the printed beliefs, for the exact and the approximate methods.
 TEST_F(SampleCommandTest, ExpectedValuesOfNodesWithLevels) {
-  const std::string net = writeNet("levels.dne", [](net_bn* n) {
-    node_bn* a = NewNode_bn("A", 3, n);
-    const level_bn levels[] = {1.5, 4, 10};
-    SetNodeLevels_bn(a, 3, levels);
-    const double ta[] = {0.2, 0.5, 0.3};
-    SetNodeTable_bn(a, "cpt", nullptr, 0, ta, 3);
-    node_bn* t = NewNode_bn("T", 0, n);  // continuous, discretized into two intervals
-    const level_bn bounds[] = {0, 20, 50};
-    SetNodeLevels_bn(t, 2, bounds);
-    AddLink_bn(a, t);
-    const double tt[] = {0.9, 0.1, 0.5, 0.5, 0.2, 0.8};
-    SetNodeTable_bn(t, "cpt", nullptr, 0, tt, 6);
-    node_bn* b = NewNode_bn("B", 2, n);  // no levels: no expected value
-    AddLink_bn(a, b);
-  });
+  const std::string net = write("levels.dne",
+      "// ~->[DNET-1]->~\nbnet Levels {\n node A { states = (s0, s1, s2); levels = (1.5, 4, 10); probs = (0.2, 0.5, 0.3); };\n"
+      // continuous, discretized into two intervals
+      " node T { discrete = FALSE; numstates = 2; levels = (0, 20, 50); parents = (A); probs = (0.9, 0.1, 0.5, 0.5, 0.2, 0.8); };\n"
+      " node B { states = (b0, b1); parents = (A); };\n};\n");  // no levels: no expected value
   for (const char* method : {"exact", "lw"}) {
     SCOPED_TRACE(method);
     const json j = beliefs({net, "--method", method});

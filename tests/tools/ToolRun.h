@@ -42,24 +42,34 @@ inline ToolRun runQuorva(const std::vector<std::string>& args, const std::string
   return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, slurp(out), slurp(err)};
 }
 
+// A new temporary directory ("" when none could be made), and its removal.
+inline std::string makeTempDir() {
+  char dir[] = "/tmp/quorva_tool_XXXXXX";
+  return mkdtemp(dir) ? dir : "";
+}
+inline void removeDir(const std::string& dir) { std::system(("rm -rf '" + dir + "'").c_str()); }
+
 // The same in a temporary directory of its own, removed afterwards.
 inline ToolRun runQuorva(const std::vector<std::string>& args) {
-  char dir[] = "/tmp/quorva_run_XXXXXX";
-  if (!mkdtemp(dir)) return {};
+  const std::string dir = makeTempDir();
+  if (dir.empty()) return {};
   ToolRun r = runQuorva(args, dir);
-  std::system(("rm -rf '" + std::string(dir) + "'").c_str());
+  removeDir(dir);
   return r;
+}
+
+// `quorva ARGS`, which must succeed: its output read as JSON (null when it fails).
+inline nlohmann::json runJson(const std::vector<std::string>& args) {
+  ToolRun r = runQuorva(args);
+  EXPECT_EQ(r.status, 0) << r.err;
+  return r.status == 0 ? nlohmann::json::parse(r.out) : nlohmann::json();
 }
 
 // A test that runs the tool in a temporary directory of its own, removed afterwards.
 class ToolDirTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    char pattern[] = "/tmp/quorva_tool_XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    dir = pattern;
-  }
-  void TearDown() override { std::system(("rm -rf '" + dir + "'").c_str()); }
+  void SetUp() override { ASSERT_FALSE((dir = makeTempDir()).empty()); }
+  void TearDown() override { removeDir(dir); }
   ToolRun quorva(const std::vector<std::string>& args) { return runQuorva(args, dir); }
   // Writes `text` to `name` in the directory and returns its path.
   std::string write(const std::string& name, const std::string& text) {

@@ -19,8 +19,8 @@ class DnetReaderTest : public EnvTest {
   }
 
   // Reads a net that must fail, and returns the display message of its error.
-  std::string failure(const std::string& text) {
-    net_bn* net = read(text);
+  std::string failure(const std::string& text, const char* name = "t.dne") {
+    net_bn* net = read(text, name);
     EXPECT_EQ(net, nullptr) << text;
     report_vq* r = lastError();
     if (!r) return "(no error)";
@@ -204,7 +204,9 @@ TEST_F(DnetReaderTest, WarningsLetTheReadGoOn) {
   EXPECT_EQ(listNames(GetNodeParents_bn(GetNodeNamed_bn("D", net))), "A,B");
 }
 
-TEST_F(DnetReaderTest, RefusesBadOptionsAndFileTypes) {
+// A bad option, a file of another type or version, or one holding no net is refused with a
+// message naming the file; a name outside ASCII is shown whole.
+TEST_F(DnetReaderTest, RefusesBadOptionsFileTypesAndFilesHoldingNoNet) {
   EXPECT_EQ(read("bnet A {};", "t.dne", 7), nullptr);
   EXPECT_EQ(ErrorNumber_vq(lastError()), 2410);
   ClearErrors_vq(env, ERROR_ERR);
@@ -216,23 +218,9 @@ TEST_F(DnetReaderTest, RefusesBadOptionsAndFileTypes) {
   EXPECT_EQ(failure(MAGIC), "file does not contain a Bayes net (i.e. a 'bnet' object), in file 't.dne'");
   EXPECT_EQ(failure(std::string(MAGIC) + "bnet A {} $"), "missing semicolon at end of bnet 'A', on line 3 char 11 of file 't.dne'");
   EXPECT_EQ(failure(std::string(MAGIC) + "$"), "illegal symbol read: '$' in DNET file, on line 3 char 1 of file 't.dne'");
-}
-
-// A file that holds no net is refused with a message naming it; a name outside ASCII is shown
-// whole.
-TEST_F(DnetReaderTest, FilesHoldingNoNetAreRefusedNamingTheFile) {
-  struct Empty {
-    const char* name;
-    std::string text;
-  };
-  const std::string none = "the file holds no net: it is empty, or holds only white space and comments";
-  for (const Empty& e : {Empty{"t.dne", ""}, {"t.dne", " \r\n\t"}, {"t.dne", "/* old */\n// no magic\n/# x #/"},
-                         {"t.bif", ""}, {"t.bif", "\n// nothing here\n"}}) {
-    EXPECT_EQ(read(e.text, e.name), nullptr) << e.name << ": " << e.text;
-    EXPECT_EQ(ErrorDisplayMessage_vq(lastError()), none + ", in file '" + e.name + "'");
-    ClearErrors_vq(env, ERROR_ERR);
-  }
-  // A node name with a character outside ASCII is read whole and refused whole.
+  const std::string none = "the file holds no net: it is empty, or holds only white space and comments, in file ";
+  for (const char* text : {"", " \r\n\t", "/* old */\n// no magic\n/# x #/"}) EXPECT_EQ(failure(text), none + "'t.dne'");
+  for (const char* text : {"", "\n// nothing here\n"}) EXPECT_EQ(failure(text, "t.bif"), none + "'t.bif'");
   EXPECT_EQ(failure(std::string(MAGIC) + "bnet N {\nnode Caf\xC3\xA9 {};\n};\n"),
             "'Caf\xC3\xA9' is not a legal name for a node, while reading net 'N', on line 4 char 6 of file 't.dne'");
 }
