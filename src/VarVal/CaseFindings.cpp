@@ -54,24 +54,16 @@ int findState(const Bnode& node, std::string_view text, const StateIndex* states
   return found;
 }
 
-// The state a field that is a plain state name stands for; -1 for any other field, which
-// parseCaseValue reads.
-int plainState(std::string_view text, const StateIndex& states, const CaseFormat& format) {
-  if (format.isMissing(text) || text[0] == '"' || text[0] == '#' || text[0] == '[') return -1;
-  return states.find(text);
-}
-
-}  // namespace
-
-CaseValue parseCaseValue(const Bnode& node, std::string_view text, const CaseReader& reader,
-                         const CaseRow& row, size_t col, const StateIndex* states) {
+// Every field but a missing value or a state name: a quoted title, "#" and a number, a
+// likelihood, a title, a number, or a word naming no state.
+CaseValue unusualValue(const Bnode& node, std::string_view text, const CaseReader& reader, const CaseRow& row,
+                       size_t col, const StateIndex* states) {
   EnvCore* env = node.net->env;
   // The position, built only for a message.
   auto where = [&] { return reader.where(row, row.chars[col]); };
   // A refusal that shows the field as written.
   auto refuse = [&](ErrDef e) { engError(env, e, std::string(text), node.name, where()); };
   CaseValue v;
-  if (reader.format().isMissing(text)) return v;
   v.kind = CaseValue::State;
   if (text[0] == '"') {
     std::string decoded;
@@ -130,6 +122,24 @@ CaseValue parseCaseValue(const Bnode& node, std::string_view text, const CaseRea
   return v;
 }
 
+}  // namespace
+
+void parseCaseValue(const Bnode& node, std::string_view text, const CaseReader& reader, const CaseRow& row,
+                    size_t col, const StateIndex* states, CaseValue& out) {
+  out.kind = CaseValue::Missing;
+  out.state = -1;
+  if (reader.format().isMissing(text)) return;
+  // The usual field, a state name, is looked up before anything else is made.
+  if (text[0] != '"' && text[0] != '#' && text[0] != '[') {
+    out.state = states ? states->find(text) : findIn(node.stateNames, text);
+    if (out.state >= 0) {
+      out.kind = CaseValue::State;
+      return;
+    }
+  }
+  out = unusualValue(node, text, reader, row, col, states);
+}
+
 bool enterCase(const CaseReader& reader, const CaseRow& row, const CaseBinding& binding,
                const std::vector<Bnode*>& listed, bool add, CaseScratch& scratch) {
   const std::vector<Bnode*>& bound = binding.bound;
@@ -139,14 +149,8 @@ bool enterCase(const CaseReader& reader, const CaseRow& row, const CaseBinding& 
   for (size_t c = 0; c < bound.size(); ++c) {
     if (!bound[c]) continue;
     net = bound[c]->net;
-    CaseValue& v = values[c];
-    if (int state = plainState(row.fields[c], binding.states[c], reader.format()); state >= 0) {
-      v.kind = CaseValue::State;
-      v.state = state;
-      continue;
-    }
-    v = parseCaseValue(*bound[c], row.fields[c], reader, row, c, &binding.states[c]);
-    if (v.kind == CaseValue::Skip) return false;
+    parseCaseValue(*bound[c], row.fields[c], reader, row, c, &binding.states[c], values[c]);
+    if (values[c].kind == CaseValue::Skip) return false;
   }
   for (Bnode* n : listed)
     if (n) net = n->net;

@@ -28,11 +28,12 @@ struct CaseValue {
   std::vector<float> likelihood;
 };
 
-// The field `text` of `row` (column `col`) as a value of `node`.  Faults are thrown; a word that
-// names no state gives the warning "unknown value ..., so case is skipped" and a Skip.  `states`,
-// when given, is the node's index of state names.
-CaseValue parseCaseValue(const Bnode& node, std::string_view text, const CaseReader& reader,
-                         const CaseRow& row, size_t col, const StateIndex* states = nullptr);
+// Sets `out` to the field `text` of `row` (column `col`) as a value of `node`.  Faults are thrown;
+// a word that names no state gives the warning "unknown value ..., so case is skipped" and a
+// Skip.  `states`, when given, is the node's index of state names.  `out` is filled in place, so
+// that a value read case after case keeps its likelihood's room.
+void parseCaseValue(const Bnode& node, std::string_view text, const CaseReader& reader, const CaseRow& row,
+                    size_t col, const StateIndex* states, CaseValue& out);
 
 // What reading one case after another reuses, so that a case allocates nothing new.
 struct CaseScratch {

@@ -147,7 +147,7 @@ bool CaseReader::nextDataLine(CaseRow& row) {
     row.line = rd_.here().line;
     rd_.readRestOfLine(line);
     if (comment_ == Comment::None && delim_ != ' ') {
-      int plain = splitPlain(line, row.fields, row.chars);
+      int plain = splitPlain(line, row.fields, row.chars, true);
       if (plain > 0) return true;
       if (plain == 0) continue;
     }
@@ -158,8 +158,8 @@ bool CaseReader::nextDataLine(CaseRow& row) {
   return false;
 }
 
-int CaseReader::splitPlain(const std::string& line, std::vector<std::string_view>& fields,
-                           std::vector<long>& chars) const {
+int CaseReader::splitPlain(const std::string& line, std::vector<std::string_view>& fields, std::vector<long>& chars,
+                           bool commentsLeft) const {
   const char* p = line.data();
   const size_t n = line.size();
   size_t count = 0, start = 0;
@@ -186,11 +186,13 @@ int CaseReader::splitPlain(const std::string& line, std::vector<std::string_view
     charAt[count++] = static_cast<long>(first + 1);
     start = end + 1;
   };
-  // A "/" may start a comment and a '"' a quoted field: such a line goes the long way.
+  // A '"' may start a quoted field and, while comments are left in, a "/" a comment: such a line
+  // goes the long way.
+  const char stop = commentsLeft ? '/' : '"';
   size_t i = 0;
 #if defined(__SSE2__)
   // Sixteen bytes at a time: the delimiters as bits of a mask.
-  const __m128i delim = _mm_set1_epi8(delim_), slash = _mm_set1_epi8('/'), quote = _mm_set1_epi8('"');
+  const __m128i delim = _mm_set1_epi8(delim_), slash = _mm_set1_epi8(stop), quote = _mm_set1_epi8('"');
   for (; i + 16 <= n; i += 16) {
     const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + i));
     if (_mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi8(bytes, slash), _mm_cmpeq_epi8(bytes, quote)))) return -1;
@@ -200,7 +202,7 @@ int CaseReader::splitPlain(const std::string& line, std::vector<std::string_view
   }
 #endif
   for (; i < n; ++i) {
-    if (p[i] == '/' || p[i] == '"') return -1;
+    if (p[i] == stop || p[i] == '"') return -1;
     if (p[i] == delim_) field(i);
   }
   field(n);
@@ -220,6 +222,7 @@ char CaseReader::chooseDelimiter(const std::string& header) const {
 }
 
 void CaseReader::split(const std::string& line, std::vector<std::string_view>& fields, std::vector<long>& chars) const {
+  if (delim_ != ' ' && splitPlain(line, fields, chars, false) > 0) return;  // no quoted field
   // Fields are assigned in place, so that a row read into the same vectors keeps their room.
   size_t count = 0;
   auto field = [&](size_t from, size_t to) {
@@ -245,15 +248,6 @@ void CaseReader::split(const std::string& line, std::vector<std::string_view>& f
           inQuote = !inQuote;
       }
       field(start, std::min(i, n));
-    }
-  } else if (!std::memchr(line.data(), '"', n)) {
-    // No quoted field: every delimiter ends a field.
-    for (size_t start = 0;;) {
-      const void* hit = std::memchr(line.data() + start, delim_, n - start);
-      size_t to = hit ? static_cast<size_t>(static_cast<const char*>(hit) - line.data()) : n;
-      field(start, to);
-      if (!hit) break;
-      start = to + 1;
     }
   } else {
     size_t start = 0;

@@ -77,10 +77,11 @@ class CaseReader {
   // Reads on to the next line that holds data and splits it into the row's fields (setting its
   // line and offset too); false at the end of the file.
   bool nextDataLine(CaseRow& row);
-  // The split of the common line: no comment open, no "/" or '"' in it, and a delimiter other
-  // than space.  1 when the fields are set, 0 for a blank line, -1 for a line that needs the
-  // full treatment (which sets the fields again).
-  int splitPlain(const std::string& line, std::vector<std::string_view>& fields, std::vector<long>& chars) const;
+  // The split of a line with no quote in it, and with `commentsLeft` no "/" either (no comment
+  // open), for a delimiter other than space.  1 when the fields are set, 0 for a blank line, -1
+  // for a line that needs the full treatment (which sets the fields again).
+  int splitPlain(const std::string& line, std::vector<std::string_view>& fields, std::vector<long>& chars,
+                 bool commentsLeft) const;
   // Blanks out comments in `line` (keeping character positions); true when anything but space
   // is left.  Throws when a comment opened after data runs past the line.
   bool stripComments(std::string& line, long lineNo);

@@ -237,7 +237,7 @@ bool mayEnterState(const Bnode& n, int state, bool replace, bool check, bool act
 void changedInBatch(Bnode& n, OpenBatch& batch) {
   n.net->findingsChanged();
   batch.changed = true;
-  if (n.hasDetails()) fireNodeEvent(n, CHANGE_EVENT_TYPE);  // only a node with details has listeners
+  fireNodeEvent(n, CHANGE_EVENT_TYPE);
 }
 
 OpenBatch& openBatchOf(const Bnet& net) {
@@ -424,12 +424,6 @@ void enterGaussian(Bnode& n, double mean, double sd) {
   if (sd == 0 && std::all_of(lik.begin(), lik.end(), [](float v) { return v == 0.0f; }) && mean == lv.back())
     lik.back() = 1.0f;
   enterLikelihood(n, lik.data());
-}
-
-void retractInBatch(Bnode& n) {
-  if (n.finding.empty() && !n.finding.action) return;
-  n.finding.clear();
-  changedInBatch(n, openBatchOf(*n.net));
 }
 
 Finding takeInBatch(Bnode& n) {

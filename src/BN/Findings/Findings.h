@@ -31,13 +31,12 @@ int findingCode(const Bnode& node);
 std::vector<float> accumulatedLikelihood(const Bnode& node);
 
 // Inside an open FindingBatch whose owner puts findings back when a change is refused: the same
-// changes, checks, refusals and change events as retractNode, and as retractNode followed by
-// enterState(node, state, true, true), without the undo record and the safeguards each lone
-// change carries (the owner makes one undo record for the group).
-void retractInBatch(Bnode& node);
-void replaceStateInBatch(Bnode& node, int state);
-// retractInBatch that hands the retracted finding back, for the owner to put back on a refusal.
+// changes, checks, refusals and change events as retractNode (handing the retracted finding back
+// for the owner to keep), and as retractNode followed by enterState(node, state, true, true),
+// without the undo record and the safeguards each lone change carries (the owner makes one undo
+// record for the group).
 Finding takeInBatch(Bnode& node);
+void replaceStateInBatch(Bnode& node, int state);
 
 // Groups the finding changes of one call that changes many (retracting a net's findings, entering
 // a case): with auto-update the beliefs are updated once, at commit(), instead of after each

@@ -74,7 +74,8 @@ bool CaseFeed::next() {
     bool skip = false;
     for (size_t c = 0; c < bound.size() && !skip; ++c) {
       if (!bound[c]) continue;
-      CaseValue v = parseCaseValue(*bound[c], row_.fields[c], reader_, row_, c, &binding_.states[c]);
+      CaseValue v;
+      parseCaseValue(*bound[c], row_.fields[c], reader_, row_, c, &binding_.states[c], v);
       int state = UNKNOWN_STATE;
       if (v.kind == CaseValue::Skip) skip = true;
       if (v.kind == CaseValue::State) state = v.state;

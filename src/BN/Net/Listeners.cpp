@@ -52,8 +52,8 @@ void fireNetEvent(Bnet& net, int event, void* info) {
   if (!net.listeners.empty()) fire(net.env, "Bnet", net.name, net.listeners, event, info);
 }
 
-void fireNodeEvent(Bnode& node, int event, void* info) {
-  if (node.hasDetails() && !node.details().listeners.empty())
+void fireNodeListeners(Bnode& node, int event, void* info) {
+  if (!node.details().listeners.empty())
     fire(node.net->env, "Bnode", node.name, node.details().listeners, event, info);
 }
 

@@ -2,10 +2,11 @@
 #pragma once
 #include <functional>
 
+#include "BN/Net/Bnode.h"
+
 namespace quorva {
 
 class Bnet;
-class Bnode;
 
 enum EventType : int {
   CREATE_EVENT_TYPE = 0x01,
@@ -25,6 +26,10 @@ struct Listener {
 // Calls every listener of the net (or node) that wants `event`, inside a callback frame so that
 // it may call the API.  A callback that throws or returns a negative value leaves a warning.
 void fireNetEvent(Bnet& net, int event, void* info = nullptr);
-void fireNodeEvent(Bnode& node, int event, void* info = nullptr);
+void fireNodeListeners(Bnode& node, int event, void* info);
+// Only a node with details can have listeners: the usual node costs one test, inline.
+inline void fireNodeEvent(Bnode& node, int event, void* info = nullptr) {
+  if (node.hasDetails()) fireNodeListeners(node, event, info);
+}
 
 }  // namespace quorva
